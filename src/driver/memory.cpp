@@ -1,0 +1,55 @@
+// Blocks carry their size in a small head, so that the total can be bounded: a macro that calls
+// itself without end stops after 2 GiB, in seconds, instead of taking the machine down.
+
+#include "driver/memory.h"
+
+#include "driver/host.h"
+#include <cstdio>
+#include <cstdlib>
+
+constexpr size_t HELD_BYTES_MAX = size_t{2} << 30;
+constexpr size_t HEAD_SIZE = alignof(std::max_align_t);
+
+// Bytes handed out and not freed yet, heads included.
+static size_t held_bytes;
+
+void out_of_memory()
+{
+    std::fputs("no memory\n", stderr);
+    end_process(1);
+}
+
+void *xalloc(size_t size, void *first_word)
+{
+    if (size < sizeof first_word)
+        size = sizeof first_word;
+    size += HEAD_SIZE;
+    if (size > HELD_BYTES_MAX - held_bytes)
+        out_of_memory();
+    char *head = static_cast<char *>(std::malloc(size));
+    if (head == nullptr)
+        out_of_memory();
+    held_bytes += size;
+    std::memcpy(head, &size, sizeof size);
+    std::memcpy(head + HEAD_SIZE, &first_word, sizeof first_word);
+    return head + HEAD_SIZE;
+}
+
+void free_block(void *block)
+{
+    if (block == nullptr)
+        return;
+    char *head = static_cast<char *>(block) - HEAD_SIZE;
+    size_t size;
+    std::memcpy(&size, head, sizeof size);
+    held_bytes -= size;
+    std::free(head);
+}
+
+char *copy_text(const char *text, size_t length)
+{
+    char *copy = static_cast<char *>(xalloc(length + 1, nullptr));
+    std::memcpy(copy, text, length);
+    copy[length] = '\0';
+    return copy;
+}

@@ -1,0 +1,40 @@
+// The allocator of the whole program. It never reports failure, so no caller handles it.
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+#include <type_traits>
+
+// Gives a block of at least `size` bytes (and at least one pointer), with `first_word` in its first
+// word and the rest uninitialised: a list node is linked at birth. When the host has no more
+// memory, or when more than 2 GiB are held, writes "no memory\n" to standard error and ends the
+// process with status 1.
+void *xalloc(size_t size, void *first_word);
+
+// Ends the process as exhausted memory does.
+[[noreturn]] void out_of_memory();
+
+// Frees a block of xalloc (none is allowed).
+void free_block(void *block);
+
+// Frees `block` and returns `value`, so that a list is walked by assignment:
+// node = xfree(node, node->next).
+template <typename Value> Value xfree(void *block, Value value)
+{
+    free_block(block);
+    return value;
+}
+
+// A record of type Node with `extra` bytes of room behind it. All of it is zero but the first
+// field, which must be a pointer (the link of its list) and receives `first`.
+template <typename Node> Node *new_node(void *first, size_t extra = 0)
+{
+    static_assert(std::is_trivially_copyable_v<Node>);
+    void *block = xalloc(sizeof(Node) + extra, nullptr);
+    std::memset(block, 0, sizeof(Node) + extra);
+    std::memcpy(block, &first, sizeof first);
+    return static_cast<Node *>(block);
+}
+
+// A zero-terminated copy of `length` characters of `text` in a block of its own.
+char *copy_text(const char *text, size_t length);

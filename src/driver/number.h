@@ -1,0 +1,31 @@
+// The number reader that the command line and the lexer share, and the character classes of both.
+#pragma once
+
+#include <cstdint>
+
+// Plain ASCII classes, whatever the locale; characters above 127 belong to none.
+constexpr bool is_digit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+constexpr bool is_letter(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+constexpr bool is_space(char c)
+{
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+constexpr char lower_case(char c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+
+// Reads a number behind optional white space and an optional sign. `base` is the radix, 2 to 36;
+// 1 lets the text choose as in C: "0x" for 16, a leading "0" for 8, otherwise 10. In base 16 a
+// "0x" is skipped. Returns the position where the number stops (with no digits: where they should
+// begin) and stores the value, which wraps at 32 bits without a message.
+const char *parse_number(const char *text, uint32_t *value, uint32_t base);

@@ -1,0 +1,43 @@
+// A small command-line engine that knows nothing of assembly: options are described by texts.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+// The values of an option that may be given several times, in command-line order.
+struct TextArray {
+    const char **items;
+    int32_t capacity;
+    int32_t count;
+};
+
+// One option. The text is its key, up to the first blank, and what the usage listing shows. In the
+// key "#" takes a number, "*" a text (both from the rest of the word or from the next one), "?" one
+// character; a leading "<" hides the option from the usage listing, and ">" at the end asks for the
+// next element of an array. Every other character, "+" too, must stand in the word as it is.
+// Exactly one of the targets is set: a flag or number, a text, or an array.
+struct OptionDescriptor {
+    const char *text;
+    int32_t *number;
+    const char **name;
+    TextArray *array;
+};
+
+// The name of the tool as the first word of the command line gives it: without directory, up to
+// the first dot, in lower case. Set once by parse_options.
+extern const char *program_name;
+
+// Not 0 when the environment has NVDEBUG. Has no effect on assembly.
+extern int32_t debug_mode;
+
+// Parses the options; on return *argc and *argv hold the file arguments alone, wildcards expanded.
+// `title` stands in the banner, `files_word` in the usage line; without it (none) the caller takes
+// no files. An unknown option, a bad number, too many values for an array, "-help" and "-vers" end
+// the process with status 1 after their text on standard error; so does a command line that has
+// neither options nor files.
+void parse_options(int *argc, char ***argv, const char *title, const char *files_word,
+                   std::span<const OptionDescriptor> options);
+
+// Replaces each file argument that holds "*" or "?" by the files that match it, with their names
+// turned to lower case; a pattern that matches nothing vanishes.
+void expand_wildcards(int *argc, char ***argv);

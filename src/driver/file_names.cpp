@@ -1,0 +1,111 @@
+// Object and listing names come from the source name by exchanging everything behind the last dot.
+// The whole name is searched for it, directories included: a source without an extension below a
+// directory with a dot loses the tail of its path, and makefiles have come to rely on it.
+
+#include "driver/file_names.h"
+
+#include "driver/memory.h"
+#include "driver/settings.h"
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <string>
+
+const char *source_file_name;
+const char *object_file_name;
+const char *listing_file_name;
+char time_stamp[20];
+
+// The blocks behind the two names, none where an option gives the name.
+static char *derived_object_name;
+static char *derived_listing_name;
+
+constexpr size_t TIME_STAMP_LENGTH = 17;
+
+// A decimal number in SOURCE_DATE_EPOCH, for builds that must be reproducible. Anything else there
+// is ignored.
+static bool read_source_date(std::time_t *moment)
+{
+    const char *text = std::getenv("SOURCE_DATE_EPOCH");
+    if (text == nullptr || std::strspn(text, "0123456789") != std::strlen(text) || *text == '\0')
+        return false;
+    *moment = static_cast<std::time_t>(std::strtoll(text, nullptr, 10));
+    return true;
+}
+
+static void form_time_stamp()
+{
+    if (time_stamp[0] != '\0')
+        return;
+    std::time_t moment;
+    const bool fixed = read_source_date(&moment);
+    if (!fixed)
+        moment = std::time(nullptr);
+    const std::tm *fields = fixed ? std::gmtime(&moment) : std::localtime(&moment);
+    if (fields == nullptr || fields->tm_year > 9999 - 1900) {
+        moment = 0;
+        fields = std::gmtime(&moment);
+    }
+    static const char month_names[12][4] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                            "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    char text[64];
+    std::snprintf(text, sizeof text, "%2d %s %d %02d:%02d", fields->tm_mday,
+                  month_names[fields->tm_mon], fields->tm_year + 1900, fields->tm_hour,
+                  fields->tm_min);
+    std::memcpy(time_stamp, text, TIME_STAMP_LENGTH);
+}
+
+// `name` with everything from its last dot on replaced by `extension`.
+static char *with_extension(const char *name, const char *extension)
+{
+    const char *dot = std::strrchr(name, '.');
+    const size_t stem = dot != nullptr ? static_cast<size_t>(dot - name) : std::strlen(name);
+    const std::string result = std::string(name, stem) + extension;
+    return copy_text(result.c_str(), result.size());
+}
+
+void derive_file_names()
+{
+    form_time_stamp();
+    forget_file_names();
+
+    const char *dot = std::strrchr(source_file_name, '.');
+    if (dot != nullptr && dot[1] == 'n' && dot[2] == 'v')
+        debug_lines = 0;
+
+    if (output_file_name == nullptr)
+        derived_object_name = with_extension(source_file_name, ".o");
+    object_file_name = output_file_name != nullptr ? output_file_name : derived_object_name;
+
+    if (opt_make_deps) {
+        std::printf("%s:", object_file_name);
+        opt_make_deps = static_cast<int32_t>(std::strlen(object_file_name)) + 1;
+    }
+    if (!listing_enabled)
+        return;
+    if (listing_name_option == nullptr)
+        derived_listing_name = with_extension(object_file_name, ".ls");
+    listing_file_name = listing_name_option != nullptr ? listing_name_option : derived_listing_name;
+}
+
+void forget_file_names()
+{
+    free_block(derived_object_name);
+    free_block(derived_listing_name);
+    derived_object_name = nullptr;
+    derived_listing_name = nullptr;
+    object_file_name = nullptr;
+    listing_file_name = nullptr;
+}
+
+const char *without_directory(const char *name)
+{
+    const char *start = name;
+    for (const char *c = name; *c != '\0'; ++c) {
+        if (*c == '/' || *c == '\\')
+            start = c + 1;
+    }
+    return start;
+}

@@ -1,0 +1,24 @@
+// The names that belong to the source file being assembled, and the time stamp of the run.
+#pragma once
+
+// The source file as named on the command line. Set for each source file.
+extern const char *source_file_name;
+
+// The files made from it; the listing's is none unless a listing is asked for. Set by
+// derive_file_names.
+extern const char *object_file_name;
+extern const char *listing_file_name;
+
+// "dd Mmm yyyy hh:mm", formed once per run: local time or, with SOURCE_DATE_EPOCH in the
+// environment, that moment in UTC.
+extern char time_stamp[20];
+
+// Derives the names from source_file_name, prints the target of the dependency rule under -md, and
+// clears debug_lines for good when the source is generated code (extension "nv...").
+void derive_file_names();
+
+// Frees the derived names; source_file_name stays.
+void forget_file_names();
+
+// `name` behind its last "/" or "\".
+const char *without_directory(const char *name);

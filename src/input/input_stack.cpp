@@ -1,0 +1,232 @@
+// A stack of suspended inputs below the one that is being read. Every pass builds it anew from the
+// main source; files are read from disk on each pass.
+
+#include "input/input_stack.h"
+
+#include "driver/host.h"
+#include "driver/memory.h"
+#include "driver/passes.h"
+#include "driver/settings.h"
+#include "input/macro.h"
+#include "input/source_reader.h"
+#include "input/source_span.h"
+#include "listing/diagnostics.h"
+#include "listing/listing.h"
+#include "listing/side_outputs.h"
+#include <cstdio>
+#include <cstring>
+
+char line_buffer[LINE_ROOM];
+uint32_t line_ordinal;
+Expansion *current_expansion;
+int32_t end_seen;
+
+// A suspended input: an expansion, or else a file.
+struct InputSource {
+    InputSource *next;
+    FileRecord *file_record; // current when the input was suspended
+    Expansion *expansion;
+    std::FILE *file;
+};
+
+// The file being read when no expansion runs on top of it.
+static std::FILE *current_file;
+
+// Record of the file being read; an expansion doesn't change it, so that its lines are reported at
+// the line that called it.
+static FileRecord *current_file_record;
+
+static InputSource *input_stack;
+
+// The records of this source file, in order of opening, and where the next one is linked.
+static FileRecord *file_records;
+static FileRecord **file_records_tail = &file_records;
+
+// A longer joined path isn't tried.
+constexpr size_t JOINED_PATH_MAX = 511;
+constexpr uint32_t SHOWN_PATH_LENGTH = 40;
+
+const char *current_file_name()
+{
+    return current_file_record != nullptr ? current_file_record->name : "command_line";
+}
+
+uint32_t current_line()
+{
+    return current_file_record != nullptr ? current_file_record->line : 0;
+}
+
+static void push_input()
+{
+    auto *input = new_node<InputSource>(input_stack);
+    input->file_record = current_file_record;
+    input->expansion = current_expansion;
+    input->file = current_file;
+    input_stack = input;
+}
+
+void push_expansion(Expansion *expansion)
+{
+    push_input();
+    current_expansion = expansion;
+}
+
+// Goes back to the input below; false when there is none.
+static bool pop_input()
+{
+    InputSource *input = input_stack;
+    if (input == nullptr)
+        return false;
+    current_file_record = input->file_record;
+    current_expansion = input->expansion;
+    if (input->expansion == nullptr) {
+        current_file = input->file;
+        list_state &= ~LIST_EXPANSION;
+    }
+    input_stack = xfree(input, input->next);
+    return true;
+}
+
+Expansion *visit_suspended_expansions(bool (*stops)(Expansion *))
+{
+    for (InputSource *input = input_stack; input != nullptr; input = input->next) {
+        if (input->expansion != nullptr && stops(input->expansion))
+            return input->expansion;
+    }
+    return nullptr;
+}
+
+static const char *next_file_line()
+{
+    if (!end_seen && read_source_line(current_file, line_buffer, LINE_ROOM)) {
+        ++current_file_record->line;
+        ++line_ordinal;
+        return line_buffer;
+    }
+    std::fclose(current_file);
+    current_file = nullptr;
+    end_seen = 0;
+    return nullptr;
+}
+
+static const char *next_line_of_expansion()
+{
+    if (!mlist_flag)
+        list_state |= LIST_EXPANSION;
+    const char *line = next_expansion_line(current_expansion);
+    if (line != nullptr)
+        ++line_ordinal;
+    else
+        current_expansion = nullptr;
+    return line;
+}
+
+const char *next_line()
+{
+    do {
+        if (const char *line = next_span_line())
+            return line;
+        const char *line =
+            current_expansion != nullptr ? next_line_of_expansion() : next_file_line();
+        if (line != nullptr)
+            return line;
+    } while (pop_input());
+    return nullptr;
+}
+
+// Searches the include list. The joined name is left in line_buffer.
+static std::FILE *open_on_include_list(const char *name)
+{
+    for (int32_t i = 0; i < include_list.count; ++i) {
+        const char *path = include_list.items[i];
+        if (std::strlen(path) + std::strlen(name) + 1 >= JOINED_PATH_MAX) {
+            record_error(messages[MSG_PATH_TOO_LONG], SHOWN_PATH_LENGTH, path);
+            continue;
+        }
+        std::snprintf(line_buffer, sizeof line_buffer, "%s%c%s", path, path_separator, name);
+        if (std::FILE *file = open_for_reading(line_buffer))
+            return file;
+    }
+    return nullptr;
+}
+
+static bool has_file_record(const char *name)
+{
+    for (const FileRecord *record = file_records; record != nullptr; record = record->next) {
+        if (std::strcmp(record->name, name) == 0)
+            return true;
+    }
+    return false;
+}
+
+static FileRecord *append_file_record(const char *name)
+{
+    const size_t size = std::strlen(name) + 1;
+    auto *record = new_node<FileRecord>(nullptr, size);
+    char *text = reinterpret_cast<char *>(record + 1);
+    std::memcpy(text, name, size);
+    record->name = text;
+    *file_records_tail = record;
+    file_records_tail = &record->next;
+    return record;
+}
+
+// The record that serves an opening in a later pass: the first of that name behind the file that
+// includes it. A file that only a later pass opens shows the name of the main source.
+static FileRecord *find_file_record(const char *name)
+{
+    if (current_file_record != nullptr) {
+        for (FileRecord *record = current_file_record->next; record != nullptr;
+             record = record->next) {
+            if (std::strcmp(record->name, name) == 0)
+                return record;
+        }
+    }
+    return file_records;
+}
+
+int32_t open_include(const char *name)
+{
+    const char *opened_name = name;
+    std::FILE *file = open_for_reading(name);
+    if (file == nullptr && name[0] != path_separator) {
+        file = open_on_include_list(name);
+        opened_name = line_buffer;
+    }
+    if (file == nullptr) {
+        record_error(messages[MSG_CANT_OPEN], 0, name);
+        return 0;
+    }
+    if (current_file != nullptr || current_expansion != nullptr)
+        push_input();
+    current_file = file;
+    current_expansion = nullptr;
+    if (pass_number == 0) {
+        if (opt_make_deps && !has_file_record(opened_name))
+            add_dependency(opened_name);
+        current_file_record = append_file_record(opened_name);
+    } else {
+        current_file_record = find_file_record(opened_name);
+    }
+    if (current_file_record != nullptr)
+        current_file_record->line = 0;
+    return 1;
+}
+
+void reset_input()
+{
+    current_file_record = nullptr;
+    current_file = nullptr;
+    end_seen = 0;
+    line_ordinal = 0;
+    stop_recording();
+    while (input_stack != nullptr)
+        input_stack = xfree(input_stack, input_stack->next);
+}
+
+void forget_files()
+{
+    while (file_records != nullptr)
+        file_records = xfree(file_records, file_records->next);
+    file_records_tail = &file_records;
+}

@@ -1,0 +1,211 @@
+// Errors are remembered while a line is read and printed when it is done: nothing is thrown, a
+// statement goes on after an error, and only the first error of a line is told. Whether an object
+// file comes into being, and the exit status, follow from error_count alone.
+
+#include "listing/diagnostics.h"
+
+#include "driver/file_names.h"
+#include "driver/host.h"
+#include "driver/passes.h"
+#include "driver/settings.h"
+#include "input/input_stack.h"
+#include "listing/listing.h"
+#include <cstring>
+#include <string>
+
+// Some entries are kept for targets with other operands; nothing raises them here.
+const char *const messages[MESSAGE_COUNT] = {
+    "can't open %s",
+    "can't create %s",
+    "bad comment delimiter",
+    "unknown instruction %.*s",
+    "symbol %.*s multiply defined",
+    "missing label",
+    "relocatable expression not allowed",
+    "bad relocatable expression",
+    "symbol %.*s not defined",
+    "bad symbol name: %.*s",
+    "syntax error",
+    "bad constant",
+    "zero divide",
+    "bad index register",
+    "value too large",
+    "missing operand",
+    "bad addressing mode",
+    "missing string",
+    "bad register",
+    "missing register",
+    "section number not assigned",
+    "section number already assigned",
+    "invalid bit number",
+    "invalid bit definition",
+    "invalid bit address",
+    "too many sections",
+    "path too long: %.*s...",
+};
+
+int32_t error_count;
+std::FILE *error_stream = stderr;
+const char *line_directive_file;
+uint32_t line_directive_bias;
+
+// The error of the current line; no message means none. The text is a copy: the line that it comes
+// from may be gone when the error is printed.
+struct PendingError {
+    const char *message;
+    uint32_t length;
+    std::string text;
+};
+static PendingError pending_error;
+
+SourcePosition source_position()
+{
+    if (line_directive_file != nullptr)
+        return {line_directive_file, line_ordinal - line_directive_bias};
+    return {current_file_name(), current_line()};
+}
+
+// A message takes a counted text exactly when its format holds a "*".
+static bool takes_length(const char *message)
+{
+    return std::strchr(message, '*') != nullptr;
+}
+
+void record_error(const char *message, uint32_t length, const char *text)
+{
+    if (pass_number == 0 || pending_error.message != nullptr)
+        return;
+    pending_error.message = message;
+    pending_error.length = length;
+    pending_error.text.clear();
+    if (text != nullptr)
+        pending_error.text.assign(text, takes_length(message) ? strnlen(text, length)
+                                                              : std::strlen(text));
+}
+
+void record_error(MessageIndex message)
+{
+    record_error(messages[message], 0, nullptr);
+}
+
+void force_error(const char *message, uint32_t length, const char *text)
+{
+    ++pass_number;
+    record_error(message, length, text);
+    --pass_number;
+}
+
+void force_error(MessageIndex message)
+{
+    force_error(messages[message], 0, nullptr);
+}
+
+bool error_pending()
+{
+    return pending_error.message != nullptr;
+}
+
+static void print_message(std::FILE *stream, const char *message, uint32_t length, const char *text)
+{
+    if (takes_length(message))
+        std::fprintf(stream, message, static_cast<int>(length), text);
+    else
+        std::fprintf(stream, message, text);
+}
+
+static void print_pending_message(std::FILE *stream)
+{
+    print_message(stream, pending_error.message, pending_error.length, pending_error.text.c_str());
+}
+
+static void print_error_line()
+{
+    const SourcePosition position = source_position();
+    const long line = static_cast<int32_t>(position.line);
+    if (eclipse_style)
+        std::fprintf(error_stream, "%s:%ld:1: ", position.file, line);
+    else
+        std::fprintf(error_stream, "#error %s %s:%ld\t", program_name, position.file, line);
+    print_pending_message(error_stream);
+    std::fputc('\n', error_stream);
+}
+
+int32_t flush_error(std::FILE *listing)
+{
+    if (!error_pending())
+        return 0;
+    // A pass that will be repeated is void: an error that is real comes back in the next one.
+    if (pass_must_repeat) {
+        pending_error = {};
+        return 1;
+    }
+    if (listing != nullptr) {
+        page_check();
+        std::fputs("******** ERROR:  ", listing);
+        print_pending_message(listing);
+        std::fputs("  ********\n", listing);
+    }
+    // With branch optimisation the listing comes from an extra last pass, and the passes before it
+    // have shown its errors. Under -b the pass that lists is the only one to show them.
+    if (listing == nullptr || opt_no_branch_opt)
+        print_error_line();
+    ++error_count;
+    pending_error = {};
+    return 1;
+}
+
+void print_file_error_prefix(const char *file)
+{
+    if (eclipse_style)
+        std::fprintf(stderr, "%s:1 ", file);
+    else
+        std::fprintf(stderr, "#error %s %s:0 ", program_name, file);
+}
+
+void report_cant_create(const char *name)
+{
+    print_file_error_prefix(source_file_name);
+    std::fprintf(stderr, "can't create %s\n", name);
+}
+
+void print_direct_error(const char *file, uint32_t line, const char *message, uint32_t length,
+                        const char *text)
+{
+    std::fprintf(error_stream, "#error %s %s:%d\t", program_name, file, static_cast<int32_t>(line));
+    print_message(error_stream, message, length, text);
+    std::fputc('\n', error_stream);
+    ++error_count;
+}
+
+bool close_output(std::FILE *stream, const char *name)
+{
+    const bool failed = std::ferror(stream) != 0;
+    if (std::fclose(stream) == 0 && !failed)
+        return true;
+    print_file_error_prefix(source_file_name);
+    std::fprintf(stderr, "can't write %s\n", name);
+    ++error_count;
+    return false;
+}
+
+int32_t open_error_stream()
+{
+    if (error_file_name == nullptr)
+        return 1;
+    error_stream = std::fopen(error_file_name, "w");
+    if (error_stream != nullptr)
+        return 1;
+    std::fprintf(stderr, messages[MSG_CANT_CREATE], error_file_name);
+    return 0;
+}
+
+int32_t close_error_stream(int32_t any_errors)
+{
+    const bool written = close_output(error_stream, error_file_name);
+    error_stream = stderr;
+    if (any_errors)
+        std::fprintf(stderr, "errors reported in %s\n", error_file_name);
+    else if (written)
+        remove_output(error_file_name);
+    return written;
+}

@@ -1,0 +1,21 @@
+// The lines on which each symbol is used.
+#pragma once
+
+#include <cstdint>
+
+struct Symbol;
+
+constexpr uint16_t XREF_CHUNK_ENTRIES = 20;
+
+struct XrefChunk {
+    XrefChunk *next;
+    uint16_t count;                     // entries in use, 1 to 20
+    uint32_t lines[XREF_CHUNK_ENTRIES]; // line_ordinal of each use
+};
+
+// Notes a use of the symbol on the current line, once for each line. The first use tells the
+// symbol its source file.
+void record_xref(Symbol *symbol);
+
+// Frees the entries of a symbol that is about to go.
+void free_xref(Symbol *symbol);

@@ -1,0 +1,490 @@
+// Operator precedence climbing over the token stream. There is no tree and nothing is deferred:
+// what can't be told in this pass gets its best present value, and the next pass evaluates the text
+// again.
+
+#include "expr/evaluator.h"
+
+#include "driver/memory.h"
+#include "driver/number.h"
+#include "driver/passes.h"
+#include "driver/settings.h"
+#include "expr/lexer.h"
+#include "expr/symbol_table.h"
+#include "listing/diagnostics.h"
+#include "output/section_table.h"
+#include "target/target.h"
+
+// Operands nest only as deep as a line and its literals let them; deeper ones would exhaust the
+// stack, which ends the run as exhausted memory does.
+constexpr int32_t NESTING_MAX = 2000;
+
+// Levels of the binary operators, by the low five bits of the token. 0: no such operator.
+static constexpr uint8_t precedence[32] = {
+    0, 14, 14, 14, 13, 13, 12, 12, 11, 11, 11, 11, 10, 10, 9, 8, 7, 6, 5,
+};
+
+static void parse_primary(ExprValue *out);
+
+static uint8_t level_of(int32_t token)
+{
+    return precedence[token & 0x1F];
+}
+
+static bool is_binary(int32_t token)
+{
+    return (token & TOKEN_BINARY) != 0;
+}
+
+static bool is_relocatable(const ExprValue &value)
+{
+    return value.reloc != RELOC_ABSOLUTE;
+}
+
+static bool selects_part(const ExprValue &value)
+{
+    return (value.reloc & RELOC_PART) != 0;
+}
+
+static void set_absolute(ExprValue *out, uint32_t value)
+{
+    *out = {value, nullptr, 0, RELOC_ABSOLUTE};
+}
+
+void expect_token(int32_t token)
+{
+    const int32_t found = next_token();
+    if (found == token)
+        return;
+    unget_token(found);
+    record_error(MSG_SYNTAX_ERROR);
+}
+
+static bool fits(const ExprValue &value, int32_t lowest)
+{
+    if (is_relocatable(value))
+        return selects_part(value) || value.reloc == RELOC_ZPAGE;
+    const auto number = static_cast<int32_t>(value.value);
+    return number >= lowest && number <= 255;
+}
+
+bool fits_signed_byte(const ExprValue &value)
+{
+    return fits(value, -256);
+}
+
+bool fits_byte(const ExprValue &value)
+{
+    return fits(value, 0);
+}
+
+static void divide(uint32_t *left, int32_t token, uint32_t right)
+{
+    if (right == 0)
+        record_error(MSG_ZERO_DIVIDE);
+    else if (token == TOK_PERCENT)
+        *left %= right; // unsigned, though "/" is signed
+    else                // in 64 bits, as the lowest number divided by -1 has to wrap
+        *left = static_cast<uint32_t>(int64_t{static_cast<int32_t>(*left)} /
+                                      static_cast<int32_t>(right));
+}
+
+static void apply_to_numbers(uint32_t *left, int32_t token, uint32_t right)
+{
+    const auto signed_left = static_cast<int32_t>(*left);
+    const auto signed_right = static_cast<int32_t>(right);
+    switch (token) {
+    case TOK_STAR:
+        *left *= right;
+        break;
+    case TOK_SLASH:
+    case TOK_PERCENT:
+        divide(left, token, right);
+        break;
+    case TOK_PLUS:
+        *left += right;
+        break;
+    case TOK_MINUS:
+        *left -= right;
+        break;
+    case TOK_SHL:
+        *left <<= right & 0x1F;
+        break;
+    case TOK_SHR:
+        *left >>= right & 0x1F;
+        break;
+    case TOK_LT:
+        *left = signed_left < signed_right;
+        break;
+    case TOK_LE:
+        *left = signed_left <= signed_right;
+        break;
+    case TOK_GT:
+        *left = signed_left > signed_right;
+        break;
+    case TOK_GE:
+        *left = signed_left >= signed_right;
+        break;
+    case TOK_EQ:
+        *left = *left == right;
+        break;
+    case TOK_NE:
+        *left = *left != right;
+        break;
+    case TOK_AND:
+        *left &= right;
+        break;
+    case TOK_XOR:
+        *left ^= right;
+        break;
+    case TOK_OR:
+        *left |= right;
+        break;
+    case TOK_LAND:
+        *left = *left != 0 && right != 0;
+        break;
+    default: // TOK_LOR
+        *left = *left != 0 || right != 0;
+        break;
+    }
+}
+
+// The right operand's relocation wins, after an error too.
+static void add_relocatable(ExprValue *left, const ExprValue &right)
+{
+    left->value += right.value;
+    if (is_relocatable(right)) {
+        if (is_relocatable(*left) || selects_part(right))
+            record_error(MSG_BAD_RELOCATABLE);
+        left->reloc = right.reloc;
+        left->section_number = right.section_number;
+        left->symbol = right.symbol;
+    } else if (selects_part(*left)) {
+        record_error(MSG_BAD_RELOCATABLE);
+    }
+}
+
+static bool is_undefined(const Symbol *symbol)
+{
+    return symbol != nullptr && (symbol->attrs & ATTR_DEFINED) == 0;
+}
+
+static void subtract_relocatable(ExprValue *left, const ExprValue &right)
+{
+    left->value -= right.value;
+    if (!is_relocatable(*left)) {
+        record_error(MSG_BAD_RELOCATABLE);
+    } else if (is_relocatable(right)) {
+        // The distance of two places in one section is a number. Part selections are not looked at.
+        if (left->section_number != right.section_number || is_undefined(left->symbol) ||
+            is_undefined(right.symbol))
+            record_error(MSG_BAD_RELOCATABLE);
+        set_absolute(left, left->value);
+    } else if (selects_part(*left)) {
+        record_error(MSG_BAD_RELOCATABLE);
+    }
+}
+
+static void apply_operator(ExprValue *left, int32_t token, const ExprValue &right)
+{
+    if (!is_relocatable(*left) && !is_relocatable(right))
+        apply_to_numbers(&left->value, token, right.value);
+    else if (token == TOK_PLUS)
+        add_relocatable(left, right);
+    else if (token == TOK_MINUS)
+        subtract_relocatable(left, right);
+    else
+        record_error(MSG_BAD_RELOCATABLE);
+}
+
+// Applies operators of a level above `floor` to `left`, beginning with `pending`.
+static void climb(uint8_t floor, ExprValue *left, int32_t pending)
+{
+    while (floor < level_of(pending)) {
+        ExprValue right;
+        parse_primary(&right);
+        int32_t token = next_token();
+        if (is_binary(token) && level_of(token) > level_of(pending))
+            climb(level_of(pending), &right, token);
+        else
+            unget_token(token);
+        apply_operator(left, pending, right);
+        token = next_token();
+        if (!is_binary(token)) {
+            unget_token(token);
+            return;
+        }
+        pending = token;
+    }
+    unget_token(pending);
+}
+
+void parse_expression(ExprValue *out)
+{
+    parse_primary(out);
+    const int32_t token = next_token();
+    if (is_binary(token))
+        climb(0, out, token);
+    else
+        unget_token(token);
+}
+
+static void parse_unary(ExprValue *out, int32_t token)
+{
+    parse_primary(out);
+    if (is_relocatable(*out))
+        record_error(MSG_BAD_RELOCATABLE);
+    if (token == TOK_NOT)
+        out->value = out->value == 0;
+    else if (token == TOK_COMPLEMENT)
+        out->value = ~out->value;
+    else if (token == TOK_MINUS)
+        out->value = 0 - out->value;
+}
+
+// The last four characters count, the first of them highest. The length byte reads as a signed
+// number, so a string of 128 characters or more is 0 without an error.
+static uint32_t character_constant()
+{
+    if (token_length() > 4)
+        record_error("bad character constant", 0, nullptr);
+    uint32_t value = 0;
+    for (int32_t i = 0; i < token_length(); ++i)
+        value = (value << 8) + static_cast<unsigned char>(token_text()[i]);
+    return value;
+}
+
+static uint32_t prefixed_number(int32_t prefix)
+{
+    while (is_space(*line_cursor))
+        ++line_cursor;
+    uint32_t base = 2;
+    if (prefix == TOK_AT)
+        base = 8;
+    else if (prefix == TOK_DOLLAR)
+        base = 16;
+    uint32_t value;
+    const char *end = parse_number(line_cursor, &value, base);
+    if (end == line_cursor)
+        record_error(MSG_BAD_CONSTANT);
+    line_cursor = end;
+    return value;
+}
+
+// What the kind of a place in the current section is.
+static uint8_t section_reloc(const Section *section)
+{
+    if (section->attributes & SECATTR_ABS)
+        return RELOC_ABSOLUTE;
+    return section->attributes & SECATTR_LONG ? RELOC_LONG : RELOC_NORMAL;
+}
+
+static void location_counter(ExprValue *out)
+{
+    *out = {current_location(), nullptr, static_cast<uint8_t>(current_section->number),
+            section_reloc(current_section)};
+}
+
+static uint8_t symbol_reloc(const Symbol *symbol)
+{
+    if (symbol->attrs & ATTR_ABSOLUTE)
+        return RELOC_ABSOLUTE;
+    if (symbol->attrs & ATTR_ZPAGE)
+        return RELOC_ZPAGE;
+    return symbol->attrs & ATTR_LONG ? RELOC_LONG : RELOC_NORMAL;
+}
+
+static void note_reference(Symbol *symbol)
+{
+    symbol->attrs |= ATTR_REFERENCED;
+    if (symbol->ref_line == 0) {
+        const SourcePosition position = source_position();
+        symbol->ref_line = position.line;
+        symbol->source_file = position.file;
+    }
+    // Without -u an undefined symbol is told once, at the end of the sizing pass.
+    if (pass_number != 0 && undefined_in_listing &&
+        (symbol->attrs & (ATTR_DEFINED | ATTR_PUBLIC)) == 0)
+        record_error(messages[MSG_NOT_DEFINED], symbol->name_length, symbol->name);
+}
+
+static void symbol_value(ExprValue *out, Symbol *symbol)
+{
+    note_reference(symbol);
+    out->value = symbol->value;
+    out->section_number = symbol->section_number;
+    // A weak definition may be replaced by another file's: it is reached through the linker.
+    if ((symbol->attrs & ATTR_DEFINED) && (symbol->flags & SYM_WEAK)) {
+        out->value = 0;
+        out->section_number = 0;
+    }
+    out->reloc = symbol_reloc(symbol);
+    const bool names_other = (symbol->flags & SYM_ALIAS) && (symbol->flags & SYM_BIT) == 0;
+    out->symbol = names_other ? symbol->link : symbol;
+}
+
+static uint32_t string_length()
+{
+    if (next_token() != TOK_STRING)
+        record_error(MSG_SYNTAX_ERROR);
+    expect_token(TOK_RPAREN);
+    return static_cast<uint32_t>(token_length());
+}
+
+static uint32_t defined_test()
+{
+    bool defined = false;
+    if (next_token() == TOK_SYMBOL)
+        defined = is_defined_above(token_symbol);
+    else
+        record_error(MSG_MISSING_STRING);
+    expect_token(TOK_RPAREN);
+    return defined;
+}
+
+static void take_low(ExprValue *out)
+{
+    if (selects_part(*out))
+        record_error(MSG_BAD_RELOCATABLE);
+    if (is_relocatable(*out))
+        out->reloc = RELOC_ZPAGE;
+    else
+        out->value &= 0xFF;
+}
+
+// `high`, `page`, `phigh` and `plow`. A relocatable value keeps its number: the linker takes the
+// part. The bits are set after an error, too.
+static void take_part(ExprValue *out, int32_t function)
+{
+    const bool paged = function == TOK_PHIGH || function == TOK_PLOW;
+    if (selects_part(*out) || (paged && !is_relocatable(*out)))
+        record_error(MSG_BAD_RELOCATABLE);
+    if (function == TOK_PLOW)
+        out->reloc |= RELOC_PLOW;
+    else if (function == TOK_PHIGH)
+        out->reloc |= RELOC_HIGH | RELOC_PLOW;
+    else if (is_relocatable(*out))
+        out->reloc |= function == TOK_HIGH ? RELOC_HIGH : RELOC_PAGE;
+    else if (function == TOK_HIGH)
+        out->value = (out->value >> 8) & 0xFF;
+    else
+        out->value >>= address_page_bits;
+}
+
+static void parse_function(ExprValue *out, int32_t function)
+{
+    parse_expression(out);
+    expect_token(TOK_RPAREN);
+    if (function == TOK_LOW)
+        take_low(out);
+    else
+        take_part(out, function);
+}
+
+static void parse_operand_token(ExprValue *out, int32_t token)
+{
+    switch (token) {
+    case TOK_NOT:
+    case TOK_COMPLEMENT:
+    case TOK_PLUS:
+    case TOK_MINUS:
+        parse_unary(out, token);
+        break;
+    case TOK_STRING:
+        set_absolute(out, character_constant());
+        break;
+    case TOK_AT:
+    case TOK_DOLLAR:
+    case TOK_PERCENT:
+        set_absolute(out, prefixed_number(token));
+        break;
+    case TOK_NUMBER:
+        set_absolute(out, token_number);
+        break;
+    case TOK_LPAREN:
+        parse_expression(out);
+        expect_token(TOK_RPAREN);
+        break;
+    case TOK_STAR:
+        location_counter(out);
+        break;
+    case TOK_LT: // takes the whole expression that follows, not one operand
+        parse_expression(out);
+        take_low(out);
+        break;
+    case TOK_GT:
+        parse_expression(out);
+        break;
+    case TOK_SYMBOL:
+        symbol_value(out, token_symbol);
+        break;
+    case TOK_STRLEN:
+        set_absolute(out, string_length());
+        break;
+    case TOK_DEFINED:
+        set_absolute(out, defined_test());
+        break;
+    case TOK_PAGE:
+    case TOK_HIGH:
+    case TOK_LOW:
+    case TOK_PHIGH:
+    case TOK_PLOW:
+        parse_function(out, token);
+        break;
+    default:
+        record_error(MSG_SYNTAX_ERROR);
+        set_absolute(out, 0);
+        break;
+    }
+}
+
+// Reads one operand with its unary operators, which bind tighter than any binary one.
+static void parse_primary(ExprValue *out)
+{
+    static int32_t nesting;
+
+    if (++nesting > NESTING_MAX)
+        out_of_memory();
+    parse_operand_token(out, next_token());
+    --nesting;
+}
+
+uint32_t parse_simple_value()
+{
+    const int32_t token = next_token();
+    switch (token) {
+    case TOK_AT:
+    case TOK_DOLLAR:
+    case TOK_PERCENT:
+        return prefixed_number(token);
+    case TOK_NUMBER:
+        return token_number;
+    case TOK_SYMBOL:
+        token_symbol->attrs |= ATTR_REFERENCED;
+        return token_symbol->value;
+    case TOK_STAR:
+        return current_location();
+    default:
+        unget_token(token);
+        record_error(MSG_SYNTAX_ERROR);
+        return 0;
+    }
+}
+
+void base_directive(Keyword *, const char *, uint32_t)
+{
+    ExprValue value;
+    parse_expression(&value);
+    if (is_relocatable(value))
+        record_error(MSG_RELOCATABLE_NOT_ALLOWED);
+    switch (value.value) {
+    case 2:
+    case 8:
+    case 10:
+    case 16:
+        default_base = value.value;
+        break;
+    default:
+        record_error("invalid base", 0, nullptr);
+        break;
+    }
+}

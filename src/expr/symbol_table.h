@@ -1,0 +1,78 @@
+// Everything an operand can name: labels, equates, externals, text literals, local labels,
+// registers.
+#pragma once
+
+#include "output/object_format.h"
+#include <cstdint>
+
+struct XrefChunk;
+
+// What kind of thing a symbol is: the bits of Symbol::flags.
+constexpr uint16_t SYM_PREDEFINED = 0x0001; // made by -d or the assembler; outlives a source file
+constexpr uint16_t SYM_SET = 0x0002;        // made by `set`: may be assigned again
+constexpr uint16_t SYM_REGISTER = 0x0004;   // a register; `value` is its number
+constexpr uint16_t SYM_TESTED = 0x0008;     // asked about by `defined` or `ifdef` while undefined
+constexpr uint16_t SYM_ALIAS = 0x0010;      // an equate of a symbol that has no number yet: `link`
+constexpr uint16_t SYM_CHAIN_END = 0x0020;  // last symbol of its bucket's run
+constexpr uint16_t SYM_IN_DEBUG = 0x0040;   // a label of a debug section
+constexpr uint16_t SYM_LOCAL = 0x0080;      // the name begins with a digit
+constexpr uint16_t SYM_BIT = 0x0100;        // an equate with a bit number
+constexpr uint16_t SYM_LITERAL = 0x0200;    // made by `lit`: the lexer reads `literal` in its place
+constexpr uint16_t SYM_WEAK = 0x0400;       // declared by `wdef`
+
+// The section attributes that a label takes over from its section.
+constexpr uint8_t ATTR_FROM_SECTION = ATTR_ZPAGE | ATTR_BIT | ATTR_LONG | ATTR_CODE;
+
+// Symbol::def_line of a symbol that was defined twice.
+constexpr uint32_t LINE_MULTIPLY_DEFINED = 0xFFFFFFFF;
+
+// Records live from the first mention to the end of the source file, through all passes.
+struct Symbol {
+    Symbol *next;
+    union {
+        Symbol *link;  // with SYM_ALIAS: the symbol that this one stands for
+        char *literal; // with SYM_LITERAL: the owned text
+    };
+    XrefChunk *xref_chunks;
+    const char *source_file; // file of the definition or of the first use; not owned
+    uint32_t object_index;   // number in the object file, 0 when it has none
+    uint32_t def_ordinal;    // line_ordinal of the definition
+    uint32_t data_size;      // bytes of data behind the label, for debug information
+    uint32_t def_line;       // 0 while undefined; the scope's number for a local label
+    uint32_t ref_line;       // line of the first reference, 0 while there is none
+    uint32_t value;          // a bit symbol holds byte address times 8 plus bit number
+    uint16_t flags;          // SYM_ bits
+    uint8_t attrs;           // ATTR_ bits
+    uint8_t section_number;  // 0 for none
+    uint8_t name_length;     // modulo 256
+    const char *name;        // `name_length` bytes without end mark, inside the record
+};
+
+// Head of the one list of all symbols. Its order is that of the symbols in the object file: the
+// symbols of one hash bucket stand together, and a bucket used for the first time comes to the
+// head.
+extern Symbol *symbol_list;
+
+// The scope that local labels belong to. 0 at the head of a pass, advanced by each ordinary label,
+// by `include` and by `local`.
+extern uint32_t scope_number;
+
+// Finds the symbol of this name, in the present scope if it begins with a digit, and makes it if
+// there is none. With length 0 the name ends at its zero byte. Only the low 8 bits of the length
+// count.
+Symbol *find_symbol(const char *name, uint32_t length);
+
+// Whether the symbol is defined on a line above the current one. Marks an undefined symbol as
+// tested. The answer is the same in every pass, though a later pass knows every definition.
+bool is_defined_above(Symbol *symbol);
+
+// Between two source files: keeps registers and predefined symbols, with what their attributes have
+// gathered, and drops everything else, all macros too.
+void reset_symbols();
+
+// The length by which both name tables know a name: cut to 8 bits first; a length of 0 then means
+// that the text is measured.
+uint8_t counted_length(const char *name, uint32_t length);
+
+// The hash of both tables over `length` characters; its low 8 bits are the bucket.
+uint32_t hash_name(const char *name, uint8_t length);

@@ -1,0 +1,76 @@
+// The output sections of the source file being assembled, and which of them receives bytes.
+#pragma once
+
+#include "output/byte_stream.h"
+#include "output/object_format.h"
+#include <cstdint>
+
+struct BranchChunk;
+
+// Bits of Section::flags; internal, not in the object file.
+constexpr uint16_t SEC_DEBUG = 0x0001;       // text for tools: listed only under dlist_flag
+constexpr uint16_t SEC_USED = 0x0002;        // goes to the object file; never cleared
+constexpr uint16_t SEC_CLOSED = 0x0004;      // left behind by a later `new`: names pass over it
+constexpr uint16_t SEC_NEW_PENDING = 0x0008; // opened by `new`, not yet reached in this pass
+constexpr uint16_t SEC_NEW_SEEN = 0x0010;    // opened by `new`, reached in this pass
+constexpr uint16_t SEC_NUMBERED = 0x0020;    // has its number in the object file
+
+struct Section {
+    Section *next;       // in order of creation; of offset_section: the real section behind it
+    uint8_t attributes;  // SECATTR_ bits
+    uint8_t name_length; // 0 in offset_section only
+    char section_name[SECTION_NAME_MAX];
+    uint16_t flags;          // SEC_ bits
+    uint16_t number;         // order of creation, then, behind resolve_symbols, the object file's
+    uint32_t size;           // location counter: bytes so far in this pass
+    uint32_t reloc_position; // offset up to which reloc_stream accounts for the section
+    uint32_t base_address;   // 0 unless `org` set it in an absolute section; survives the passes
+    BranchChunk *branch_chunks;
+    ByteStream code_stream;
+    ByteStream reloc_stream;
+};
+
+extern Section *section_list;    // never reordered
+extern int32_t section_count;    // behind resolve_symbols: of those kept
+extern Section *current_section; // never none during a pass
+
+// Sections asked for with `new` in this pass, and how many of them are merged into one (0: none
+// are). The group is set per source file, the counter starts at 0 in each pass.
+extern int32_t new_section_counter;
+extern int32_t new_section_group;
+
+// Where the attributes of a `section` directive start. Set by the target.
+extern uint8_t default_section_attributes;
+
+// The text sections, none under -si and -sm.
+extern Section *info_section;
+extern Section *misra_section;
+
+// The section that `offset` selects: in no list, it lays out names without output.
+extern Section offset_section;
+
+// Address of the next byte: size plus base_address of the current section.
+inline uint32_t current_location()
+{
+    return current_section->size + current_section->base_address;
+}
+
+// Builds the table with the predefined sections, for a new source file.
+void init_sections();
+
+// Empties all sections at the head of a pass and selects .text.
+void reset_sections_for_pass();
+
+// Looks a section up by name, cut to 14 characters, and makes it current. With `create` it is made
+// instead, and the result is none if the name is taken; without, none if there is no such section.
+// Records "section name %.*s too long".
+Section *select_section(const char *name, uint32_t length, bool create);
+
+// Makes a section of that name whatever exists, and selects it.
+Section *create_section(const char *name, uint32_t length);
+
+// Goes back to the real section when the `offset` section is current; tells whether it was.
+bool leave_offset_section();
+
+// Ends each section with SECATTR_EVEN on an even address.
+void pad_even_sections();

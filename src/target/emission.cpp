@@ -1,0 +1,212 @@
+// The sizing pass only counts, so that every label gets its first value from sizes alone. A bss
+// section only counts in every pass.
+
+#include "target/emission.h"
+
+#include "driver/passes.h"
+#include "expr/lexer.h"
+#include "expr/symbol_table.h"
+#include "listing/listing.h"
+#include "output/section_table.h"
+#include <algorithm>
+
+uint8_t line_bytes[LINE_BYTES_MAX];
+int32_t line_byte_count;
+uint32_t line_address;
+const char *line_start = "";
+
+// A bit of ExprValue::reloc that turns the kinds into their modified forms; nothing on this target
+// sets it.
+constexpr uint8_t RELOC_MODIFIED = 0x20;
+constexpr uint8_t RK_MODIFIER = 0x10;
+
+void note_line_byte(uint8_t byte)
+{
+    if (line_byte_count < LINE_BYTES_MAX)
+        line_bytes[line_byte_count++] = byte;
+}
+
+void mark_line(int32_t how)
+{
+    line_address = current_location();
+    if (how == MARK_ADDRESS)
+        return;
+    line_byte_count = 0;
+    if ((how & MARK_NO_BYTES) == 0)
+        line_start = line_cursor;
+}
+
+static bool is_bss()
+{
+    return (current_section->attributes & SECATTR_BSS) != 0;
+}
+
+void emit_byte(uint32_t byte)
+{
+    if (pass_number != 0) {
+        auto stored = static_cast<uint8_t>(byte);
+        if (is_bss())
+            stored = 0;
+        else
+            stream_put_byte(&current_section->code_stream, stored);
+        if (list_state == LIST_ON)
+            note_line_byte(stored);
+    }
+    ++current_section->size;
+    current_section->flags |= SEC_USED;
+}
+
+void emit_fill(uint32_t byte, uint32_t count)
+{
+    // Where nothing is stored, what the listing can't show needs only counting.
+    if (pass_number == 0 || is_bss()) {
+        const uint32_t shown = std::min<uint32_t>(count, LINE_BYTES_MAX);
+        current_section->size += count - shown;
+        count = shown;
+    }
+    while (count-- != 0)
+        emit_byte(byte);
+}
+
+static void put_reloc_byte(uint32_t byte)
+{
+    stream_put_byte(&current_section->reloc_stream, static_cast<uint8_t>(byte));
+}
+
+// The plain bytes between the last relocated field and this place.
+static void put_gap()
+{
+    while (uint32_t gap = current_section->size - current_section->reloc_position) {
+        if (gap <= SHORT_GAP_MAX) {
+            put_reloc_byte(gap);
+        } else {
+            gap = std::min(gap, LONG_GAP_MAX);
+            put_reloc_byte((gap >> 8) | RELOC_LONG_GAP);
+            put_reloc_byte(gap);
+        }
+        current_section->reloc_position += gap;
+    }
+}
+
+static bool has_attribute(const Symbol *symbol, uint8_t attribute)
+{
+    return symbol != nullptr && (symbol->attrs & attribute) != 0;
+}
+
+// The number of the section or symbol that the value is relative to. A weak definition goes by its
+// symbol, like an external.
+static uint32_t relocation_index(const ExprValue &value)
+{
+    const Symbol *symbol = value.symbol;
+    if (symbol != nullptr && (!has_attribute(symbol, ATTR_DEFINED) || (symbol->flags & SYM_WEAK)))
+        return symbol->object_index;
+    return value.section_number;
+}
+
+static void put_item_head(uint8_t kind, uint32_t index)
+{
+    const bool wide = index > 255;
+    put_reloc_byte((kind & RELOC_KIND_MASK) | RELOC_ITEM | (wide ? RELOC_WIDE_INDEX : 0));
+    if (wide)
+        put_reloc_byte(index >> 8);
+    put_reloc_byte(index);
+}
+
+// A check names a public symbol by its own number and carries the distance from it.
+static void put_check_item(const ExprValue &value)
+{
+    uint32_t index = relocation_index(value);
+    uint32_t addend = value.value;
+    if (has_attribute(value.symbol, ATTR_PUBLIC)) {
+        index = value.symbol->object_index;
+        if (has_attribute(value.symbol, ATTR_DEFINED))
+            addend -= value.symbol->value;
+    }
+    put_item_head(RK_CHECK, index);
+    put_reloc_byte(addend != 0);
+    if (addend == 0)
+        return;
+    for (int shift = 24; shift >= 0; shift -= 8)
+        put_reloc_byte(addend >> shift);
+}
+
+void emit_relocation(uint8_t kind, const ExprValue &value)
+{
+    if (pass_number == 0 || is_bss())
+        return;
+    put_gap();
+    if (kind == RK_CHECK) {
+        put_check_item(value);
+        return;
+    }
+    put_item_head(kind, relocation_index(value));
+    // Kinds that select a part carry what the field has no room for.
+    const uint8_t shape = kind & 0x0F;
+    if (shape < RK_HIGH || shape > RK_PLOW)
+        return;
+    put_reloc_byte(value.value >> 24);
+    put_reloc_byte(value.value >> 16);
+    if ((shape & 1) == 0)
+        put_reloc_byte(value.value >> 8);
+}
+
+static uint8_t relocation_kind(uint8_t reloc, bool one_byte)
+{
+    const uint8_t modifier = reloc & RELOC_MODIFIED ? RK_MODIFIER : 0;
+    uint8_t kind;
+    if (reloc & RELOC_PAGE)
+        kind = one_byte ? RK_PAGE_BYTE : RK_PAGE_WORD;
+    else if (reloc & RELOC_HIGH)
+        kind = reloc & RELOC_PLOW ? RK_PHIGH : RK_HIGH;
+    else if (reloc & RELOC_PLOW)
+        kind = one_byte ? RK_BYTE : RK_PLOW;
+    else
+        kind = one_byte ? RK_BYTE : RK_WORD;
+    return kind | modifier;
+}
+
+// The low bytes of a number, `size` of them, in the section's order.
+static void emit_number(uint32_t number, int size)
+{
+    const bool high_first = (current_section->attributes & SECATTR_HILO) != 0;
+    for (int i = 0; i < size; ++i)
+        emit_byte(number >> (8 * (high_first ? size - 1 - i : i)));
+}
+
+static void emit_relocated_field(uint8_t kind, const ExprValue &value, int size)
+{
+    emit_relocation(kind, value);
+    emit_number(value.value, size);
+    current_section->reloc_position = current_section->size;
+}
+
+// The high byte of an address has no item for a field of two bytes. It goes into the low-order byte
+// as a field of its own, and the high-order byte is a plain 0.
+static void emit_high_as_word(const ExprValue &value)
+{
+    const uint8_t kind = relocation_kind(value.reloc, true);
+    const bool high_first = (current_section->attributes & SECATTR_HILO) != 0;
+    if (high_first)
+        emit_byte(0);
+    emit_relocated_field(kind, value, 1);
+    if (!high_first)
+        emit_byte(0);
+}
+
+void emit_value(const ExprValue &value, bool one_byte)
+{
+    if (value.reloc == RELOC_ABSOLUTE)
+        emit_number(value.value, one_byte ? 1 : 2);
+    else if (!one_byte && (value.reloc & RELOC_PART) == RELOC_HIGH)
+        emit_high_as_word(value);
+    else
+        emit_relocated_field(relocation_kind(value.reloc, one_byte), value, one_byte ? 1 : 2);
+}
+
+void emit_long(const ExprValue &value)
+{
+    if (value.reloc == RELOC_ABSOLUTE)
+        emit_number(value.value, 4);
+    else
+        emit_relocated_field(RK_LONG, value, 4);
+}

@@ -1,0 +1,40 @@
+// One source line: label, word, operands.
+#pragma once
+
+#include <cstdint>
+
+struct Symbol;
+
+// The label defined last; `section`, `switch`, `org` and the head of a pass clear it. Data
+// directives tell it the size of its data.
+extern Symbol *last_label;
+
+// The one or two characters behind the dot of the statement's word, zero where there are none. A
+// macro call hands them on.
+extern char mnemonic_suffix[2];
+
+// What the listing shows of the line: LIST_ADDRESS_OF_BYTES, LIST_ADDRESS or LIST_VALUE.
+extern uint8_t line_defined_label;
+constexpr uint8_t LIST_ADDRESS_OF_BYTES = 0; // the address only if the line emitted bytes
+constexpr uint8_t LIST_ADDRESS = 1;          // the address in any case
+constexpr uint8_t LIST_VALUE = 2;            // the bytes of a value and no address
+
+// Whether the lines of the current section are listed only under dlist_flag. Recomputed for every
+// statement, kept up by the directives that change the section, cleared by `end` and the external
+// symbol directives, so that those lines are listed.
+extern uint8_t current_is_debug;
+void note_debug_section();
+
+// Assembles, records or skips one line, and lists it. `line` ends in a zero byte.
+void process_statement(const char *line);
+
+// Records "symbol %.*s multiply defined" in the sizing pass and marks the symbol, so that the
+// listing repeats the message.
+void report_multiply_defined(Symbol *symbol, const char *name, uint32_t length);
+
+// Notes where a symbol is defined, the first time.
+void note_first_definition(Symbol *symbol);
+
+// The same; for one that was defined twice the listing
+// carries the message again.
+void note_definition(Symbol *symbol, const char *name, uint32_t length);

@@ -1,0 +1,298 @@
+// Every pass defines all symbols anew, each with the values of its time: that is how forward
+// references settle.
+
+#include "stmt/symbol_directives.h"
+
+#include "driver/memory.h"
+#include "driver/passes.h"
+#include "driver/settings.h"
+#include "expr/evaluator.h"
+#include "expr/keyword_table.h"
+#include "expr/lexer.h"
+#include "expr/symbol_table.h"
+#include "input/input_stack.h"
+#include "listing/diagnostics.h"
+#include "listing/listing.h"
+#include "output/section_table.h"
+#include "stmt/statement.h"
+#include "target/emission.h"
+
+constexpr uint8_t ARGUMENT_SET = 1;
+
+// A definition as it is written: name, value, and the number of the bit if there is one.
+struct Definition {
+    const char *name;
+    uint32_t length;
+    ExprValue value;
+    bool has_bit;
+    uint32_t bit;
+};
+
+// Reads ":bit" if it follows.
+static void read_bit_number(Definition *definition)
+{
+    const int32_t token = next_token();
+    if (token != TOK_COLON) {
+        unget_token(token);
+        return;
+    }
+    ExprValue bit;
+    parse_expression(&bit);
+    if (bit.reloc != RELOC_ABSOLUTE || bit.value >= 8)
+        record_error(MSG_INVALID_BIT_NUMBER);
+    definition->has_bit = true;
+    definition->bit = bit.value;
+}
+
+// Reads "name value" of #define; the value is 1 if it is left out. False without a name.
+static bool read_define(Definition *definition)
+{
+    skip_blanks();
+    definition->name = scan_name(0);
+    if (definition->name == nullptr) {
+        force_error(MSG_MISSING_LABEL);
+        return false;
+    }
+    definition->length = static_cast<uint32_t>(line_cursor - definition->name);
+    number_suffixes_allowed = 1;
+    const int32_t token = next_token();
+    if (token == TOK_END) {
+        definition->value = {1, nullptr, 0, RELOC_ABSOLUTE};
+        number_suffixes_allowed = 0;
+        return true;
+    }
+    unget_token(token);
+    parse_expression(&definition->value);
+    number_suffixes_allowed = 0;
+    read_bit_number(definition);
+    return true;
+}
+
+// Puts the bit number below the address, and marks the symbol.
+static void apply_bit_number(Definition *definition, Symbol *symbol)
+{
+    definition->value.value = definition->value.value << 3 | definition->bit;
+    symbol->flags |= SYM_BIT;
+}
+
+static bool has_flag(const Symbol *symbol, uint16_t flag)
+{
+    return symbol != nullptr && (symbol->flags & flag) != 0;
+}
+
+// The listing shows the value in the place of the bytes.
+static void list_value(uint32_t value)
+{
+    if (list_state != LIST_ON)
+        return;
+    line_defined_label = LIST_VALUE;
+    for (int shift = 24; shift >= 0; shift -= 8)
+        note_line_byte(static_cast<uint8_t>(value >> shift));
+}
+
+// An absolute equate asks for no further pass when its value changes: only places do.
+static void define_absolute(Definition *definition, Symbol *symbol, bool is_set)
+{
+    if (definition->has_bit) {
+        if (has_flag(definition->value.symbol, SYM_BIT))
+            record_error(MSG_INVALID_BIT_DEFINITION);
+        apply_bit_number(definition, symbol);
+    }
+    symbol->value = definition->value.value;
+    symbol->attrs |= ATTR_DEFINED | ATTR_ABSOLUTE;
+    symbol->flags &= static_cast<uint16_t>(~SYM_ALIAS);
+    if (pass_number == 0 && is_set)
+        symbol->flags |= SYM_SET;
+    else if (pass_number == 0 && equates_public)
+        symbol->attrs |= ATTR_PUBLIC;
+    list_value(symbol->value);
+}
+
+// The value names a symbol that no section holds yet: one further down, an external, a weak one.
+static void define_alias(const Definition &definition, Symbol *symbol)
+{
+    if (definition.value.symbol == symbol) {
+        record_error("recursive definition of symbol %.*s", definition.length, definition.name);
+        return;
+    }
+    symbol->flags |= SYM_ALIAS;
+    if (pass_number == 0)
+        symbol->link = definition.value.symbol;
+}
+
+static void define_relocatable(Definition *definition, Symbol *symbol)
+{
+    const Symbol *base = definition->value.symbol;
+    if (definition->has_bit) {
+        if (has_flag(base, SYM_BIT) || (base != nullptr && (base->attrs & ATTR_BIT)))
+            record_error(MSG_INVALID_BIT_DEFINITION);
+        apply_bit_number(definition, symbol);
+    }
+    const ExprValue &value = definition->value;
+    if (values_must_settle() && symbol->value != value.value)
+        request_another_pass();
+    symbol->value = value.value;
+    symbol->section_number = value.section_number;
+    const uint8_t place = base != nullptr ? base->attrs : current_section->attributes;
+    symbol->attrs |= (place & ATTR_FROM_SECTION) | ATTR_DEFINED;
+    if (value.section_number != 0)
+        symbol->flags &= static_cast<uint16_t>(~SYM_ALIAS);
+    else
+        define_alias(*definition, symbol);
+}
+
+void equate_directive(Keyword *keyword, const char *label, uint32_t length)
+{
+    const bool is_set = keyword->argument == ARGUMENT_SET;
+    Definition definition{};
+    if (keyword->flags & KW_NEEDS_LABEL) {
+        definition.name = label;
+        definition.length = length;
+        parse_expression(&definition.value);
+        read_bit_number(&definition);
+    } else if (!read_define(&definition)) {
+        return;
+    }
+
+    Symbol *symbol = find_symbol(definition.name, definition.length);
+    if ((symbol->flags & SYM_LOCAL) == 0)
+        note_definition(symbol, definition.name, definition.length);
+    const bool may_redefine = is_set && (symbol->flags & SYM_SET);
+    if (pass_number == 0 && (symbol->attrs & ATTR_DEFINED) && !may_redefine) {
+        report_multiply_defined(symbol, definition.name, definition.length);
+        return;
+    }
+    if (symbol->flags & SYM_REGISTER)
+        return;
+    if (definition.value.reloc == RELOC_ABSOLUTE)
+        define_absolute(&definition, symbol, is_set);
+    else if (is_set)
+        record_error(MSG_RELOCATABLE_NOT_ALLOWED);
+    else
+        define_relocatable(&definition, symbol);
+}
+
+// The room for a literal's text is measured by its length byte as a signed number. A text of 128
+// characters or more thus asks for an impossible size.
+static char *copy_literal_text()
+{
+    if (token_length() < 0)
+        out_of_memory();
+    return copy_text(token_text(), static_cast<size_t>(token_length()));
+}
+
+void literal_directive(Keyword *, const char *label, uint32_t length)
+{
+    if (next_token() != TOK_STRING) {
+        record_error("bad literal definition", 0, nullptr);
+        return;
+    }
+    Symbol *symbol = find_symbol(label, length);
+    note_definition(symbol, label, length);
+    // Later passes know the text already.
+    if (pass_number != 0)
+        return;
+    if (symbol->attrs & (ATTR_DEFINED | ATTR_REFERENCED)) {
+        report_multiply_defined(symbol, label, length);
+        return;
+    }
+    symbol->literal = copy_literal_text();
+    symbol->attrs |= ATTR_DEFINED;
+    symbol->flags |= SYM_LITERAL;
+}
+
+// What a directive of the external family tells of its symbols, by argument.
+static uint8_t external_attributes(uint8_t argument)
+{
+    const uint8_t code = default_section_attributes & SECATTR_CODE ? ATTR_CODE : uint8_t{0};
+    switch (argument) {
+    case 1:
+        return ATTR_ZPAGE;
+    case 2:
+        return 0;
+    case 4:
+        return ATTR_LONG | code;
+    case 5:
+        return ATTR_BIT;
+    case 6:
+        return ATTR_BIT | ATTR_ZPAGE;
+    default:
+        return (default_section_attributes & SECATTR_LONG ? ATTR_LONG : uint8_t{0}) | code;
+    }
+}
+
+constexpr uint8_t ARGUMENT_WEAK = 7;
+
+static void declare_external(uint8_t argument, const char *name, uint32_t length)
+{
+    Symbol *symbol = find_symbol(name, length);
+    if (symbol->flags & (SYM_REGISTER | SYM_LOCAL)) {
+        record_error(messages[MSG_BAD_SYMBOL_NAME], length, name);
+        return;
+    }
+    note_first_definition(symbol);
+    symbol->attrs |= ATTR_PUBLIC;
+    if (argument == ARGUMENT_WEAK)
+        symbol->flags |= SYM_WEAK;
+    if (symbol->section_number == 0 && (symbol->attrs & ATTR_ABSOLUTE) == 0)
+        symbol->attrs |= external_attributes(argument);
+}
+
+void external_directive(Keyword *keyword, const char *, uint32_t)
+{
+    current_is_debug = 0;
+    for (;;) {
+        skip_blanks();
+        const char *name = scan_name(0);
+        if (name == nullptr)
+            record_error(MSG_MISSING_LABEL);
+        else
+            declare_external(keyword->argument, name, static_cast<uint32_t>(line_cursor - name));
+        skip_blanks();
+        if (*line_cursor != ',')
+            return;
+        ++line_cursor;
+    }
+}
+
+void local_directive(Keyword *, const char *, uint32_t)
+{
+    ++scope_number;
+}
+
+// The value behind the name; 1 unless it is written.
+static uint32_t read_defined_value()
+{
+    if (next_token() != TOK_EQ)
+        return 1;
+    ExprValue value;
+    parse_expression(&value);
+    if (next_token() != TOK_END)
+        record_error(MSG_BAD_COMMENT);
+    else if (value.reloc != RELOC_ABSOLUTE)
+        record_error(MSG_RELOCATABLE_NOT_ALLOWED);
+    return value.value;
+}
+
+// Runs ahead of the first pass, where errors are not recorded: a text that makes no sense is taken
+// without a word, with whatever value was read.
+int32_t define_from_text(const char *text)
+{
+    line_cursor = text;
+    const char *name = scan_name(0);
+    if (name != nullptr) {
+        const auto length = static_cast<uint32_t>(line_cursor - name);
+        reset_lexer();
+        const uint32_t value = read_defined_value();
+        Symbol *symbol = find_symbol(name, length);
+        if (symbol->attrs & ATTR_DEFINED)
+            record_error(messages[MSG_MULTIPLY_DEFINED], length, name);
+        if ((symbol->flags & SYM_REGISTER) == 0) {
+            symbol->value = value;
+            symbol->attrs |= ATTR_DEFINED | ATTR_ABSOLUTE;
+            symbol->section_number = 0;
+            symbol->flags |= SYM_PREDEFINED;
+        }
+    }
+    return flush_error(nullptr);
+}

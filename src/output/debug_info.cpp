@@ -1,0 +1,248 @@
+// Later passes only bring the addresses of the records up to date; a record that isn't the one of
+// the pass before (in length or kind) costs a pass that rebuilds them all and one that checks them.
+
+#include "output/debug_info.h"
+
+#include "driver/file_names.h"
+#include "driver/memory.h"
+#include "driver/passes.h"
+#include "driver/settings.h"
+#include "expr/evaluator.h"
+#include "expr/keyword_table.h"
+#include "expr/lexer.h"
+#include "input/input_stack.h"
+#include "input/macro.h"
+#include "listing/diagnostics.h"
+#include "listing/listing.h"
+#include "output/debug_symbols.h"
+#include "output/section_table.h"
+#include "target/emission.h"
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+// How this pass treats the records: compares them with those of the pass before, has found that
+// they differ, or builds them anew. Moved at the head of each pass by reset_debug_records.
+enum DebugRecordState { COMPARE, MISMATCH, REBUILD };
+static DebugRecordState debug_record_state;
+
+DebugRecord *debug_records;
+
+// The link to follow for the next record.
+static DebugRecord **debug_tail = &debug_records;
+
+// Room for the text of a record of the assembler's own: the longest path of the host, two numbers.
+constexpr size_t TEXT_ROOM = 4096 + 64;
+
+static void free_records_from(DebugRecord **link)
+{
+    while (*link != nullptr)
+        *link = xfree(*link, (*link)->next);
+}
+
+void reset_debug_records()
+{
+    if (pass_number == 0 || debug_record_state == MISMATCH)
+        free_records_from(&debug_records);
+    debug_tail = &debug_records;
+    debug_record_state = debug_record_state == MISMATCH ? REBUILD : COMPARE;
+}
+
+// Whether this pass stores the texts of the records.
+static bool stores_texts()
+{
+    return pass_number == 0 || debug_record_state == REBUILD;
+}
+
+static DebugRecord *append_record(size_t length)
+{
+    auto *record = new_node<DebugRecord>(nullptr, length);
+    record->text = reinterpret_cast<char *>(record + 1);
+    *debug_tail = record;
+    return record;
+}
+
+// Makes the next record, or checks it against the pass before. A text of more than 255 characters
+// wraps in its length byte.
+static void add_debug_record(const char *text, size_t length, uint8_t kind)
+{
+    DebugRecord *record = *debug_tail;
+    if (record == nullptr)
+        record = append_record(length);
+    debug_tail = &record->next;
+
+    const auto text_length = static_cast<uint8_t>(length);
+    if (stores_texts()) {
+        record->text_length = text_length;
+        if (text_length != 0)
+            std::memcpy(record->text, text, text_length);
+        record->kind = kind;
+    } else if (debug_record_state == COMPARE &&
+               (record->text_length != text_length || record->kind != kind)) {
+        debug_record_state = MISMATCH;
+        request_another_pass();
+        return;
+    }
+    record->address = current_location();
+    record->section_number = static_cast<uint8_t>(current_section->number);
+}
+
+static const char *record_file_name(const char *file)
+{
+    return debug_no_path ? without_directory(file) : file;
+}
+
+// Adds a record with a formatted text, cut to the room of the buffer.
+static void add_formatted_record(uint8_t kind, const char *format, const char *file, uint32_t first,
+                                 uint32_t last)
+{
+    char text[TEXT_ROOM];
+    const int length = std::snprintf(text, sizeof text, format, record_file_name(file),
+                                     static_cast<long>(first), static_cast<long>(last));
+    add_debug_record(text, std::min(static_cast<size_t>(length), sizeof text - 1), kind);
+}
+
+void debug_line_record()
+{
+    add_formatted_record(DEBUG_LINE, "%s:%ld", current_file_name(), current_line(), 0);
+}
+
+// Where texts aren't stored the record at hand lends its length, so that only the kind is compared.
+static void add_scope_record(uint8_t kind, const char *format, const char *file, uint32_t line)
+{
+    if (stores_texts()) {
+        add_formatted_record(kind, format, file, line, line);
+        return;
+    }
+    const DebugRecord *record = *debug_tail;
+    add_debug_record(nullptr, record != nullptr ? record->text_length : 0, kind);
+}
+
+void debug_close_scope(const char *file, uint32_t line)
+{
+    add_scope_record(DEBUG_RANGE_END, "%s:%ld-%ld", file, line);
+}
+
+void debug_open_scope(const char *file, uint32_t line)
+{
+    add_scope_record(DEBUG_RANGE_START, "%s~:%ld-%ld", file, line);
+}
+
+void debug_end_of_file(const char *file, uint32_t line)
+{
+    debug_close_scope(file, line);
+    select_section(".debug", 6, false);
+    emit_debug_symbols();
+}
+
+// The source brings its own debug information: what -x has put in so far goes, and no more comes,
+// for this and all later source files.
+static void cancel_line_records()
+{
+    debug_lines = 0;
+    DebugRecord **link = &debug_records;
+    while (*link != nullptr) {
+        if ((*link)->kind != DEBUG_CALL)
+            *link = xfree(*link, (*link)->next);
+        else
+            link = &(*link)->next;
+    }
+    debug_tail = link;
+    // Later passes have no prologue and must still count expansions the same.
+    reset_expansion_counter();
+
+    Section *const section = current_section;
+    Section *const debug = select_section(".debug", 6, false);
+    current_section = section;
+    if (debug == nullptr)
+        return;
+    reset_stream(&debug->code_stream);
+    reset_stream(&debug->reloc_stream);
+    debug->size = 0;
+    debug->reloc_position = 0;
+}
+
+static void emit_option_value()
+{
+    expect_token(TOK_COMMA);
+    ExprValue value;
+    parse_expression(&value);
+    Section *const section = current_section;
+    select_section(".debug", 6, false);
+    if (list_state == LIST_ON)
+        mark_line(MARK_ADDRESS);
+    emit_long(value);
+    current_section = section;
+}
+
+void debug_directive(Keyword *keyword, const char *, uint32_t)
+{
+    if (next_token() != TOK_STRING) {
+        record_error(MSG_MISSING_STRING);
+        return;
+    }
+    const uint8_t kind = keyword->argument;
+    if (debug_lines && pass_number == 0 && current_line() != 0 && kind != DEBUG_CALL)
+        cancel_line_records();
+    add_debug_record(token_text(), token_number, kind);
+    if (kind == DEBUG_OPTION)
+        emit_option_value();
+}
+
+// Adds a text to a section that no statement assembles into.
+static void append_text(Section *section, const char *text)
+{
+    if (section == nullptr)
+        return;
+    for (const char *c = text; *c != '\0'; ++c) {
+        if (pass_number != 0)
+            stream_put_byte(&section->code_stream, static_cast<uint8_t>(*c == '\n' ? '\0' : *c));
+        ++section->size;
+    }
+    section->flags |= SEC_USED;
+}
+
+void append_info(const char *text)
+{
+    append_text(info_section, text);
+}
+
+void append_misra(const char *text)
+{
+    append_text(misra_section, text);
+}
+
+// Without an operand the text is an empty line; a string must bring its own line end.
+static void text_directive(void (*append)(const char *))
+{
+    switch (next_token()) {
+    case TOK_STRING:
+        append(token_text());
+        break;
+    case TOK_END:
+        append("\n");
+        break;
+    default:
+        record_error(MSG_SYNTAX_ERROR);
+        break;
+    }
+}
+
+void info_directive(Keyword *, const char *, uint32_t)
+{
+    text_directive(append_info);
+}
+
+void misra_directive(Keyword *, const char *, uint32_t)
+{
+    text_directive(append_misra);
+}
+
+void write_info_header()
+{
+    append_info("> ");
+    append_info(object_file_name);
+    append_info(": ");
+    append_info(time_stamp);
+    append_info("\n");
+}

@@ -1,0 +1,48 @@
+// Text for tools: the debug records, the section .debug, and the sections .info. and .misra.
+#pragma once
+
+#include "output/object_format.h"
+#include <cstdint>
+
+struct Keyword;
+
+// A short text tied to an address. The list is built in the sizing pass and walked in step with the
+// source in every later pass.
+struct DebugRecord {
+    DebugRecord *next;
+    uint32_t address;
+    uint8_t kind; // DEBUG_
+    uint8_t section_number;
+    uint8_t text_length;
+    char *text; // not terminated; inside the record
+};
+extern DebugRecord *debug_records;
+
+// Starts the walk at the head of a pass; drops the records of the pass before when this one has to
+// build them.
+void reset_debug_records();
+
+// One record for the instruction at hand, under -x.
+void debug_line_record();
+
+// End and begin of a range of lines in the current section, under -x.
+void debug_close_scope(const char *file, uint32_t line);
+void debug_open_scope(const char *file, uint32_t line);
+
+// Ends the last range and closes .debug, which stays current, with its table of symbols.
+void debug_end_of_file(const char *file, uint32_t line);
+
+// The directives `.dcall` to `.dopt`; the keyword's argument is the kind of the record.
+void debug_directive(Keyword *keyword, const char *label, uint32_t length);
+
+// Appends a text to .info. or .misra.; a newline is stored as a zero byte. Nothing happens when the
+// section is suppressed.
+void append_info(const char *text);
+void append_misra(const char *text);
+
+// The directives `.info` and `.misra`.
+void info_directive(Keyword *keyword, const char *label, uint32_t length);
+void misra_directive(Keyword *keyword, const char *label, uint32_t length);
+
+// The first text of .info., at the head of each pass: object file and time.
+void write_info_header();

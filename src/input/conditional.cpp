@@ -1,0 +1,167 @@
+// A stack of open conditionals. The top frame alone tells whether lines count, since a conditional
+// opened in skipped code never takes a branch.
+
+#include "input/conditional.h"
+
+#include "driver/memory.h"
+#include "expr/evaluator.h"
+#include "expr/keyword_table.h"
+#include "expr/lexer.h"
+#include "expr/symbol_table.h"
+#include "input/input_stack.h"
+#include "listing/diagnostics.h"
+#include "listing/listing.h"
+#include <cstring>
+
+struct CondFrame {
+    CondFrame *next;
+    bool skipped;   // opened in skipped code: no branch of it counts
+    bool else_seen; // its `else` has come: a second one is an error
+    bool taken;     // lines of the present branch are assembled
+};
+
+static CondFrame *cond_stack;
+
+// What the `argument` of an opening keyword asks; an odd number from IF_SAME on inverts the even
+// one below it.
+enum : uint8_t {
+    IF_NOT_ZERO = 0,
+    IF_ZERO = 1,
+    IF_BELOW = 2,
+    IF_NOT_ABOVE = 3,
+    IF_ABOVE = 4,
+    IF_NOT_BELOW = 5,
+    IF_SAME = 6,
+    IF_DIFFERENT = 7,
+    IF_DEFINED = 8,
+    IF_NOT_DEFINED = 9,
+};
+
+int32_t assembling_enabled()
+{
+    return cond_stack == nullptr || cond_stack->taken;
+}
+
+static bool compare_with_zero(uint8_t condition, int32_t value)
+{
+    switch (condition) {
+    case IF_ZERO:
+        return value == 0;
+    case IF_BELOW:
+        return value < 0;
+    case IF_NOT_ABOVE:
+        return value <= 0;
+    case IF_ABOVE:
+        return value > 0;
+    case IF_NOT_BELOW:
+        return value >= 0;
+    default:
+        return value != 0;
+    }
+}
+
+// Reads a token that must be `wanted`; another one goes back, with the error recorded.
+static bool expect_operand(int32_t wanted)
+{
+    const int32_t token = next_token();
+    if (token == wanted)
+        return true;
+    record_error(MSG_MISSING_STRING);
+    unget_token(token);
+    return false;
+}
+
+// A failed operand counts as equal strings or a defined symbol.
+static bool read_equal_strings()
+{
+    static char ifc_text[TOKEN_STRING_MAX + 1];
+
+    if (!expect_operand(TOK_STRING))
+        return true;
+    std::strcpy(ifc_text, token_text());
+    expect_token(TOK_COMMA);
+    if (!expect_operand(TOK_STRING))
+        return true;
+    return std::strcmp(ifc_text, token_text()) == 0;
+}
+
+static bool read_defined_symbol()
+{
+    if (!expect_operand(TOK_SYMBOL))
+        return true;
+    return is_defined_above(token_symbol);
+}
+
+static bool read_condition(uint8_t condition)
+{
+    if (condition < IF_SAME) {
+        ExprValue value;
+        parse_expression(&value);
+        if (value.reloc != RELOC_ABSOLUTE)
+            record_error(MSG_RELOCATABLE_NOT_ALLOWED);
+        return compare_with_zero(condition, static_cast<int32_t>(value.value));
+    }
+    const bool inverted = (condition & 1) != 0;
+    const bool holds = condition < IF_DEFINED ? read_equal_strings() : read_defined_symbol();
+    return holds != inverted;
+}
+
+void if_directive(Keyword *keyword, const char *, uint32_t)
+{
+    const bool skipped = !assembling_enabled();
+    auto *frame = new_node<CondFrame>(cond_stack);
+    frame->skipped = skipped;
+    cond_stack = frame;
+    if (!skipped)
+        frame->taken = read_condition(keyword->argument);
+}
+
+void else_directive(Keyword *, const char *, uint32_t)
+{
+    if (cond_stack == nullptr || cond_stack->else_seen) {
+        record_error("bad else", 0, nullptr);
+        return;
+    }
+    cond_stack->else_seen = true;
+    if (!cond_stack->skipped)
+        cond_stack->taken = !cond_stack->taken;
+}
+
+static void pop_frame()
+{
+    cond_stack = xfree(cond_stack, cond_stack->next);
+}
+
+void endif_directive(Keyword *, const char *, uint32_t)
+{
+    if (cond_stack == nullptr)
+        record_error("bad endif", 0, nullptr);
+    else
+        pop_frame();
+}
+
+void close_open_conditionals()
+{
+    if (cond_stack == nullptr)
+        return;
+    record_error("unclosed if", 0, nullptr);
+    if (list_state == LIST_ON)
+        list_expanded_error(nullptr);
+    else
+        flush_error(nullptr);
+    while (cond_stack != nullptr)
+        pop_frame();
+}
+
+CondFrame *mark_conditionals()
+{
+    return cond_stack;
+}
+
+void unwind_conditionals(const CondFrame *mark)
+{
+    while (cond_stack != nullptr && cond_stack != mark)
+        pop_frame();
+    if (cond_stack != mark)
+        record_error("bad if/endif balance", 0, nullptr);
+}

@@ -1,0 +1,295 @@
+// Records the bodies of macros and repeats. Macro bodies are stored in the sizing pass and skipped
+// in the others; repeat bodies are stored in every pass and freed when the repeat ends.
+
+#include "driver/memory.h"
+#include "driver/number.h"
+#include "driver/passes.h"
+#include "expr/evaluator.h"
+#include "expr/keyword_table.h"
+#include "expr/lexer.h"
+#include "input/conditional.h"
+#include "input/input_stack.h"
+#include "input/macro.h"
+#include "input/macro_expansion.h"
+#include "listing/diagnostics.h"
+#include "listing/listing.h"
+#include "stmt/source_directives.h"
+#include <cstring>
+#include <string>
+
+// Where the next recorded line is linked; none while nothing is recorded.
+static BodyLine **body_tail;
+
+// The lines of the repeat being recorded.
+static BodyLine *repeat_body;
+
+// 0 while no repeat is recorded, LIST_FORM for a list, else the count times 2, plus 1, so that a
+// count of 0 isn't 0. No pass resets it: an empty list leaves LIST_FORM behind until the next
+// repeat, and meanwhile a macro definition doesn't see its end.
+constexpr int32_t LIST_FORM = -1;
+static int32_t repeat_code;
+
+// Lines that a later pass records for a macro whose body stands already.
+static BodyLine *discarded_body;
+
+// Inner definitions that are open in the body being recorded.
+static int32_t macro_nesting;
+static int32_t repeat_nesting;
+
+BodyLine *new_body_line(const char *text, size_t length)
+{
+    auto *line = new_node<BodyLine>(nullptr, length + 1);
+    line->text = reinterpret_cast<char *>(line + 1);
+    std::memcpy(line->text, text, length);
+    return line;
+}
+
+void free_body(BodyLine *body)
+{
+    while (body != nullptr)
+        body = xfree(body, body->next);
+}
+
+bool is_recording_body()
+{
+    return body_tail != nullptr;
+}
+
+void stop_recording()
+{
+    body_tail = nullptr;
+}
+
+void reset_macro_state()
+{
+    body_tail = nullptr;
+    free_body(repeat_body);
+    repeat_body = nullptr;
+    macro_nesting = 0;
+    repeat_nesting = 0;
+    reset_expansion_counter();
+}
+
+static void store_line(BodyLine *line)
+{
+    *body_tail = line;
+    body_tail = &line->next;
+}
+
+static bool is_parameter_character(char c)
+{
+    return is_letter(c) || is_digit(c) || c == '_' || c == '.';
+}
+
+// Reads the names "\a,\b" at the cursor into a line of its own: PARAMETER_LIST_MARK, then a length
+// byte and the characters of each name, then a zero byte.
+static BodyLine *read_parameter_names()
+{
+    const size_t room = std::strlen(line_cursor) + 2;
+    auto *line = new_node<BodyLine>(nullptr, room);
+    line->text = reinterpret_cast<char *>(line + 1);
+    char *out = line->text;
+    *out++ = PARAMETER_LIST_MARK;
+    while (*line_cursor == '\\') {
+        ++line_cursor;
+        skip_blanks();
+        const char *name = line_cursor;
+        while (is_parameter_character(*line_cursor))
+            ++line_cursor;
+        const auto length = static_cast<size_t>(line_cursor - name);
+        if (length == 0) {
+            force_error("missing argument name", 0, nullptr);
+        } else {
+            // A name is counted in one byte; one too long for it keeps its head.
+            const size_t kept = length < 255 ? length : 255;
+            *out++ = static_cast<char>(kept);
+            std::memcpy(out, name, kept);
+            out += kept;
+        }
+        skip_blanks();
+        if (*line_cursor != ',')
+            break;
+        ++line_cursor;
+        skip_blanks();
+    }
+    return line;
+}
+
+void macro_directive(Keyword *, const char *label, uint32_t length)
+{
+    if (is_digit(label[0])) {
+        force_error(messages[MSG_BAD_SYMBOL_NAME], length, label);
+        return;
+    }
+    Keyword *keyword = find_keyword(label, length);
+    if (keyword == nullptr) {
+        keyword = add_keyword(label, length, 0, KW_MACRO);
+    } else if (pass_number == 0) {
+        if (keyword->flags & KW_MACRO) {
+            force_error(messages[MSG_MULTIPLY_DEFINED], length, label);
+            return;
+        }
+        // The macro overrides an instruction or a directive, which stays reachable behind it.
+        shadow_keyword(keyword);
+        keyword->flags = KW_MACRO;
+        keyword->body = nullptr;
+        keyword->argument = 1;
+    }
+    free_body(discarded_body);
+    discarded_body = nullptr;
+    body_tail = pass_number == 0 ? &keyword->body : &discarded_body;
+    skip_blanks();
+    if (*line_cursor == '\\')
+        store_line(read_parameter_names());
+}
+
+// The list form "\name,list": gives the list, with the name stored as the parameter line. The comma
+// is taken out of the line first, or the name's list would go on behind it.
+static const char *read_list_parameter()
+{
+    const char *end = line_cursor + 1;
+    while (*end == ' ' || *end == '\t')
+        ++end;
+    while (is_parameter_character(*end))
+        ++end;
+    while (*end == ' ' || *end == '\t')
+        ++end;
+    const std::string name(line_cursor, end);
+    const char *list = *end == '\0' ? end : end + 1;
+    line_cursor = name.c_str();
+    store_line(read_parameter_names());
+    return list;
+}
+
+void repeat_directive(Keyword *keyword, const char *, uint32_t)
+{
+    body_tail = &repeat_body;
+    if (keyword->argument == 0) {
+        ExprValue count;
+        parse_expression(&count);
+        if (count.reloc != RELOC_ABSOLUTE)
+            record_error(MSG_BAD_RELOCATABLE);
+        repeat_code = static_cast<int32_t>(count.value * 2 + 1);
+        return;
+    }
+    repeat_code = LIST_FORM;
+    skip_blanks();
+    const char *list = *line_cursor == '\\' ? read_list_parameter() : line_cursor;
+    BodyLine *line = new_body_line(list, std::strlen(list));
+    line->next = repeat_body;
+    repeat_body = line;
+    if (line->next == nullptr)
+        body_tail = &line->next;
+    line_cursor = list;
+    skip_line();
+}
+
+// Takes the list of a list form out of its body and runs the rest once for each item. None if there
+// is no item.
+static Expansion *start_list(BodyLine **body)
+{
+    BodyLine *list = *body;
+    if (list == nullptr) // a count of -1 looks like a list, and nothing follows it
+        return nullptr;
+    auto *expansion = new_node<Expansion>(nullptr);
+    expansion->arg_text = copy_text(list->text, std::strlen(list->text));
+    *body = xfree(list, list->next);
+    expand_macro(*body, expansion);
+    if (expansion->arg_count == 0) {
+        free_expansion(expansion);
+        return nullptr;
+    }
+    expansion->repeats_left = expansion->arg_count;
+    expansion->arg_count = 1;
+    return expansion;
+}
+
+static Expansion *start_count(BodyLine *body, uint16_t count)
+{
+    auto *expansion = new_node<Expansion>(nullptr);
+    expansion->arg_text = copy_text("", 0);
+    expansion->call_number = next_call_number();
+    expansion->position = body;
+    expansion->repeats_left = count;
+    expansion->cond_mark = mark_conditionals();
+    return expansion;
+}
+
+// At the end of a repeat: its expansion, or none if there is nothing to run.
+static Expansion *start_repeat(BodyLine **body)
+{
+    if (repeat_code == LIST_FORM)
+        return start_list(body);
+    const int32_t count = repeat_code >> 1;
+    repeat_code = 0;
+    return count != 0 ? start_count(*body, static_cast<uint16_t>(count)) : nullptr;
+}
+
+static void run_repeat()
+{
+    BodyLine *body = repeat_body;
+    repeat_body = nullptr;
+    body_tail = nullptr;
+    list_state |= LIST_SKIP_LINE;
+    Expansion *expansion = start_repeat(&body);
+    if (expansion == nullptr) {
+        free_body(body);
+        return;
+    }
+    repeat_code = 0;
+    expansion->repeat_body = body;
+    expansion->suffix = '\0';
+    // A repeat of the source file proper is listed line by line.
+    expansion->saved_mlist = mlist_flag;
+    if (current_expansion == nullptr)
+        mlist_flag = 1;
+    push_expansion(expansion);
+}
+
+static void keep_line(const char *line)
+{
+    const bool in_repeat = repeat_code != 0;
+    if (pass_number == 0 || in_repeat)
+        store_line(new_body_line(line, std::strlen(line)));
+    // The lines of a repeat are listed when they run, those of a macro where they stand.
+    if (in_repeat)
+        list_state |= LIST_SKIP_LINE;
+}
+
+// Whether the keyword is `endm` (letter m) or `endr` (letter r).
+static bool ends_body(const Keyword *keyword, char letter)
+{
+    return (keyword->flags & KW_ENDS_BODY) && keyword->name_length > 3 &&
+           keyword->name[3] == letter;
+}
+
+void record_body_line(Keyword *keyword, const char *line)
+{
+    const bool in_repeat = repeat_code != 0;
+    if (keyword != nullptr) {
+        if (has_action(keyword, macro_directive)) {
+            if (in_repeat)
+                record_error("misplaced macro directive", 0, nullptr);
+            else
+                ++macro_nesting;
+        } else if (has_action(keyword, repeat_directive)) {
+            if (in_repeat)
+                ++repeat_nesting;
+        } else if (has_action(keyword, line_directive)) {
+            return;
+        } else if (in_repeat && ends_body(keyword, 'r')) {
+            if (repeat_nesting == 0) {
+                run_repeat();
+                return;
+            }
+            --repeat_nesting;
+        } else if (!in_repeat && ends_body(keyword, 'm')) {
+            if (macro_nesting == 0) {
+                stop_recording();
+                return;
+            }
+            --macro_nesting;
+        }
+    }
+    keep_line(line);
+}

@@ -1,0 +1,204 @@
+// The listing file is opened afresh by every pass that lists, so that the last one's stands: under
+// branch optimisation that is one extra pass at the end. The statement processor decides through
+// list_state which lines come here.
+
+#include "listing/listing.h"
+
+#include "driver/file_names.h"
+#include "driver/memory.h"
+#include "driver/passes.h"
+#include "driver/settings.h"
+#include "input/input_stack.h"
+#include "listing/diagnostics.h"
+#include "listing/side_outputs.h"
+#include "listing/symbol_listing.h"
+#include "listing/titles.h"
+#include "output/section_table.h"
+#include "stmt/statement.h"
+#include "target/emission.h"
+#include <algorithm>
+#include <cstring>
+
+uint32_t list_state;
+int32_t clist_flag;
+int32_t dlist_flag;
+int32_t mlist_flag;
+int32_t page_length = 66;
+
+// Code bytes shown on a line, and the width of the address column.
+constexpr int32_t BYTES_PER_LINE = 6;
+constexpr int ADDRESS_DIGITS = 4;
+
+// A shorter page turns pages off.
+constexpr int32_t PAGE_LENGTH_MIN = 10;
+
+// Lines that the head of a page takes: with a title, and without one.
+constexpr int32_t HEAD_LINES = 6;
+constexpr int32_t BARE_HEAD_LINES = 3;
+
+// The page heads are made for this width; nothing cuts source lines.
+constexpr int LINE_WIDTH = 80;
+
+static std::FILE *listing_stream;
+static int32_t lines_on_page;
+static int32_t page_number;
+
+static void close_listing_stream()
+{
+    if (listing_stream != nullptr)
+        close_output(listing_stream, listing_file_name);
+    listing_stream = nullptr;
+}
+
+static void create_listing()
+{
+    listing_stream = std::fopen(listing_file_name, "w");
+    if (listing_stream == nullptr) {
+        report_cant_create(listing_file_name);
+        list_state = 0;
+        return;
+    }
+    page_number = 0;
+    lines_on_page = page_length; // the first line begins a page
+}
+
+void open_listing()
+{
+    close_listing_stream();
+    close_verilog();
+    if (pass_number == 0)
+        forget_titles();
+    rewind_titles();
+    list_state = pass_number != 0 && listing_enabled ? LIST_ON : 0;
+    if (list_state == LIST_ON)
+        create_listing();
+    if (list_state != 0)
+        open_verilog();
+}
+
+// The head of a page; the number of lines that it counts for.
+static int32_t print_page_head()
+{
+    const auto look_ahead = line_ordinal + static_cast<uint32_t>(page_length) - 6;
+    advance_titles(look_ahead);
+    const int name_length = static_cast<int>(std::strlen(source_file_name));
+    if (const char *title = title_in_force(look_ahead)) {
+        const int width = LINE_WIDTH - (name_length + 30);
+        std::fprintf(listing_stream, "%s %-*.*s %s page %d\n", time_stamp, width, width, title,
+                     source_file_name, page_number);
+    } else if (opt_force_title) {
+        const int width = std::max(LINE_WIDTH - (name_length + 10), 11);
+        std::fprintf(listing_stream, "%-*.*s %s page %d\n", width, width, time_stamp,
+                     source_file_name, page_number);
+    } else {
+        return BARE_HEAD_LINES;
+    }
+    int32_t lines = HEAD_LINES;
+    if (const char *subtitle = subtitle_in_force(look_ahead)) {
+        std::fprintf(listing_stream, "%s\n", subtitle);
+        ++lines;
+    }
+    std::fputs("\n\n", listing_stream);
+    return lines;
+}
+
+void page_check()
+{
+    if (!paginate || page_length < PAGE_LENGTH_MIN)
+        return;
+    if (++lines_on_page <= page_length)
+        return;
+    if (!opt_formfeed)
+        std::fputs("\n\n", listing_stream);
+    else if (page_number != 0)
+        std::fputc('\f', listing_stream);
+    ++page_number;
+    lines_on_page = print_page_head();
+}
+
+void list_line(uint8_t mode)
+{
+    page_check();
+    const uint32_t line_number = opt_xref ? line_ordinal : current_line();
+    std::fprintf(listing_stream, "%4ld  ", static_cast<long>(static_cast<int32_t>(line_number)));
+    if (mode != LIST_VALUE && (line_byte_count != 0 || mode != LIST_ADDRESS_OF_BYTES))
+        std::fprintf(listing_stream, "%0*lx ", ADDRESS_DIGITS,
+                     static_cast<unsigned long>(line_address));
+    else
+        std::fprintf(listing_stream, "%*s", ADDRESS_DIGITS + 1, "");
+    for (int32_t i = 0; i < BYTES_PER_LINE; ++i) {
+        if (i < line_byte_count)
+            std::fprintf(listing_stream, "%02x", line_bytes[i]);
+        else
+            std::fputs("  ", listing_stream);
+    }
+    std::fprintf(listing_stream, "  %s", line_start);
+    flush_error(listing_stream);
+}
+
+void list_expanded_error(const char *line)
+{
+    if (line != nullptr) {
+        page_check();
+        std::fprintf(listing_stream, "%4ld  --- (expanded) --- %s",
+                     static_cast<long>(static_cast<int32_t>(current_line())), line);
+    }
+    flush_error(listing_stream);
+}
+
+void list_switch_line(const char *name, uint32_t length)
+{
+    static char switch_line[LINE_ROOM];
+
+    std::snprintf(switch_line, sizeof switch_line, "\tswitch\t%.*s\n", static_cast<int>(length),
+                  name);
+    line_start = switch_line;
+}
+
+bool fits_listing()
+{
+    return (list_state & ~LIST_SKIP_LINE) == LIST_ON;
+}
+
+void list_blank_lines(int32_t count)
+{
+    while (count-- > 0) {
+        page_check();
+        std::fputc('\n', listing_stream);
+    }
+}
+
+void eject_page()
+{
+    if (!fits_listing() || !paginate || lines_on_page >= page_length)
+        return;
+    if (opt_formfeed) {
+        lines_on_page = page_length;
+        page_check();
+    } else {
+        list_blank_lines(page_length - lines_on_page);
+    }
+}
+
+static void end_last_page()
+{
+    if (!paginate)
+        return;
+    if (opt_formfeed) {
+        std::fputc('\f', listing_stream);
+        return;
+    }
+    for (; lines_on_page < page_length; ++lines_on_page)
+        std::fputc('\n', listing_stream);
+}
+
+void close_listing()
+{
+    if (listing_stream != nullptr) {
+        if (opt_xref)
+            list_symbols(listing_stream);
+        end_last_page();
+    }
+    close_listing_stream();
+    close_verilog();
+}

@@ -1,0 +1,20 @@
+// Two small outputs beside the listing: the dependency rule of -md and the Verilog file of +v.
+#pragma once
+
+#include <cstdint>
+
+struct Keyword;
+
+// Adds a file to the dependency rule on standard output.
+void add_dependency(const char *path);
+
+// The Verilog file is opened together with the listing. One that can't be created is told and
+// not tried again.
+void open_verilog();
+void close_verilog();
+
+// Writes text to the Verilog file, if it is open.
+void write_verilog_line(const char *text);
+
+// `funa`: a constant assignment for the Verilog file. Records "syntax error".
+void funa_directive(Keyword *keyword, const char *label, uint32_t length);

@@ -1,0 +1,126 @@
+// An alphabetical table, two lines or more for each symbol.
+
+#include "listing/symbol_listing.h"
+
+#include "expr/cross_reference.h"
+#include "expr/symbol_table.h"
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+#include <vector>
+
+// Width of the name column.
+static int symbol_column_width;
+
+// The words for bits 0 to 4 of Symbol::attrs. The second stands for its bit being clear.
+static const char *const attribute_names[] = {"Defined", "Not Referenced", "Public", "Zero Page",
+                                              "Absolute"};
+
+constexpr int NUMBERS_IN_ROW = 10;
+constexpr size_t LITERAL_WIDTH = 9;
+
+static bool precedes(const Symbol *a, const Symbol *b)
+{
+    return std::string_view(a->name, a->name_length) < std::string_view(b->name, b->name_length);
+}
+
+// Sorts the list by the bytes of the names, equal names in their present order, and sets the width
+// of the name column. The width is that of the longest name but for a blind spot of old: exchanging
+// neighbours from the front, in runs to the end, looks at every name except the one that is last
+// from beginning to end.
+static void sort_symbols()
+{
+    std::vector<Symbol *> symbols;
+    for (Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next)
+        symbols.push_back(symbol);
+    const Symbol *last_before = symbols.empty() ? nullptr : symbols.back();
+    std::stable_sort(symbols.begin(), symbols.end(), precedes);
+
+    int widest = 0;
+    for (const Symbol *symbol : symbols) {
+        if (symbol != last_before || symbol != symbols.back())
+            widest = std::max<int>(widest, symbol->name_length);
+    }
+    symbol_column_width = widest + 2;
+    Symbol **link = &symbol_list;
+    for (Symbol *symbol : symbols) {
+        *link = symbol;
+        link = &symbol->next;
+    }
+    *link = nullptr;
+}
+
+static void print_literal(std::FILE *stream, const Symbol *symbol)
+{
+    const size_t length = std::strlen(symbol->literal);
+    const size_t padding = length <= LITERAL_WIDTH ? LITERAL_WIDTH - length : 0;
+    std::fprintf(stream, "\"%s\"%*s", symbol->literal, static_cast<int>(padding), "");
+}
+
+static void print_state(std::FILE *stream, const Symbol *symbol)
+{
+    if (symbol->def_line == LINE_MULTIPLY_DEFINED)
+        std::fputs(" Multiply", stream);
+    else if (symbol->def_line == 0 && (symbol->attrs & ATTR_DEFINED) == 0)
+        std::fputs(" Not Defined", stream);
+}
+
+static void print_attributes(std::FILE *stream, const Symbol *symbol)
+{
+    const uint8_t shown = symbol->attrs ^ ATTR_REFERENCED;
+    const char *separator = "";
+    for (unsigned bit = 0; bit < std::size(attribute_names); ++bit) {
+        if ((shown >> bit & 1) == 0)
+            continue;
+        std::fprintf(stream, "%s %s", separator, attribute_names[bit]);
+        if (bit == 0 && (symbol->flags & SYM_WEAK))
+            std::fputs(" Weak", stream);
+        separator = ",";
+    }
+}
+
+// The definition is the first number of the first row, the uses follow.
+static void print_lines(std::FILE *stream, const Symbol *symbol)
+{
+    const int width = symbol_column_width + 6;
+    if (symbol->def_line != 0 && symbol->def_line != LINE_MULTIPLY_DEFINED)
+        std::fprintf(stream, "\n%*ld", width,
+                     static_cast<long>(static_cast<int32_t>(symbol->def_ordinal)));
+    else
+        std::fprintf(stream, "\n%*s", width, "***");
+    int in_row = 1;
+    for (const XrefChunk *chunk = symbol->xref_chunks; chunk != nullptr; chunk = chunk->next) {
+        for (uint16_t i = 0; i < chunk->count; ++i) {
+            if (in_row == NUMBERS_IN_ROW) {
+                std::fprintf(stream, "\n%*s", symbol_column_width, "");
+                in_row = 0;
+            }
+            std::fprintf(stream, "%6ld", static_cast<long>(static_cast<int32_t>(chunk->lines[i])));
+            ++in_row;
+        }
+    }
+    std::fputc('\n', stream);
+}
+
+static void print_symbol(std::FILE *stream, const Symbol *symbol)
+{
+    std::fprintf(stream, "%-*.*s ", symbol_column_width, static_cast<int>(symbol->name_length),
+                 symbol->name);
+    if (symbol->flags & SYM_LITERAL)
+        print_literal(stream, symbol);
+    else
+        std::fprintf(stream, "%-10.08lx ", static_cast<unsigned long>(symbol->value));
+    print_state(stream, symbol);
+    print_attributes(stream, symbol);
+    print_lines(stream, symbol);
+}
+
+void list_symbols(std::FILE *stream)
+{
+    sort_symbols();
+    std::fputs("\nSymbol table:\n\n", stream);
+    for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
+        if ((symbol->flags & (SYM_REGISTER | SYM_IN_DEBUG | SYM_LOCAL)) == 0)
+            print_symbol(stream, symbol);
+    }
+}

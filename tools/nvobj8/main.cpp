@@ -1,0 +1,136 @@
+// The command line of nvobj8: options and files in, the text of every file out. What is wrong with
+// a file goes to standard error and sets the exit status, but the readable rest is still shown.
+#include "nvobj8/print_object.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+
+static constexpr int STATUS_DAMAGED = 1;
+static constexpr int STATUS_USAGE = 2;
+
+static const char USAGE[] = "usage: nvobj8 [options] file.o...\n"
+                            "Shows what object files hold; with no option, everything.\n"
+                            "  -h  head\n"
+                            "  -s  section table\n"
+                            "  -x  contents of the sections\n"
+                            "  -r  relocations\n"
+                            "  -t  symbols\n"
+                            "  -g  debug records, the texts and the debug symbol table\n"
+                            "  --help, --version\n"
+                            "Options combine: -st is -s -t.\n";
+
+static unsigned part_of_letter(char letter)
+{
+    switch (letter) {
+    case 'h':
+        return PRINT_HEAD;
+    case 's':
+        return PRINT_SECTIONS;
+    case 'x':
+        return PRINT_CONTENTS;
+    case 'r':
+        return PRINT_RELOCATIONS;
+    case 't':
+        return PRINT_SYMBOLS;
+    case 'g':
+        return PRINT_DEBUG;
+    default:
+        return 0;
+    }
+}
+
+struct CommandLine {
+    unsigned parts = 0;
+    std::vector<const char *> files;
+};
+
+// Gives an exit status when the program is to end at once.
+static std::optional<int> read_command_line(std::span<char *> words, CommandLine &command)
+{
+    for (std::string_view word : words) {
+        if (word == "--help") {
+            std::fputs(USAGE, stdout);
+            return 0;
+        }
+        if (word == "--version") {
+            std::puts("nvobj8 " NVASM8_VERSION);
+            return 0;
+        }
+        if (!word.starts_with('-') || word == "-") {
+            command.files.push_back(word.data());
+            continue;
+        }
+        for (char letter : word.substr(1)) {
+            const unsigned part = part_of_letter(letter);
+            if (part == 0) {
+                std::fprintf(stderr, "nvobj8: unknown option %s\n%s", word.data(), USAGE);
+                return STATUS_USAGE;
+            }
+            command.parts |= part;
+        }
+    }
+    if (command.files.empty()) {
+        std::fprintf(stderr, "nvobj8: no object file\n%s", USAGE);
+        return STATUS_USAGE;
+    }
+    return std::nullopt;
+}
+
+static bool read_file(const char *name, std::vector<uint8_t> &bytes)
+{
+    FILE *file = std::fopen(name, "rb");
+    if (file == nullptr) {
+        return false;
+    }
+    uint8_t block[65536];
+    size_t size = 0;
+    while ((size = std::fread(block, 1, sizeof block, file)) != 0) {
+        bytes.insert(bytes.end(), block, block + size);
+    }
+    const int error = std::ferror(file) != 0 ? errno : 0;
+    std::fclose(file);
+    errno = error;
+    return error == 0;
+}
+
+// Gives whether the file was read and is sound.
+static bool show_file(const char *name, unsigned parts)
+{
+    std::vector<uint8_t> bytes;
+    if (!read_file(name, bytes)) {
+        std::fprintf(stderr, "nvobj8: can't read %s: %s\n", name, std::strerror(errno));
+        return false;
+    }
+    const ObjectFile object = read_object(bytes);
+    std::printf("%s: %zu bytes\n", name, bytes.size());
+    print_object(object, parts);
+    for (const std::string &problem : object.problems) {
+        std::fprintf(stderr, "nvobj8: %s: %s\n", name, problem.c_str());
+    }
+    return object.problems.empty();
+}
+
+int main(int argc, char **argv)
+{
+    CommandLine command;
+    if (const auto status = read_command_line({argv + 1, argv + argc}, command)) {
+        return *status;
+    }
+    if (command.parts == 0) {
+        command.parts = PRINT_ALL;
+    }
+    bool sound = true;
+    for (size_t i = 0; i < command.files.size(); ++i) {
+        if (i != 0) {
+            std::printf("\n");
+        }
+        sound &= show_file(command.files[i], command.parts);
+    }
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        std::fprintf(stderr, "nvobj8: can't write: %s\n", std::strerror(errno));
+        return STATUS_DAMAGED;
+    }
+    return sound ? 0 : STATUS_DAMAGED;
+}

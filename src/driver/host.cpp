@@ -3,6 +3,7 @@
 #include "driver/host.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -33,6 +34,11 @@ std::FILE *open_for_reading(const char *path)
         return nullptr;
     }
     return file;
+}
+
+bool files_exhausted()
+{
+    return errno == EMFILE || errno == ENFILE;
 }
 
 // Names in `directory` that `wanted` accepts, sorted as bytes so that builds are reproducible.

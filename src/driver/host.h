@@ -22,6 +22,9 @@ PathKind path_kind(const char *path);
 // some hosts would let us open and only then refuse to read.
 std::FILE *open_for_reading(const char *path);
 
+// Whether the opening that failed last did so because too many files are open.
+bool files_exhausted();
+
 // Names of the directories that lie in `path`, in byte order: no name with a leading ".", no
 // symbolic link. Empty when the directory can't be read.
 std::vector<std::string> subdirectories(const char *path);

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-constexpr size_t HELD_BYTES_MAX = size_t{2} << 30;
+size_t held_bytes_max = size_t{2} << 30;
 constexpr size_t HEAD_SIZE = alignof(std::max_align_t);
 
 // Bytes handed out and not freed yet, heads included.
@@ -24,7 +24,7 @@ void *xalloc(size_t size, void *first_word)
     if (size < sizeof first_word)
         size = sizeof first_word;
     size += HEAD_SIZE;
-    if (size > HELD_BYTES_MAX - held_bytes)
+    if (size > held_bytes_max - held_bytes)
         out_of_memory();
     char *head = static_cast<char *>(std::malloc(size));
     if (head == nullptr)

@@ -5,9 +5,12 @@
 #include <cstring>
 #include <type_traits>
 
+// Bytes that the process may hold at once; fuzzers lower it.
+extern size_t held_bytes_max;
+
 // Gives a block of at least `size` bytes (and at least one pointer), with `first_word` in its first
 // word and the rest uninitialised: a list node is linked at birth. When the host has no more
-// memory, or when more than 2 GiB are held, writes "no memory\n" to standard error and ends the
+// memory, or when more than held_bytes_max are held, writes "no memory\n" to standard error and ends the
 // process with status 1.
 void *xalloc(size_t size, void *first_word);
 

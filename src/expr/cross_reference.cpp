@@ -10,33 +10,58 @@
 
 static bool holds_line(const XrefChunk *chunk, uint32_t line)
 {
-    if (chunk->lines[0] > line || chunk->lines[chunk->count - 1] < line)
+    if (chunk == nullptr || chunk->lines[0] > line || chunk->lines[chunk->count - 1] < line)
         return false;
     return std::find(chunk->lines, chunk->lines + chunk->count, line) !=
            chunk->lines + chunk->count;
 }
 
-void record_xref(Symbol *symbol)
+// Whether the line is noted, in a chunk whose first and last entries enclose it. Uses come in the
+// order of their lines, so the chunk of the last one and its successor are looked at first.
+static bool is_noted(XrefList *list, uint32_t line)
 {
-    if (symbol->xref_chunks == nullptr)
-        symbol->source_file = current_file_name();
-    XrefChunk **link = &symbol->xref_chunks;
-    for (; *link != nullptr; link = &(*link)->next) {
-        XrefChunk *chunk = *link;
-        if (holds_line(chunk, line_ordinal))
-            return;
-        if (chunk->count < XREF_CHUNK_ENTRIES) {
-            chunk->lines[chunk->count++] = line_ordinal;
-            return;
+    if (list->head == nullptr || line > list->highest)
+        return false;
+    if (holds_line(list->hint, line))
+        return true;
+    if (holds_line(list->hint->next, line)) {
+        list->hint = list->hint->next;
+        return true;
+    }
+    for (XrefChunk *chunk = list->head; chunk != nullptr; chunk = chunk->next) {
+        if (holds_line(chunk, line)) {
+            list->hint = chunk;
+            return true;
         }
     }
-    *link = new_node<XrefChunk>(nullptr);
-    (*link)->lines[0] = line_ordinal;
-    (*link)->count = 1;
+    return false;
+}
+
+static void append_line(XrefList *list, uint32_t line)
+{
+    if (list->tail == nullptr || list->tail->count == XREF_CHUNK_ENTRIES) {
+        auto *chunk = new_node<XrefChunk>(nullptr);
+        (list->tail != nullptr ? list->tail->next : list->head) = chunk;
+        list->tail = chunk;
+    }
+    list->tail->lines[list->tail->count++] = line;
+    list->hint = list->tail;
+    list->highest = std::max(list->highest, line);
+}
+
+void record_xref(Symbol *symbol)
+{
+    XrefList *list = &symbol->xref;
+    if (list->head == nullptr)
+        symbol->source_file = current_file_name();
+    if (!is_noted(list, line_ordinal))
+        append_line(list, line_ordinal);
 }
 
 void free_xref(Symbol *symbol)
 {
-    while (symbol->xref_chunks != nullptr)
-        symbol->xref_chunks = xfree(symbol->xref_chunks, symbol->xref_chunks->next);
+    XrefChunk *chunk = symbol->xref.head;
+    while (chunk != nullptr)
+        chunk = xfree(chunk, chunk->next);
+    symbol->xref = {};
 }

@@ -13,6 +13,14 @@ struct XrefChunk {
     uint32_t lines[XREF_CHUNK_ENTRIES]; // line_ordinal of each use
 };
 
+// The uses of one symbol: full chunks, then one that may have room.
+struct XrefList {
+    XrefChunk *head;
+    XrefChunk *tail;
+    XrefChunk *hint;  // where the last use was found: the next one is likely there or behind it
+    uint32_t highest; // the highest line noted: a line above it can't be there yet
+};
+
 // Notes a use of the symbol on the current line, once for each line. The first use tells the
 // symbol its source file.
 void record_xref(Symbol *symbol);

@@ -17,6 +17,7 @@
 // Operands nest only as deep as a line and its literals let them; deeper ones would exhaust the
 // stack, which ends the run as exhausted memory does.
 constexpr int32_t NESTING_MAX = 2000;
+int32_t expression_nesting;
 
 // Levels of the binary operators, by the low five bits of the token. 0: no such operator.
 static constexpr uint8_t precedence[32] = {
@@ -440,12 +441,10 @@ static void parse_operand_token(ExprValue *out, int32_t token)
 // Reads one operand with its unary operators, which bind tighter than any binary one.
 static void parse_primary(ExprValue *out)
 {
-    static int32_t nesting;
-
-    if (++nesting > NESTING_MAX)
+    if (++expression_nesting > NESTING_MAX)
         out_of_memory();
     parse_operand_token(out, next_token());
-    --nesting;
+    --expression_nesting;
 }
 
 uint32_t parse_simple_value()

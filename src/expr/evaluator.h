@@ -26,6 +26,9 @@ struct ExprValue {
     uint8_t reloc;          // RELOC_
 };
 
+// How deep operands are nested at the moment; 0 between statements.
+extern int32_t expression_nesting;
+
 // Reads a whole expression; the token that can't continue it goes back. Records "bad relocatable
 // expression", "zero divide", "bad character constant", "bad constant", "missing string", "syntax
 // error" and, under -u, "symbol %.*s not defined". There is always a value to go on with.

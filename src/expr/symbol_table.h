@@ -2,10 +2,9 @@
 // registers.
 #pragma once
 
+#include "expr/cross_reference.h"
 #include "output/object_format.h"
 #include <cstdint>
-
-struct XrefChunk;
 
 // What kind of thing a symbol is: the bits of Symbol::flags.
 constexpr uint16_t SYM_PREDEFINED = 0x0001; // made by -d or the assembler; outlives a source file
@@ -33,7 +32,7 @@ struct Symbol {
         Symbol *link;  // with SYM_ALIAS: the symbol that this one stands for
         char *literal; // with SYM_LITERAL: the owned text
     };
-    XrefChunk *xref_chunks;
+    XrefList xref;           // the lines that use the symbol
     const char *source_file; // file of the definition or of the first use; not owned
     uint32_t object_index;   // number in the object file, 0 when it has none
     uint32_t def_ordinal;    // line_ordinal of the definition

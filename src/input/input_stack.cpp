@@ -15,6 +15,7 @@
 #include "listing/side_outputs.h"
 #include <cstdio>
 #include <cstring>
+#include <string>
 
 char line_buffer[LINE_ROOM];
 uint32_t line_ordinal;
@@ -41,6 +42,10 @@ static InputSource *input_stack;
 // The records of this source file, in order of opening, and where the next one is linked.
 static FileRecord *file_records;
 static FileRecord **file_records_tail = &file_records;
+
+// Set when nested includes have used up the host's open files: a file that includes itself twice
+// would otherwise try again on every level of the way back. Cleared at the head of a pass.
+static bool out_of_files;
 
 // A longer joined path isn't tried.
 constexpr size_t JOINED_PATH_MAX = 511;
@@ -139,11 +144,12 @@ static std::FILE *open_on_include_list(const char *name)
 {
     for (int32_t i = 0; i < include_list.count; ++i) {
         const char *path = include_list.items[i];
-        if (std::strlen(path) + std::strlen(name) + 1 >= JOINED_PATH_MAX) {
+        const std::string joined = std::string(path) + path_separator + name;
+        if (joined.size() >= JOINED_PATH_MAX) {
             record_error(messages[MSG_PATH_TOO_LONG], SHOWN_PATH_LENGTH, path);
             continue;
         }
-        std::snprintf(line_buffer, sizeof line_buffer, "%s%c%s", path, path_separator, name);
+        std::strcpy(line_buffer, joined.c_str());
         if (std::FILE *file = open_for_reading(line_buffer))
             return file;
     }
@@ -185,14 +191,25 @@ static FileRecord *find_file_record(const char *name)
     return file_records;
 }
 
-int32_t open_include(const char *name)
+// Opens the file where it is found first; *opened_name is its name there. None when there is none.
+static std::FILE *open_source(const char *name, const char **opened_name)
 {
-    const char *opened_name = name;
+    if (out_of_files)
+        return nullptr;
+    *opened_name = name;
     std::FILE *file = open_for_reading(name);
+    out_of_files = file == nullptr && files_exhausted();
     if (file == nullptr && name[0] != path_separator) {
         file = open_on_include_list(name);
-        opened_name = line_buffer;
+        *opened_name = line_buffer;
     }
+    return file;
+}
+
+int32_t open_include(const char *name)
+{
+    const char *opened_name;
+    std::FILE *file = open_source(name, &opened_name);
     if (file == nullptr) {
         record_error(messages[MSG_CANT_OPEN], 0, name);
         return 0;
@@ -219,6 +236,7 @@ void reset_input()
     current_file = nullptr;
     end_seen = 0;
     line_ordinal = 0;
+    out_of_files = false;
     stop_recording();
     while (input_stack != nullptr)
         input_stack = xfree(input_stack, input_stack->next);

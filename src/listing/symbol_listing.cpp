@@ -89,7 +89,7 @@ static void print_lines(std::FILE *stream, const Symbol *symbol)
     else
         std::fprintf(stream, "\n%*s", width, "***");
     int in_row = 1;
-    for (const XrefChunk *chunk = symbol->xref_chunks; chunk != nullptr; chunk = chunk->next) {
+    for (const XrefChunk *chunk = symbol->xref.head; chunk != nullptr; chunk = chunk->next) {
         for (uint16_t i = 0; i < chunk->count; ++i) {
             if (in_row == NUMBERS_IN_ROW) {
                 std::fprintf(stream, "\n%*s", symbol_column_width, "");

@@ -51,7 +51,7 @@ static uint32_t reference_line(const Symbol *symbol)
 {
     if (symbol->ref_line != 0)
         return symbol->ref_line;
-    return symbol->xref_chunks != nullptr ? symbol->xref_chunks->lines[0] : symbol->def_line;
+    return symbol->xref.head != nullptr ? symbol->xref.head->lines[0] : symbol->def_line;
 }
 
 static const char *symbol_file(const Symbol *symbol)

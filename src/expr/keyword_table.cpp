@@ -9,19 +9,21 @@
 #include "input/macro.h"
 #include <cstring>
 
-constexpr size_t BUCKET_COUNT = 256;
+// Enough for the vocabulary and for the macros of large programs.
+constexpr int BUCKET_BITS = 12;
 constexpr size_t FOLDED_ROOM = 256;
 
 int32_t bypass_macro;
 
-static Keyword *keyword_buckets[BUCKET_COUNT];
+static Keyword *keyword_buckets[size_t{1} << BUCKET_BITS];
 
 // Folds the name into `folded` and gives its bucket.
 static Keyword **fold_name(const char *name, uint8_t length, char *folded)
 {
     for (uint8_t i = 0; i < length; ++i)
         folded[i] = lower_case(name[i]);
-    return &keyword_buckets[hash_name(folded, length) % BUCKET_COUNT];
+    const uint32_t hash = hash_name(folded, length) * 0x9E3779B1;
+    return &keyword_buckets[hash >> (32 - BUCKET_BITS)];
 }
 
 static Keyword *new_keyword(const char *name, uint8_t length, Keyword *next)

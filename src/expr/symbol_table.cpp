@@ -1,6 +1,7 @@
-// One list serves as hash chains and as the sequence in which symbols reach object file and
-// listing: bucket entries point into it, and the symbols of a bucket are neighbours. A lookup runs
-// from the bucket's entry to the symbol marked SYM_CHAIN_END, not to the end of the list.
+// One list is the sequence in which symbols reach object file and listing. Its order comes from
+// hash buckets of old: the symbols of a bucket are neighbours, in the order of their making, and a
+// bucket used for the first time comes to the head of the list. Lookups go through a finer index
+// beside it, which grows with the program.
 
 #include "expr/symbol_table.h"
 
@@ -9,14 +10,24 @@
 #include "expr/cross_reference.h"
 #include "expr/keyword_table.h"
 #include "input/input_stack.h"
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 constexpr size_t BUCKET_COUNT = 256;
 
 Symbol *symbol_list;
 uint32_t scope_number;
 
-static Symbol *symbol_buckets[BUCKET_COUNT];
+// The last symbol of each bucket's run on symbol_list.
+static Symbol *bucket_ends[BUCKET_COUNT];
+
+// The index: chains over Symbol::index_next. Its size is a power of two, 0 before the first symbol.
+static Symbol **symbol_index;
+static size_t index_size;
+static size_t symbol_count;
+
+constexpr size_t INDEX_SIZE_FIRST = 1024;
 
 uint8_t counted_length(const char *name, uint32_t length)
 {
@@ -34,20 +45,58 @@ uint32_t hash_name(const char *name, uint8_t length)
     return hash;
 }
 
-static Symbol *new_symbol(const char *name, uint8_t length, Symbol *next)
+static Symbol *new_symbol(const char *name, uint8_t length)
 {
     // One byte more, so that even an empty name can be measured.
-    auto *symbol = new_node<Symbol>(next, length + size_t{1});
+    auto *symbol = new_node<Symbol>(nullptr, length + size_t{1});
     char *text = reinterpret_cast<char *>(symbol + 1);
     std::memcpy(text, name, length);
     symbol->name = text;
     symbol->name_length = length;
-    symbol->flags = SYM_CHAIN_END;
     if (is_digit(name[0])) {
-        symbol->flags |= SYM_LOCAL;
+        symbol->flags = SYM_LOCAL;
         symbol->def_line = scope_number;
     }
     return symbol;
+}
+
+// Puts a new symbol where its bucket wants it on the list.
+static void link_symbol(Symbol *symbol)
+{
+    Symbol **end = &bucket_ends[hash_name(symbol->name, symbol->name_length) % BUCKET_COUNT];
+    Symbol **link = *end != nullptr ? &(*end)->next : &symbol_list;
+    symbol->next = *link;
+    *link = symbol;
+    *end = symbol;
+}
+
+// A hash of all characters (FNV-1a) and, for a local label, of its scope.
+static uint32_t index_hash(const char *name, uint8_t length, bool local)
+{
+    uint32_t hash = local ? scope_number * 0x9E3779B1 : 0x811C9DC5;
+    for (uint8_t i = 0; i < length; ++i)
+        hash = (hash ^ static_cast<unsigned char>(name[i])) * 0x01000193;
+    return hash ^ hash >> 15;
+}
+
+static void insert_into_index(Symbol *symbol)
+{
+    Symbol **chain = &symbol_index[symbol->index_hash & (index_size - 1)];
+    symbol->index_next = *chain;
+    *chain = symbol;
+}
+
+// Makes the index ready for one symbol more.
+static void grow_index()
+{
+    if (symbol_count++ < index_size)
+        return;
+    free_block(symbol_index);
+    index_size = index_size != 0 ? 2 * index_size : INDEX_SIZE_FIRST;
+    symbol_index = static_cast<Symbol **>(xalloc(index_size * sizeof(Symbol *), nullptr));
+    std::fill(symbol_index, symbol_index + index_size, nullptr);
+    for (Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next)
+        insert_into_index(symbol);
 }
 
 // A local label is itself only in the scope that its record was made in.
@@ -57,25 +106,30 @@ static bool is_same_symbol(const Symbol *symbol, const char *name, uint8_t lengt
            (!local || symbol->def_line == scope_number);
 }
 
+static Symbol *look_up(uint32_t hash, const char *name, uint8_t length, bool local)
+{
+    if (index_size == 0)
+        return nullptr;
+    Symbol *symbol = symbol_index[hash & (index_size - 1)];
+    while (symbol != nullptr &&
+           (symbol->index_hash != hash || !is_same_symbol(symbol, name, length, local)))
+        symbol = symbol->index_next;
+    return symbol;
+}
+
 Symbol *find_symbol(const char *name, uint32_t length)
 {
     const uint8_t counted = counted_length(name, length);
     const bool local = is_digit(name[0]);
-    Symbol **bucket = &symbol_buckets[hash_name(name, counted) % BUCKET_COUNT];
-    if (*bucket == nullptr) {
-        symbol_list = new_symbol(name, counted, symbol_list);
-        *bucket = symbol_list;
-        return symbol_list;
-    }
-    Symbol *symbol = *bucket;
-    while (!is_same_symbol(symbol, name, counted, local)) {
-        if (symbol->flags & SYM_CHAIN_END) {
-            symbol->flags &= static_cast<uint16_t>(~SYM_CHAIN_END);
-            symbol->next = new_symbol(name, counted, symbol->next);
-            return symbol->next;
-        }
-        symbol = symbol->next;
-    }
+    const uint32_t hash = index_hash(name, counted, local);
+    Symbol *symbol = look_up(hash, name, counted, local);
+    if (symbol != nullptr)
+        return symbol;
+    grow_index();
+    symbol = new_symbol(name, counted);
+    symbol->index_hash = hash;
+    link_symbol(symbol);
+    insert_into_index(symbol);
     return symbol;
 }
 
@@ -90,7 +144,7 @@ bool is_defined_above(Symbol *symbol)
 static void keep_symbol(const Symbol *old)
 {
     Symbol *symbol = find_symbol(old->name, old->name_length);
-    symbol->flags |= static_cast<uint16_t>(old->flags & ~SYM_CHAIN_END);
+    symbol->flags |= old->flags;
     symbol->value = old->value;
     symbol->section_number = old->section_number;
     symbol->attrs |= old->attrs;
@@ -98,7 +152,9 @@ static void keep_symbol(const Symbol *old)
 
 void reset_symbols()
 {
-    std::memset(symbol_buckets, 0, sizeof symbol_buckets);
+    std::fill(std::begin(bucket_ends), std::end(bucket_ends), nullptr);
+    std::fill(symbol_index, symbol_index + index_size, nullptr);
+    symbol_count = 0;
     Symbol *old = symbol_list;
     symbol_list = nullptr;
     while (old != nullptr) {

@@ -12,7 +12,6 @@ constexpr uint16_t SYM_SET = 0x0002;        // made by `set`: may be assigned ag
 constexpr uint16_t SYM_REGISTER = 0x0004;   // a register; `value` is its number
 constexpr uint16_t SYM_TESTED = 0x0008;     // asked about by `defined` or `ifdef` while undefined
 constexpr uint16_t SYM_ALIAS = 0x0010;      // an equate of a symbol that has no number yet: `link`
-constexpr uint16_t SYM_CHAIN_END = 0x0020;  // last symbol of its bucket's run
 constexpr uint16_t SYM_IN_DEBUG = 0x0040;   // a label of a debug section
 constexpr uint16_t SYM_LOCAL = 0x0080;      // the name begins with a digit
 constexpr uint16_t SYM_BIT = 0x0100;        // an equate with a bit number
@@ -28,6 +27,8 @@ constexpr uint32_t LINE_MULTIPLY_DEFINED = 0xFFFFFFFF;
 // Records live from the first mention to the end of the source file, through all passes.
 struct Symbol {
     Symbol *next;
+    Symbol *index_next; // of the table's own index, with the hash of the name
+    uint32_t index_hash;
     union {
         Symbol *link;  // with SYM_ALIAS: the symbol that this one stands for
         char *literal; // with SYM_LITERAL: the owned text

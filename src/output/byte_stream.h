@@ -29,6 +29,9 @@ void reset_stream(ByteStream *stream);
 
 void stream_put_byte(ByteStream *stream, uint8_t byte);
 
+// `count` times the same byte.
+void stream_fill(ByteStream *stream, uint8_t byte, uint32_t count);
+
 // Writes the stream, piece by piece, and gives the number of bytes. Failures show in the file's
 // error state.
 uint32_t write_stream(const ByteStream *stream, std::FILE *file);

@@ -58,14 +58,13 @@ void emit_byte(uint32_t byte)
 
 void emit_fill(uint32_t byte, uint32_t count)
 {
-    // Where nothing is stored, what the listing can't show needs only counting.
-    if (pass_number == 0 || is_bss()) {
-        const uint32_t shown = std::min<uint32_t>(count, LINE_BYTES_MAX);
-        current_section->size += count - shown;
-        count = shown;
-    }
-    while (count-- != 0)
+    // Only the first bytes can show in the listing.
+    const uint32_t shown = std::min<uint32_t>(count, LINE_BYTES_MAX);
+    for (uint32_t i = 0; i < shown; ++i)
         emit_byte(byte);
+    if (pass_number != 0 && !is_bss())
+        stream_fill(&current_section->code_stream, static_cast<uint8_t>(byte), count - shown);
+    current_section->size += count - shown;
 }
 
 static void put_reloc_byte(uint32_t byte)

@@ -1,0 +1,11 @@
+// Feeds damaged objects to the reader of nvobj8.
+
+#include "nvobj8/object_reader.h"
+#include <cstddef>
+#include <cstdint>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    read_object({data, size});
+    return 0;
+}

@@ -10,8 +10,8 @@ extern size_t held_bytes_max;
 
 // Gives a block of at least `size` bytes (and at least one pointer), with `first_word` in its first
 // word and the rest uninitialised: a list node is linked at birth. When the host has no more
-// memory, or when more than held_bytes_max are held, writes "no memory\n" to standard error and ends the
-// process with status 1.
+// memory, or when more than held_bytes_max are held, writes "no memory\n" to standard error and
+// ends the process with status 1.
 void *xalloc(size_t size, void *first_word);
 
 // Ends the process as exhausted memory does.

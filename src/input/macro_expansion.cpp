@@ -366,7 +366,8 @@ static bool is_repeat(const Expansion *expansion)
 
 const char *next_expansion_line(Expansion *expansion)
 {
-    if (expansion->position == nullptr) {
+    // A body may hold nothing but its parameter list: its runs are counted all the same.
+    while (expansion->position == nullptr) {
         if (!is_repeat(expansion)) {
             free_expansion(expansion);
             return nullptr;

@@ -5,6 +5,7 @@
 #include "driver/debug_prologue.h"
 #include "driver/file_names.h"
 #include "driver/host.h"
+#include "driver/memory.h"
 #include "driver/passes.h"
 #include "driver/settings.h"
 #include "expr/symbol_table.h"
@@ -12,6 +13,7 @@
 #include "stmt/keywords.h"
 #include "stmt/symbol_directives.h"
 #include <cstdio>
+#include <new>
 
 // A name given by option fits one source file only. Tells so and returns true if there are more.
 static bool has_too_many_sources(int source_count, char **sources)
@@ -69,6 +71,8 @@ static bool flush_standard_output()
 int run_assembler(int argc, char **argv)
 {
     route_signals();
+    // The standard library's own allocations end as ours do.
+    std::set_new_handler(out_of_memory);
     read_settings(&argc, &argv);
     if (has_too_many_sources(argc, argv))
         return 1;

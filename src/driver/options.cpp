@@ -220,8 +220,9 @@ static size_t directory_length(const char *path)
 
 void expand_wildcards(int *argc, char ***argv)
 {
-    // The expanded words, handed out through *argv. They live as long as the process.
-    static std::vector<char *> expanded;
+    // The expanded words, handed out through *argv. They live as long as the process, to its very
+    // end: nothing takes the vector apart.
+    static auto &expanded = *new std::vector<char *>;
 
     bool wildcard_seen = false;
     expanded.clear();

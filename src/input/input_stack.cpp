@@ -218,15 +218,14 @@ int32_t open_include(const char *name)
         push_input();
     current_file = file;
     current_expansion = nullptr;
-    if (pass_number == 0) {
-        if (opt_make_deps && !has_file_record(opened_name))
-            add_dependency(opened_name);
+    if (pass_number == 0 && opt_make_deps && !has_file_record(opened_name))
+        add_dependency(opened_name);
+    // Without any record the main source has appeared only behind the sizing pass.
+    if (pass_number == 0 || file_records == nullptr)
         current_file_record = append_file_record(opened_name);
-    } else {
+    else
         current_file_record = find_file_record(opened_name);
-    }
-    if (current_file_record != nullptr)
-        current_file_record->line = 0;
+    current_file_record->line = 0;
     return 1;
 }
 

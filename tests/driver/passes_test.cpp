@@ -1,0 +1,115 @@
+// From the source files to the objects: names, settings, definitions, and the passes over a file.
+#include "support/run.h"
+#include <gtest/gtest.h>
+
+TEST(Driver, RecordsTheSettingsInForce)
+{
+    static const std::pair<std::vector<std::string>, std::string> cases[] = {
+        {{}, ""},
+        {{"+v", "ver", "-dq=3", "-b"}, " -a -b -d q=3"},
+        {{"-xxxppl", "-d", "r", "-d", "q", "-h", "/dev/null"},
+         " -h /dev/null -d r -d q -pl -xp -xx"},
+    };
+    for (const auto &[options, record] : cases) {
+        const auto run = assemble(" nop\n", options);
+        EXPECT_NE(run.object_bytes.find("nvasm8 V4.8.1:" + record + '\0'), std::string::npos)
+            << record << run.err;
+    }
+    const auto run = run_program({"prog.s"}, {{"prog.s", " nop\n"}},
+                                 {"SOURCE_DATE_EPOCH=1000000000", "TZ=EST5"});
+    EXPECT_NE(run.object_bytes.find("> prog.o:  9 Sep 2001 01:46"), std::string::npos);
+}
+
+TEST(Driver, GeneratedSourcesEndLineRecordsForGood)
+{
+    const auto run = run_program({"-x", "-p", "a.s", "b.nvm", "c.s"},
+                                 {{"a.s", "l: nop\n"}, {"b.nvm", " nop\n"}, {"c.s", " nop\n"}});
+    EXPECT_NE(run.files.at("a.o").find("a.s:1"), std::string::npos);
+    EXPECT_EQ(run.files.at("b.o").find(" -x"), std::string::npos);
+    EXPECT_EQ(run.files.at("c.o").find("c.s:1"), std::string::npos);
+    // Line records make no symbol public, whatever -p says.
+    EXPECT_EQ(run.files.at("a.o").find("l\0", 0, 2), std::string::npos);
+}
+
+TEST(Driver, DefinesInCommandLineOrder)
+{
+    EXPECT_EQ(
+        text_of(" dc.b one,two,__NVRN__\n", {"-done", "-dtwo=7", "-dtwo=one+4", "-d__NVRN__=9"}),
+        "01 05 01");
+    EXPECT_EQ(errors_of(" nop\n", {"-dn=1+", "-d", "=", "-dm=1 2"}), "");
+    EXPECT_EQ(errors_of(" nop\n", {"-dn=later"}),
+              "#error nvasm8 command_line:0\tsymbol later not defined\n");
+}
+
+TEST(Driver, KeepsOnlyDefinitionsBetweenFiles)
+{
+    const auto run =
+        run_program({"-l", "-dk=5", "a.s", "none.s", "gone.s", "b.s"},
+                    {{"a.s", "m: macro\n nop\n endm\nl: m\n"}, {"b.s", "l: dc.b k\n m\n"}});
+    // The error that opening leaves behind is told at the first statement that follows.
+    EXPECT_EQ(run.err, "can't open none.s\ncan't open gone.s\n"
+                       "#error nvasm8 b.s:1\tcan't open none.s\n"
+                       "#error nvasm8 b.s:2\tunknown instruction m\n"
+                       "#error nvasm8 b.s:2\tunknown instruction m\n");
+    EXPECT_TRUE(run.status == 1 && run.files.contains("a.o"));
+    // The missing files don't cost the others their listings.
+    EXPECT_TRUE(run.files.at("b.ls").starts_with("   1  0000 05            l: dc.b k\n"));
+}
+
+TEST(Driver, DependencyRunsIgnoreErrors)
+{
+    const auto run =
+        run_program({"-md", "-v", "-c", "dir.v2/none", "a.s"},
+                    {{"a.s", " bad\n include \"a.i\"\n include \"a.i\"\n"}, {"a.i", ""}});
+    EXPECT_EQ(run.out, "dir.o:\na.o: a.s a.i\n");
+    EXPECT_EQ(run.err, "#error nvasm8 a.s:1\tunknown instruction bad\n");
+    EXPECT_TRUE(run.status == 0 && !run.files.contains("a.o"));
+}
+
+TEST(Driver, OpensDebugInformationInEverySyntax)
+{
+    const std::string head = "00 00 00 08 00 00 00 10 70 72 6f 67 2e 73 00 8a 00 00 00 00 00 00 00 "
+                             "00 00 00 00 00 00 00 00 01 00 00 00 02 00 00 00 00 00 00 00 00";
+    for (const char *syntax : {"-v", "-m", "-mi"})
+        EXPECT_TRUE(section_of(".debug", " nop\n nop\n", {"-x", syntax}).starts_with(head))
+            << syntax;
+}
+
+TEST(Driver, ReadsTheHeaderAheadOfTheSource)
+{
+    const auto run = assemble(" fail \"s\"\n", {"-h", "h.i"}, {{"h.i", " dc.b 9\n fail \"h\"\n"}});
+    EXPECT_EQ(run.err, "#error nvasm8 h.i:2\th\n#error nvasm8 prog.s:1\ts\n");
+    // A header that is missing is told in each pass that shows errors.
+    const std::string error = "#error nvasm8 prog.s:0\tcan't open h.i\n";
+    EXPECT_EQ(errors_of(" nop\n", {"-l", "-h", "h.i"}), error + error);
+}
+
+TEST(Passes, GoOnUntilNothingMoves)
+{
+    // The second branch is short enough only when the first has become short.
+    EXPECT_TRUE(text_of(" jreq l1\n jrne l2\nl1: ds.b 122\nl2:\n").starts_with("27 02 26 7a "));
+
+    const std::string unsettled = " if q-1\n ds.b 1\n endif\nq:\n\n";
+    const auto run = assemble(unsettled, {"-a"});
+    EXPECT_EQ(run.err, "#error nvasm8 prog.s:5\tlabels do not settle\n");
+    EXPECT_FALSE(run.has_object);
+    // With an error counted, a label that moves asks for no pass behind the first.
+    EXPECT_EQ(errors_of(" fail \"x\"\n" + unsettled, {"-a"}),
+              "#error nvasm8 prog.s:1\tx\n#error nvasm8 prog.s:1\tx\n");
+}
+
+TEST(Passes, MergeNewSectionsThatAreTooMany)
+{
+    std::string source;
+    for (int i = 0; i < 300; ++i)
+        source += ".text: section new\n dc.b " + std::to_string(i & 255) + "\n";
+    // 300 further ones leave room for 247: groups of two will do.
+    const auto run = assemble(source);
+    ASSERT_EQ(run.object.sections.size(), 151u) << run.err; // .info. is the second
+    EXPECT_EQ(run.object.sections[2].contents, (std::vector<uint8_t>{2, 3}));
+
+    source.clear();
+    for (int i = 0; i < 248; ++i)
+        source += "s" + std::to_string(i) + ": section\n nop\n";
+    EXPECT_EQ(errors_of(source), "#error nvasm8 prog.s:496\ttoo many sections\n");
+}

@@ -35,6 +35,5 @@ void report_multiply_defined(Symbol *symbol, const char *name, uint32_t length);
 // Notes where a symbol is defined, the first time.
 void note_first_definition(Symbol *symbol);
 
-// The same; for one that was defined twice the listing
-// carries the message again.
+// The same; the listing carries the message again for a symbol that was defined twice.
 void note_definition(Symbol *symbol, const char *name, uint32_t length);

@@ -176,8 +176,8 @@ static void write_parts()
     append_area(&head, debug_total, debug_offset);
 
     std::fseek(object_stream, 0, SEEK_SET);
+    head.insert(head.end(), table.begin(), table.end());
     std::fwrite(head.data(), 1, head.size(), object_stream);
-    std::fwrite(table.data(), 1, table.size(), object_stream);
 }
 
 void write_object_file()

@@ -127,11 +127,36 @@ void resolve_symbols()
 }
 
 // A `switch` that stands ahead of the `section` it names is passed over in the sizing pass, so that
-// a section may get its first byte only when the numbers have been given.
+// a section may get its first byte or label only when the numbers have been given.
+static bool is_late(const Section *section)
+{
+    return (section->flags & (SEC_USED | SEC_LATE_LABEL)) && (section->flags & SEC_NUMBERED) == 0;
+}
+
+// An equate of a weak definition takes a section number in the sizing pass and becomes an alias
+// again in the next: a public one then has a number but no record.
+static bool is_numbered_alias(const Symbol *symbol)
+{
+    return symbol->object_index != 0 && (symbol->flags & SYM_ALIAS);
+}
+
+bool numbering_is_broken()
+{
+    for (const Section *section = section_list; section != nullptr; section = section->next) {
+        if (is_late(section))
+            return true;
+    }
+    for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
+        if (is_numbered_alias(symbol))
+            return true;
+    }
+    return false;
+}
+
 static void report_late_sections()
 {
     for (const Section *section = section_list; section != nullptr; section = section->next) {
-        if ((section->flags & SEC_USED) == 0 || (section->flags & SEC_NUMBERED))
+        if (!is_late(section))
             continue;
         record_error("section %.*s used before its definition", section->name_length,
                      section->section_name);
@@ -140,12 +165,10 @@ static void report_late_sections()
     }
 }
 
-// An equate of a weak definition takes a section number in the sizing pass and becomes an alias
-// again in the next: a public one then has a number but no record.
 static void report_numbered_aliases()
 {
     for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
-        if (symbol->object_index != 0 && (symbol->flags & SYM_ALIAS))
+        if (is_numbered_alias(symbol))
             report_public_alias(symbol);
     }
 }

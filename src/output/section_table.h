@@ -14,6 +14,7 @@ constexpr uint16_t SEC_CLOSED = 0x0004;      // left behind by a later `new`: na
 constexpr uint16_t SEC_NEW_PENDING = 0x0008; // opened by `new`, not yet reached in this pass
 constexpr uint16_t SEC_NEW_SEEN = 0x0010;    // opened by `new`, reached in this pass
 constexpr uint16_t SEC_NUMBERED = 0x0020;    // has its number in the object file
+constexpr uint16_t SEC_LATE_LABEL = 0x0040;  // has no number, but a label that others refer to
 
 struct Section {
     Section *next;       // in order of creation; of offset_section: the real section behind it

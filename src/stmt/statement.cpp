@@ -76,6 +76,9 @@ static void place_label(Symbol *symbol)
         return;
     }
     symbol->section_number = static_cast<uint8_t>(current_section->number);
+    const bool numbered = pass_number == 0 || (current_section->flags & SEC_NUMBERED);
+    if (!numbered && (symbol->attrs & ATTR_REFERENCED))
+        current_section->flags |= SEC_LATE_LABEL;
     if (current_is_debug)
         symbol->flags |= SYM_IN_DEBUG;
 }

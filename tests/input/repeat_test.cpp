@@ -1,0 +1,79 @@
+// Repeats: how often they run, with which items, and what ends them.
+#include "support/run.h"
+
+#include <gtest/gtest.h>
+
+TEST(Repeat, RunsItsLinesOnceForEachCountOrItem)
+{
+    struct Case {
+        std::string source, expected;
+    };
+    const std::vector<Case> cases = {
+        {" repeat 1+1\n dc.b \\#,'\\@'\n endr\n", "00 2e 31 00 2e 32"},
+        {" repeat 0\n dc.b 1\n endr\n dc.b 2\n", "02"},
+        {" repeatl a,b ; c\n dc.b \\#,'\\1\\@'\n endr\n", "01 61 2e 31 01 62 2e 32"},
+        {" irp \"a,b\",,c\n dc.b '\\1',0\n endr\n", "61 2c 62 00 00 63 00"},
+        {" irp \\x , 1,2\n dc.b \\x,\\(x)\\#\n endr\n", "01 0b 02 15"},
+        {" repeatl \\x\n dc.b 1\n endr\n dc.b 2\n", "02"},
+        // The code of -1 is that of a list: the first line is taken for it, blanks and all.
+        {" repeat -1\n a,b\n dc.b '\\1'\n endr\n", "20 61 62"},
+        {" repeat 2\n irp \\x,1,2\n dc.b \\x\n endr\n dc.b 9\n endr\n", "01 02 09 01 02 09"},
+        // The lines of a repeat within a macro have the macro's arguments put in when recorded.
+        {"m: macro\n repeat \\1\n dc.b \\2\n endr\n endm\n m 2,3\n", "03 03"},
+        {" repeat 2\n endm\n dc.b 1\n endr\n", "01 01"},
+        // An empty list leaves its mark: the macro behind it isn't closed by `endm`.
+        {" repeatl\n endr\n dc.b 1\nm: macro\n endm\n dc.b 2\n", "01"},
+        {" repeatl\n endr\n irp 3\n dc.b \\1\n endr\nm: macro\n endm\n dc.b 2\n", "03 02"},
+    };
+    for (const Case &c : cases)
+        EXPECT_EQ(text_of(c.source), c.expected) << c.source;
+}
+
+TEST(Repeat, CountsIn16Bits)
+{
+    for (const auto &[count, runs] : {std::pair{"70000", "11 70"}, {"65536", "00 00"}}) {
+        const std::string text =
+            text_of(std::string("k: set 0\n repeat ") + count + "\nk: set k+1\n endr\n dc.w k\n");
+        EXPECT_EQ(text, runs) << count;
+    }
+}
+
+TEST(Repeat, WithoutLinesDoesNothing)
+{
+    for (const std::string head : {" repeat 3", " repeatl a,b", " repeatl \\x,a,b,c", " irp \\x,a"})
+        EXPECT_EQ(text_of(head + "\n; nothing\n\n endr\n dc.b 1\n"), "01") << head;
+}
+
+TEST(Repeat, EndsEarly)
+{
+    EXPECT_EQ(text_of(" repeat 3\n dc.b 1\n if 1\n rexit\n endif\n endr\n dc.b 2\n"), "01 02");
+    EXPECT_EQ(text_of(" repeat 2\n irp \\x,1,2\n dc.b \\x\n rexit\n endr\n dc.b 3\n endr\n"),
+              "01 03 01 03");
+}
+
+TEST(Repeat, ReportsWhatItCannotDo)
+{
+    struct Case {
+        std::string source, line, message;
+    };
+    const std::vector<Case> cases = {
+        {"m: macro\n rexit\n endm\n repeat 1\n m\n endr\n", "6", "no repeat in expansion"},
+        {"\n rexit\n", "2", "no repeat in expansion"},
+        {"lab: repeat lab\n endr\n", "1", "bad relocatable expression"},
+        {" repeat 1\nm: macro\n endr\n", "2", "misplaced macro directive"}};
+    for (const Case &c : cases)
+        EXPECT_EQ(errors_of(c.source), "#error nvasm8 prog.s:" + c.line + "\t" + c.message + "\n");
+}
+
+TEST(Repeat, IsListedAsItRuns)
+{
+    // A repeat within a macro stays out like the macro's own lines.
+    EXPECT_EQ(
+        assemble("m: macro\n repeat 1\n nop\n endr\n endm\n repeat 2\n dc.b 1 ; one\n endr\n m\n",
+                 {"-l"})
+            .listing,
+        "   1                     m: macro\n   2                      repeat 1\n"
+        "   3                      nop\n   4                      endr\n"
+        "   5                      endm\n   8  0000 01             dc.b 1 ; one\n"
+        "   8  0001 01             dc.b 1 ; one\n   9                      m\n");
+}

@@ -19,7 +19,6 @@
 #include "output/resolver.h"
 #include "output/section_table.h"
 #include "stmt/statement.h"
-#include "target/emission.h"
 #include <cstdio>
 
 int32_t pass_number;
@@ -63,7 +62,6 @@ static void reset_pass_state()
     last_label = nullptr;
     forced_pass_flags &= BRANCH_OPTIMISATION;
     scope_number = 0;
-    unnamed_relocations = 0;
 
     reset_sections_for_pass();
     reset_input();
@@ -96,20 +94,6 @@ static void close_debug_scopes()
     debug_end_of_file(source_file_name, source_line_total);
 }
 
-// A settled pass may still have to be followed by another: when a target wants it, and once when it
-// has left relocations that name nothing.
-static void ask_for_extra_pass()
-{
-    if (forced_pass_flags & EXTRA_PASS) {
-        forced_pass_flags = 0;
-        pass_must_repeat = 1;
-    }
-    if (unnamed_relocations != 0 && !refuses_unnamed_relocations && !numbering_is_broken()) {
-        refuses_unnamed_relocations = true;
-        pass_must_repeat = 1;
-    }
-}
-
 // One pass over the source. The result is not 0 when another pass is needed.
 static int32_t run_pass()
 {
@@ -135,8 +119,10 @@ static int32_t run_pass()
         pad_even_sections();
     close_open_conditionals();
     ++pass_number;
-    if (!pass_must_repeat && error_count == 0)
-        ask_for_extra_pass();
+    if (!pass_must_repeat && (forced_pass_flags & EXTRA_PASS) && error_count == 0) {
+        forced_pass_flags = 0;
+        pass_must_repeat = 1;
+    }
     return pass_must_repeat;
 }
 
@@ -202,7 +188,6 @@ int32_t assemble_source_file()
     pass_number = 0;
     error_count = 0;
     new_section_group = 0;
-    refuses_unnamed_relocations = false;
     hold_listing_back();
 
     run_pass();

@@ -140,19 +140,6 @@ static bool is_numbered_alias(const Symbol *symbol)
     return symbol->object_index != 0 && (symbol->flags & SYM_ALIAS);
 }
 
-bool numbering_is_broken()
-{
-    for (const Section *section = section_list; section != nullptr; section = section->next) {
-        if (is_late(section))
-            return true;
-    }
-    for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
-        if (is_numbered_alias(symbol))
-            return true;
-    }
-    return false;
-}
-
 static void report_late_sections()
 {
     for (const Section *section = section_list; section != nullptr; section = section->next) {

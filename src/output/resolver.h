@@ -6,9 +6,6 @@
 // reports undefined symbols. Once per source file, behind the sizing pass.
 void resolve_symbols();
 
-// Whether a later pass has done what the numbers can't stand.
-bool numbering_is_broken();
-
 // Reports what a later pass did that the numbers can't stand: an object file is right or it is not
 // written. Once per source file, behind the last pass.
 void report_broken_numbering();

@@ -6,7 +6,6 @@
 #include "driver/passes.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
-#include "listing/diagnostics.h"
 #include "listing/listing.h"
 #include "output/section_table.h"
 #include <algorithm>
@@ -15,9 +14,6 @@ uint8_t line_bytes[LINE_BYTES_MAX];
 int32_t line_byte_count;
 uint32_t line_address;
 const char *line_start = "";
-
-uint32_t unnamed_relocations;
-bool refuses_unnamed_relocations;
 
 // A bit of ExprValue::reloc that turns the kinds into their modified forms; nothing on this target
 // sets it.
@@ -133,15 +129,6 @@ static void put_check_item(const ExprValue &value)
         put_reloc_byte(addend >> shift);
 }
 
-// Such an item would tell the linker nothing: an equate that stands for something further down, or
-// for a weak definition, and is used ahead of it.
-static void note_unnamed_relocation()
-{
-    ++unnamed_relocations;
-    if (refuses_unnamed_relocations)
-        record_error(MSG_BAD_RELOCATABLE);
-}
-
 void emit_relocation(uint8_t kind, const ExprValue &value)
 {
     if (pass_number == 0 || is_bss())
@@ -151,10 +138,7 @@ void emit_relocation(uint8_t kind, const ExprValue &value)
         put_check_item(value);
         return;
     }
-    const uint32_t index = relocation_index(value);
-    if (index == 0)
-        note_unnamed_relocation();
-    put_item_head(kind, index);
+    put_item_head(kind, relocation_index(value));
     // Kinds that select a part carry what the field has no room for.
     const uint8_t shape = kind & 0x0F;
     if (shape < RK_HIGH || shape > RK_PLOW)

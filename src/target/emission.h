@@ -35,15 +35,6 @@ void emit_fill(uint32_t byte, uint32_t count);
 void emit_value(const ExprValue &value, bool one_byte);
 void emit_long(const ExprValue &value);
 
-// Fields of this pass that are relative to nothing the object file has a number for. 0 at the head
-// of a pass.
-extern uint32_t unnamed_relocations;
-
-// Set when a pass over an otherwise settled source has had such fields: a forward equate may still
-// become what it stands for. From then on they are errors, "bad relocatable expression". Cleared for
-// each source file.
-extern bool refuses_unnamed_relocations;
-
 // A relocation item of kind RK_ at the current location. Whoever writes the field sets the
 // section's reloc_position behind it. Nothing in the sizing pass and in bss sections.
 void emit_relocation(uint8_t kind, const ExprValue &value);

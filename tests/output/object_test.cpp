@@ -98,13 +98,8 @@ TEST(ObjectOutput, FilesThatCannotBeWritten)
     EXPECT_EQ(full.err + std::to_string(full.status), "prog.s:1 can't write /dev/full\n1");
 }
 
-TEST(ObjectOutput, NoFieldIsRelativeToNothing)
+TEST(ObjectOutput, ALabelInASectionThatComesTooLate)
 {
-    EXPECT_EQ(text_of(" dc.w aa\naa: equ bb\nbb: equ 5\n"), "00 05");
-    EXPECT_EQ(errors_of("aa: equ bb\nbb: equ ext\n xref ext\n dc.w aa\n"),
-              told("4 = bad relocatable expression"));
-    EXPECT_EQ(errors_of("w: nop\naa: equ w\n wdef w\n dc.w aa\n"),
-              told("4 = bad relocatable expression"));
     EXPECT_EQ(errors_of(" switch foo\nlab:\n switch .text\n dc.w lab\nfoo: section\n"),
               told("5 = section foo used before its definition"));
 }

@@ -85,3 +85,20 @@ TEST(Relocations, StreamsOfSeveralPieces)
     }
     EXPECT_EQ(stream_of("lab: dcb.w 1025,lab\n"), expected);
 }
+
+TEST(Relocations, WhereOtherRulesMeet)
+{
+    // The final 51 of the swapped form is a plain byte of the next gap.
+    EXPECT_EQ(stream_of(" xref e\n ldw y,[e]\n dc.b low(e)\n"), "03 81 02 01 80 02");
+    // A weak definition counts as 0, and the check as the distance from its place.
+    EXPECT_EQ(stream_of(" wdef w\n nop\nw: nop\n .scheck w\n"), "02 8f 02 01 ff ff ff ff");
+    // A section that is resumed goes on with its gap and with the jumps to hop through.
+    const std::string resumed = " jra far\nfar: equ *+1000\n switch .data\n ds.b 5\n"
+                                " switch .text\n dc.w far\n jrne far\n";
+    EXPECT_EQ(text_of(resumed), "ac ec 03 ec 03 ec 26 f8");
+    EXPECT_EQ(stream_of(resumed), "01 86 01 00 00 03 81 01 81 01");
+    // A bit that is written beside a bit symbol is ignored, and taken for the target by btjt.
+    EXPECT_EQ(text_of("f: equ $5000:3\n bset f,#9\n"), "72 16 50 00");
+    EXPECT_EQ(errors_of("f: equ $5000:3\nl: btjt f,#1,l\n"),
+              "#error nvasm8 prog.s:2\tbad comment delimiter\n");
+}

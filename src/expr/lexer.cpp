@@ -23,8 +23,10 @@ int32_t number_suffixes_allowed;
 constexpr size_t BACK_TOKENS_MAX = 5;
 constexpr size_t LITERAL_DEPTH_MAX = 5;
 
-// A statement that reads more literals than this reads a literal that contains itself.
-constexpr int32_t LITERALS_PER_STATEMENT_MAX = 4096;
+// A statement that reads more literals than this, or more without room on the stack, reads a
+// literal that contains itself, or one of many that multiply: it ends there.
+constexpr int32_t LITERALS_PER_STATEMENT_MAX = 1000;
+constexpr int32_t UNSTACKED_LITERALS_MAX = 20;
 
 static int32_t back_tokens[BACK_TOKENS_MAX];
 static size_t back_token_count;
@@ -33,6 +35,7 @@ static size_t back_token_count;
 static const char *literal_stack[LITERAL_DEPTH_MAX];
 static size_t literal_depth;
 static int32_t literals_read;
+static int32_t unstacked_literals;
 
 struct FunctionWord {
     std::string_view lower;
@@ -51,6 +54,7 @@ void reset_lexer()
     back_token_count = 0;
     literal_depth = 0;
     literals_read = 0;
+    unstacked_literals = 0;
 }
 
 void unget_token(int32_t token)
@@ -308,13 +312,16 @@ static int32_t function_token(std::string_view name)
 // any sensible number of literals the statement ends here.
 static void enter_literal(Symbol *literal)
 {
-    if (++literals_read > LITERALS_PER_STATEMENT_MAX) {
+    const bool has_room = literal_depth < LITERAL_DEPTH_MAX;
+    ++literals_read;
+    unstacked_literals += has_room ? 0 : 1;
+    if (literals_read > LITERALS_PER_STATEMENT_MAX || unstacked_literals > UNSTACKED_LITERALS_MAX) {
         record_error("too many embedded literals", 0, nullptr);
         literal_depth = 0;
         line_cursor = "";
         return;
     }
-    if (literal_depth < LITERAL_DEPTH_MAX)
+    if (has_room)
         literal_stack[literal_depth++] = line_cursor;
     else
         record_error("too many embedded literals", 0, nullptr);

@@ -93,7 +93,7 @@ static void grow_index()
         return;
     free_block(symbol_index);
     index_size = index_size != 0 ? 2 * index_size : INDEX_SIZE_FIRST;
-    symbol_index = static_cast<Symbol **>(xalloc(index_size * sizeof(Symbol *), nullptr));
+    symbol_index = static_cast<Symbol **>(xalloc(index_size * sizeof(void *), nullptr));
     std::fill(symbol_index, symbol_index + index_size, nullptr);
     for (Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next)
         insert_into_index(symbol);

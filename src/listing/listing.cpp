@@ -106,8 +106,11 @@ void page_check()
 {
     if (!paginate || page_length < PAGE_LENGTH_MIN)
         return;
-    if (++lines_on_page <= page_length)
+    // A page may be as long as a number can tell, and is then never full.
+    if (lines_on_page < page_length) {
+        ++lines_on_page;
         return;
+    }
     if (!opt_formfeed)
         std::fputs("\n\n", listing_stream);
     else if (page_number != 0)
@@ -162,7 +165,7 @@ bool fits_listing()
 
 void list_blank_lines(int32_t count)
 {
-    while (count-- > 0) {
+    for (; count > 0; --count) {
         page_check();
         std::fputc('\n', listing_stream);
     }

@@ -1,57 +1,41 @@
 // What each option changes, and that it changes nothing else.
-#include "support/run.h"
-#include <cstdio>
-#include <gtest/gtest.h>
+#include "target/rows.h"
 #include <set>
 
 using Options = std::vector<std::string>;
 
-static std::string in_hex(unsigned number)
+// Everything that can be seen of a run, a line for each part.
+static Options outcome_of(const Run &run)
 {
-    char text[16];
-    std::snprintf(text, sizeof text, "%02x", number);
-    return text;
-}
-
-// Everything that can be seen of a run, a line for each aspect.
-static Options aspects_of(const Run &run)
-{
-    std::string files = "files", sections = "sections", text = "text", options = "options";
+    std::string files = "files", sections = "sections", text = "text ", symbols = "symbols";
+    std::string options = "options";
     for (const auto &[name, contents] : run.files)
         files += " " + name;
     for (const ObjectSection &section : run.object.sections) {
-        sections += " " + section.name + ":" + in_hex(section.attributes);
-        const std::string contents(section.contents.begin(), section.contents.end());
-        const size_t record = contents.find("V4.8.1:");
-        if (record != contents.npos)
-            options += contents.substr(record + 7).c_str();
-        for (uint8_t byte : section.name == ".text" ? section.contents : std::vector<uint8_t>())
-            text += " " + in_hex(byte);
+        sections += " " + section.name + ":" + hex({section.attributes});
+        if (section.name == ".text")
+            text += hex(section.contents);
     }
     std::set<std::string> names;
     for (const ObjectSymbol &symbol : run.object.symbols)
-        names.insert(symbol.name + ":" + in_hex(symbol.attrs));
-    std::string symbols = "symbols";
+        names.insert(" " + symbol.name + ":" + hex({symbol.attrs}));
     for (const std::string &name : names)
-        symbols += " " + name;
-    return {"out " + run.out,
-            "err " + run.err,
-            files,
-            sections,
-            text,
-            symbols,
-            "records " + std::to_string(run.object.debug_records.size()),
-            options};
+        symbols += name;
+    const size_t record = run.object_bytes.find("V4.8.1:");
+    if (record != std::string::npos)
+        options += run.object_bytes.substr(record + 7).c_str();
+    const std::string records = std::to_string(run.object.debug_records.size()) + " records";
+    return {"out " + run.out, "err " + run.err, files, sections, text, symbols, records, options};
 }
 
-// The aspects in which the run differs from one without options.
+// The parts in which the run differs from one without options.
 static std::string changes_by(const Options &options)
 {
     static const std::string source = "near: nop\nnop\n jp near\nsize: equ 3\n ds.b 1\n"
                                       " ifdef given\n dc.b 9\n endif\n .info 'i'\n .misra 'm'\n";
     static const std::vector<SourceFile> files = {{"h", " dc.b 8\n"}};
-    static const Options plain = aspects_of(assemble(source, {}, files));
-    const Options changed = aspects_of(assemble(source, options, files));
+    static const Options plain = outcome_of(assemble(source, {}, files));
+    const Options changed = outcome_of(assemble(source, options, files));
     std::string changes;
     for (size_t i = 0; i < plain.size(); ++i) {
         if (changed[i] != plain[i])
@@ -66,7 +50,7 @@ TEST(Options, ChangeWhatTheySay)
     // A jump to an absolute address isn't shortened.
     const std::string absolute = "sections .text:92 .info.:00 .misra.:00 | text 9d 9d cc 00 00 00";
     const std::string debug = "sections .text:82 .debug:02 .info.:00 .misra.:00";
-    const std::string rule = "out prog.o: prog.s\n | files h prog.s | sections | text";
+    const std::string rule = "out prog.o: prog.s\n | files h prog.s | sections | text ";
     const std::pair<Options, std::string> cases[] = {
         {{}, ""},
         {{"-a"}, absolute + " | options -a"},
@@ -85,7 +69,7 @@ TEST(Options, ChangeWhatTheySay)
         {{"-md"}, rule},
         {{"-mi"}, "text 9d 20 fd 00 | symbols near:87"},
         {{"-m"}, "text 9d 20 fd 00"},
-        {{"-oq"}, "files h prog.s q | sections | text"},
+        {{"-oq"}, "files h prog.s q | sections | text "},
         {{"-pe"}, "symbols size:15"},
         {{"-pl"}, "symbols __NVRN__:11 near:83 size:11 | options -pl"},
         {{"-p"}, "symbols near:87 size:15"},
@@ -95,16 +79,16 @@ TEST(Options, ChangeWhatTheySay)
         {{"-v"}, "err prog.s:\n"},
         {{"+vq"}, listed + " q | " + absolute + " | options -a"},
         {{"-xp"}, "options -xp"},
-        {{"-xx"}, debug + " | records 6 | options -xx"},
-        {{"-x"}, debug + " | records 6 | options -x"},
-        {{"-x", "-p"}, debug + " | records 6 | options -x"},
-        {{"-mi", "-x"}, debug + " | text 9d 20 fd 00 | symbols near:87 | records 5 | options -x"},
+        {{"-xx"}, debug + " | 6 records | options -xx"},
+        {{"-x"}, debug + " | 6 records | options -x"},
+        {{"-x", "-p"}, debug + " | 6 records | options -x"},
+        {{"-mi", "-x"}, debug + " | text 9d 20 fd 00 | symbols near:87 | 5 records | options -x"},
         {{"-pl", "-xx"},
-         debug + " | symbols __NVRN__:11 near:83 size:11 | records 6 | options -pl -xx"},
+         debug + " | symbols __NVRN__:11 near:83 size:11 | 6 records | options -pl -xx"},
         {{"-lbc"}, listed + " | text 9d 9d cc 00 00 00 | options -b"},
-        {{"-x", "-oq", "+lr"}, "files h prog.s q r | sections | text"},
+        {{"-x", "-oq", "+lr"}, "files h prog.s q r | sections | text "},
         {{"-md", "+vq", "-lcv", "+er", "-x"}, rule},
-        {{"-md", "-oq", "-hh"}, "out q: prog.s h\n | files h prog.s | sections | text"},
+        {{"-md", "-oq", "-hh"}, "out q: prog.s h\n | files h prog.s | sections | text "},
     };
     for (const auto &[options, changes] : cases)
         EXPECT_EQ(changes_by(options), changes) << ::testing::PrintToString(options);

@@ -167,9 +167,10 @@ TEST(Pages, HaveTheTitleThatStandsOnThem)
     EXPECT_EQ(titled(5, 1), "\n\n" + nops(0, {2, 3, 4, 5, 6, 8}) + "\n\n");
     EXPECT_EQ(titled(9, 0), "\n\n" + nops(0, {2, 3, 4, 5, 6, 7, 8, 9}) + "\n\n" +
                                 title_head("T", 2) + nops(8, {10}) + "\n\n\n\n");
-    EXPECT_EQ(
-        listing_of(" title \"A\"\n ttl \"B\"\n subttl \"S\"\n subttl \"Z\"\n nop\n", {"-lff"}),
-        title_head("B", 1, "Z\n") + nops(0, {5}) + "\f");
+    EXPECT_EQ(listing_of(" plen 10\n title \"A\"\n subttl \"S\"\n" + nop_source(4) +
+                             " ttl \"B\"\n subttl \"Z\"\n",
+                         {"-lff"}),
+              title_head("B", 1, "S\n") + nops(0, {4, 5, 6, 7}) + "\f");
 }
 
 TEST(Pages, EndByDirective)
@@ -218,4 +219,11 @@ TEST(ListingDirectives, Faults)
               "prog.s:3:1: missing string\nprog.s:4:1: relocatable expression not allowed\n"
               "prog.s:5:1: relocatable expression not allowed\n"
               "prog.s:6:1: bad comment delimiter\n");
+}
+
+TEST(ListingPages, TakeAnyNumber)
+{
+    EXPECT_EQ(listing_of(" spc $80000000\n nop\n"), "   2  0000 9d             nop\n");
+    const std::string endless = listing_of(" nop\n plen $7fffffff\n nop\n", {"-l", "-ff", "-ft"});
+    EXPECT_EQ(endless.substr(endless.find("   3")), "   3  0001 9d             nop\n\f");
 }

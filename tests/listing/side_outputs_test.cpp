@@ -65,9 +65,6 @@ TEST(VerilogFile, IsWrittenByThePassesThatList)
     for (const char *option : {"-l", "-b"})
         EXPECT_EQ(assemble(source, {"+vver", option}).files.at("ver"),
                   "body\n %d \\1\nV = 16'h0002;\n");
-    const auto rule = assemble(source, {"+vver", "-md"});
-    EXPECT_EQ(rule.out + rule.err, "prog.o: prog.s\n");
-    EXPECT_EQ(rule.files.size(), 1u);
     // A file that can't be created makes such lines ordinary again.
     EXPECT_EQ(assemble("&a\n", {"+vno/ver", "-b"}).err,
               "#error nvasm8 prog.s:0 can't create no/ver\n"

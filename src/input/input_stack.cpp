@@ -43,8 +43,13 @@ static InputSource *input_stack;
 static FileRecord *file_records;
 static FileRecord **file_records_tail = &file_records;
 
-// Set when nested includes have used up the host's open files: a file that includes itself twice
-// would otherwise try again on every level of the way back. Cleared at the head of a pass.
+// Files that are open at once, the main source among them. Hosts allow a process about as many; a
+// bound of our own makes a file that includes itself end alike everywhere.
+constexpr int32_t OPEN_FILES_MAX = 1000;
+static int32_t open_files;
+
+// Set when nested includes have used up the open files: a file that includes itself twice would
+// otherwise try again on every level of the way back. Cleared at the head of a pass.
 static bool out_of_files;
 
 // A longer joined path isn't tried.
@@ -110,6 +115,7 @@ static const char *next_file_line()
     }
     std::fclose(current_file);
     current_file = nullptr;
+    --open_files;
     end_seen = 0;
     return nullptr;
 }
@@ -194,6 +200,7 @@ static FileRecord *find_file_record(const char *name)
 // Opens the file where it is found first; *opened_name is its name there. None when there is none.
 static std::FILE *open_source(const char *name, const char **opened_name)
 {
+    out_of_files = out_of_files || open_files >= OPEN_FILES_MAX;
     if (out_of_files)
         return nullptr;
     *opened_name = name;
@@ -216,6 +223,7 @@ int32_t open_include(const char *name)
     }
     if (current_file != nullptr || current_expansion != nullptr)
         push_input();
+    ++open_files;
     current_file = file;
     current_expansion = nullptr;
     if (pass_number == 0 && opt_make_deps && !has_file_record(opened_name))

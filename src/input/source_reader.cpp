@@ -6,14 +6,14 @@
 // The next character, CR LF taken as one line feed.
 static int next_character(std::FILE *file)
 {
-    const int c = getc_unlocked(file);
+    const int c = std::getc(file);
     if (c != '\r')
         return c;
-    const int following = getc_unlocked(file);
+    const int following = std::getc(file);
     if (following == '\n')
         return '\n';
     if (following != EOF)
-        ungetc(following, file);
+        std::ungetc(following, file);
     return c;
 }
 
@@ -36,6 +36,6 @@ void skip_source_line(std::FILE *file)
 {
     int c;
     do
-        c = getc_unlocked(file);
+        c = std::getc(file);
     while (c != '\n' && c != EOF);
 }

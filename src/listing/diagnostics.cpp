@@ -10,6 +10,7 @@
 #include "driver/settings.h"
 #include "input/input_stack.h"
 #include "listing/listing.h"
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -78,9 +79,12 @@ void record_error(const char *message, uint32_t length, const char *text)
     pending_error.message = message;
     pending_error.length = length;
     pending_error.text.clear();
-    if (text != nullptr)
-        pending_error.text.assign(text, takes_length(message) ? strnlen(text, length)
-                                                              : std::strlen(text));
+    if (text == nullptr)
+        return;
+    const char *end = text + std::strlen(text);
+    if (takes_length(message))
+        end = std::find(text, text + length, '\0');
+    pending_error.text.assign(text, end);
 }
 
 void record_error(MessageIndex message)

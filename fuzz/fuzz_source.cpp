@@ -32,8 +32,8 @@
 #include <unistd.h>
 #include <vector>
 
-constexpr size_t MEMORY_MAX = size_t{16} << 20;
-constexpr int LINES_MAX = 20000;
+constexpr size_t MEMORY_MAX = size_t{12} << 20;
+constexpr int LINES_MAX = 3000;
 constexpr int INPUTS_PER_VOCABULARY = 4000;
 constexpr char FILE_SEPARATOR = '\x01';
 

@@ -187,7 +187,6 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***)
     char directory[] = "/tmp/fuzz_source_XXXXXX";
     if (mkdtemp(directory) == nullptr || chdir(directory) != 0)
         std::abort();
-    held_bytes_max = MEMORY_MAX;
     program_name = "nvasm8";
     error_stream = std::fopen("/dev/null", "w");
     return 0;
@@ -237,6 +236,7 @@ static void clean_up()
 {
     in_input = false;
     lines_left = 1 << 30;
+    held_bytes_max = SIZE_MAX;
     const auto end_expansion = [](Expansion *expansion) {
         expansion->position = nullptr;
         expansion->repeats_left = 1;
@@ -281,6 +281,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     source_file_name = "a.s";
     lines_left = LINES_MAX;
     in_input = true;
+    held_bytes_max = held_bytes + MEMORY_MAX;
     pass_number = 0;
     if (setjmp(input_end) == 0) {
         define_from_text("__NVRN__");

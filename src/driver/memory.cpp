@@ -7,11 +7,10 @@
 #include <cstdio>
 #include <cstdlib>
 
+size_t held_bytes;
 size_t held_bytes_max = size_t{2} << 30;
 constexpr size_t HEAD_SIZE = alignof(std::max_align_t);
 
-// Bytes handed out and not freed yet, heads included.
-static size_t held_bytes;
 
 void out_of_memory()
 {

@@ -5,7 +5,9 @@
 #include <cstring>
 #include <type_traits>
 
-// Bytes that the process may hold at once; fuzzers lower it.
+// Bytes handed out and not freed yet, heads included, and how many the process may hold at once;
+// fuzzers lower the bound.
+extern size_t held_bytes;
 extern size_t held_bytes_max;
 
 // Gives a block of at least `size` bytes (and at least one pointer), with `first_word` in its first

@@ -11,7 +11,6 @@ size_t held_bytes;
 size_t held_bytes_max = size_t{2} << 30;
 constexpr size_t HEAD_SIZE = alignof(std::max_align_t);
 
-
 void out_of_memory()
 {
     std::fputs("no memory\n", stderr);

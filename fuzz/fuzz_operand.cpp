@@ -1,0 +1,157 @@
+// Feeds operands to the operand parser, the evaluator and the encoder, without the input stack and
+// without files. An input is lines of text; each is read as an operand, as an expression and as the
+// operands of the instruction that its first byte selects, in three passes over symbols of every
+// kind. Every line lies in a block of its own size, so that reading past its end is seen.
+//
+// The assembler ends its process on operands nested too deeply; here that ends the input.
+
+#include "driver/memory.h"
+#include "driver/passes.h"
+#include "driver/settings.h"
+#include "expr/evaluator.h"
+#include "expr/keyword_table.h"
+#include "expr/lexer.h"
+#include "expr/symbol_table.h"
+#include "listing/diagnostics.h"
+#include "output/resolver.h"
+#include "output/section_table.h"
+#include "stmt/keywords.h"
+#include "stmt/statement.h"
+#include "target/encoder.h"
+#include "target/instruction_table.h"
+#include "target/operand.h"
+#include <algorithm>
+#include <csetjmp>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <vector>
+
+constexpr size_t MEMORY_MAX = size_t{12} << 20;
+constexpr int PASSES = 3;
+
+static std::jmp_buf input_end;
+static bool in_input;
+
+extern "C" void __real_exit(int status);
+extern "C" void __wrap_exit(int status)
+{
+    if (in_input)
+        std::longjmp(input_end, 1);
+    __real_exit(status);
+}
+
+// Symbols of every kind that an operand can name.
+static const char *const definitions[] = {
+    " xref external\n",
+    " xref.b zpage\n",
+    "absolute: equ 3\n",
+    "byte: equ $ff\n",
+    "forward_equ: equ later+2\n",
+    "alias: equ external\n",
+    "bit: equ absolute:5\n",
+    "external_bit: equ zpage:2\n",
+    "counter: set 1\n",
+    "one: lit \"absolute\"\n",
+    "two: lit \"(one,x)\"\n",
+    "endless: lit \"endless+1\"\n",
+    " switch .bss\n",
+    "variable: ds.w 3\n",
+    " switch .bsct\n",
+    "zero: ds.b 2\n",
+    " switch .text\n",
+    "label: nop\n",
+    "1$: nop\n",
+    " wdef weak\n",
+    "weak: nop\n",
+};
+
+extern "C" int LLVMFuzzerInitialize(int *, char ***)
+{
+    program_name = "nvasm8";
+    error_stream = std::fopen("/dev/null", "w");
+    install_keywords();
+    return 0;
+}
+
+static std::vector<std::vector<char>> split_lines(std::string_view text)
+{
+    std::vector<std::vector<char>> lines;
+    while (!text.empty()) {
+        const size_t length =
+            std::min(text.find_first_of(std::string_view("\n\0", 2)), text.size());
+        lines.emplace_back(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(length));
+        lines.back().insert(lines.back().end(), {'\n', '\0'});
+        text.remove_prefix(std::min(length + 1, text.size()));
+    }
+    return lines;
+}
+
+// The first row of the mnemonic with this number.
+static const OpcodeEntry *first_row(size_t number)
+{
+    return std::find_if(opcode_table.begin(), opcode_table.end(),
+                        [&](const OpcodeEntry &row) { return row.mnemonic_id == number; });
+}
+
+static void start_line(const char *text)
+{
+    flush_error(nullptr);
+    reset_lexer();
+    dot_in_names = 1;
+    expression_nesting = 0;
+    line_cursor = text;
+}
+
+static void read_operands(const std::vector<char> &line)
+{
+    const char *const text = line.data();
+    ExprValue value;
+
+    start_line(text);
+    parse_operand(&value);
+    start_line(text);
+    parse_expression(&value);
+    start_line(text);
+    parse_simple_value();
+    start_line(text + 1);
+    if (line.size() > 2)
+        encode_instruction(first_row(1 + static_cast<uint8_t>(text[0]) % MNEMONIC_COUNT));
+}
+
+static void run_passes(const std::vector<std::vector<char>> &lines)
+{
+    for (pass_number = 0; pass_number < PASSES; ++pass_number) {
+        pass_must_repeat = 0;
+        reset_sections_for_pass();
+        for (const char *definition : definitions)
+            process_statement(definition);
+        for (const std::vector<char> &line : lines)
+            read_operands(line);
+        process_statement("later: nop\n");
+        if (pass_number == 0)
+            resolve_symbols();
+    }
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    const std::vector<std::vector<char>> lines =
+        split_lines({reinterpret_cast<const char *>(data), size});
+    opt_no_branch_opt = size & 1;
+    opt_absolute = size >> 1 & 1;
+    forced_pass_flags = !opt_no_branch_opt;
+    error_count = 0;
+    reset_symbols();
+    init_sections();
+    in_input = true;
+    held_bytes_max = held_bytes + MEMORY_MAX;
+    if (setjmp(input_end) == 0)
+        run_passes(lines);
+    in_input = false;
+    held_bytes_max = SIZE_MAX;
+    flush_error(nullptr);
+    return 0;
+}

@@ -94,4 +94,5 @@ void forget_macros()
             keyword->flags &= static_cast<uint8_t>(~KW_MACRO);
         }
     }
+    free_retired_bodies();
 }

@@ -15,12 +15,14 @@
 
 struct CondFrame {
     CondFrame *next;
+    uint32_t number; // of all frames ever made, from 1: two frames in the same memory differ
     bool skipped;   // opened in skipped code: no branch of it counts
     bool else_seen; // its `else` has come: a second one is an error
     bool taken;     // lines of the present branch are assembled
 };
 
 static CondFrame *cond_stack;
+static uint32_t frame_counter;
 
 // What the `argument` of an opening keyword asks; an odd number from IF_SAME on inverts the even
 // one below it.
@@ -110,6 +112,7 @@ void if_directive(Keyword *keyword, const char *, uint32_t)
 {
     const bool skipped = !assembling_enabled();
     auto *frame = new_node<CondFrame>(cond_stack);
+    frame->number = ++frame_counter;
     frame->skipped = skipped;
     cond_stack = frame;
     if (!skipped)
@@ -153,15 +156,15 @@ void close_open_conditionals()
         pop_frame();
 }
 
-CondFrame *mark_conditionals()
+uint32_t mark_conditionals()
 {
-    return cond_stack;
+    return cond_stack != nullptr ? cond_stack->number : 0;
 }
 
-void unwind_conditionals(const CondFrame *mark)
+void unwind_conditionals(uint32_t mark)
 {
-    while (cond_stack != nullptr && cond_stack != mark)
+    while (cond_stack != nullptr && cond_stack->number != mark)
         pop_frame();
-    if (cond_stack != mark)
+    if (mark_conditionals() != mark)
         record_error("bad if/endif balance", 0, nullptr);
 }

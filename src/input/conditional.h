@@ -3,7 +3,6 @@
 
 #include <cstdint>
 
-struct CondFrame;
 struct Keyword;
 
 // Whether the statement at hand is assembled: 1, or 0 in skipped code.
@@ -17,9 +16,9 @@ void endif_directive(Keyword *keyword, const char *label, uint32_t length);
 // Ends every conditional that is open at the end of a pass: one "unclosed if" for all of them.
 void close_open_conditionals();
 
-// The innermost open conditional, to be noted when an expansion begins.
-CondFrame *mark_conditionals();
+// The number of the innermost open conditional, 0 without one, to be noted when an expansion begins.
+uint32_t mark_conditionals();
 
 // Ends the conditionals opened since `mark` was noted, as leaving an expansion early does. Records
 // "bad if/endif balance" when the marked one has been ended already.
-void unwind_conditionals(const CondFrame *mark);
+void unwind_conditionals(uint32_t mark);

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 
-struct CondFrame;
 struct Keyword;
 
 // One stored source line.
@@ -19,7 +18,7 @@ constexpr size_t ARGUMENT_SLOTS = 64;
 struct Expansion {
     BodyLine *position;      // the line to be read next, or none
     BodyLine *repeat_body;   // the owned body of a repeat; none in a macro
-    CondFrame *cond_mark;    // the conditional on top when the expansion began
+    uint32_t cond_mark;      // the conditional on top when the expansion began
     const char *param_names; // counted names, ended by a zero byte; none for positional parameters
     const char *args[ARGUMENT_SLOTS]; // into arg_text
     char *arg_text;                   // the owned text of the call, cut up in place
@@ -35,6 +34,9 @@ void macro_directive(Keyword *keyword, const char *label, uint32_t length);
 void repeat_directive(Keyword *keyword, const char *label, uint32_t length);
 void mexit_directive(Keyword *keyword, const char *label, uint32_t length);
 void rexit_directive(Keyword *keyword, const char *label, uint32_t length);
+
+// Frees, at the end of a source file, the bodies that macros have had replaced.
+void free_retired_bodies();
 
 // Whether lines are being recorded, and how that is stopped at the head of a pass.
 bool is_recording_body();

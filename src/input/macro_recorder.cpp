@@ -25,14 +25,24 @@ static BodyLine *repeat_body;
 
 // 0 while no repeat is recorded, LIST_FORM for a list, else the count times 2, plus 1, so that a
 // count of 0 isn't 0. No pass resets it: an empty list leaves LIST_FORM behind until the next
-// repeat, and meanwhile a macro definition doesn't see its end.
+// repeat, and meanwhile a macro definition doesn't see its end, and in a later pass stores a new body
+// over the one that stands.
 constexpr int32_t LIST_FORM = -1;
 static int32_t repeat_code;
 
-// Lines that a later pass records for a macro whose body stands already.
+// Where a later pass records for a name that is no macro by then.
 static BodyLine *discarded_body;
 
-// Inner definitions that are open in the body being recorded.
+// Bodies that another has replaced. They may still be running, so they stay until the source file
+// ends.
+struct RetiredBody {
+    RetiredBody *next;
+    BodyLine *body;
+};
+static RetiredBody *retired_bodies;
+
+// Inner definitions that are open in the body being recorded. Nothing but their ends counts them
+// down: what the end of the file leaves open is still open for the bodies of the next pass.
 static int32_t macro_nesting;
 static int32_t repeat_nesting;
 
@@ -65,13 +75,28 @@ void reset_macro_state()
     body_tail = nullptr;
     free_body(repeat_body);
     repeat_body = nullptr;
-    macro_nesting = 0;
-    repeat_nesting = 0;
     reset_expansion_counter();
+}
+
+static void retire_body(BodyLine *body)
+{
+    auto *retired = new_node<RetiredBody>(retired_bodies);
+    retired->body = body;
+    retired_bodies = retired;
+}
+
+void free_retired_bodies()
+{
+    while (retired_bodies != nullptr) {
+        free_body(retired_bodies->body);
+        retired_bodies = xfree(retired_bodies, retired_bodies->next);
+    }
 }
 
 static void store_line(BodyLine *line)
 {
+    if (*body_tail != nullptr)
+        retire_body(*body_tail);
     *body_tail = line;
     body_tail = &line->next;
 }
@@ -135,12 +160,15 @@ void macro_directive(Keyword *, const char *label, uint32_t length)
         keyword->body = nullptr;
         keyword->argument = 1;
     }
-    free_body(discarded_body);
-    discarded_body = nullptr;
-    body_tail = pass_number == 0 ? &keyword->body : &discarded_body;
+    body_tail = keyword->flags & KW_MACRO ? &keyword->body : &discarded_body;
     skip_blanks();
-    if (*line_cursor == '\\')
-        store_line(read_parameter_names());
+    if (*line_cursor != '\\')
+        return;
+    BodyLine *names = read_parameter_names();
+    if (pass_number == 0)
+        store_line(names);
+    else
+        free_body(names);
 }
 
 // The list form "\name,list": gives the list, with the name stored as the parameter line. The comma

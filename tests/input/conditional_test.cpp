@@ -81,6 +81,15 @@ TEST(Conditionals, ReachAcrossMacros)
               "02 03");
 }
 
+TEST(Conditionals, KnowTheirOwnFramesWhenAnExpansionIsLeft)
+{
+    // The new `if` may lie where the ended one lay.
+    EXPECT_EQ(errors_of(" if 1\n repeat 1\n endif\n if 1\n rexit\n endr\n"),
+              error(6, "bad if/endif balance"));
+    EXPECT_EQ(errors_of("m: macro\n endif\n if 1\n mexit\n endm\n if 1\n m\n endif\n"),
+              error(7, "bad if/endif balance") + error(8, "bad endif"));
+}
+
 TEST(Conditionals, AreListedUnderClist)
 {
     EXPECT_EQ(

@@ -44,6 +44,16 @@ TEST(Repeat, WithoutLinesDoesNothing)
         EXPECT_EQ(text_of(head + "\n; nothing\n\n endr\n dc.b 1\n"), "01") << head;
 }
 
+TEST(Repeat, LeavesAnEmptyListBehindForMacros)
+{
+    // Behind an empty list the definition takes in the rest of the file, from the next pass on.
+    EXPECT_EQ(text_of(" nop\nl: nop\nnop: macro\n \\\\nop\n \\\\nop\n endm\n repeatl\n endr\n"
+                      " dc.b 7\n"),
+              "9d 9d 07 9d 9d 07");
+    // What the end of the file leaves open is still open in the next pass.
+    EXPECT_EQ(text_of("m: macro\n nop\n endm\n m\nopen: macro\nn: macro\n"), "");
+}
+
 TEST(Repeat, EndsEarly)
 {
     EXPECT_EQ(text_of(" repeat 3\n dc.b 1\n if 1\n rexit\n endif\n endr\n dc.b 2\n"), "01 02");

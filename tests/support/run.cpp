@@ -226,6 +226,11 @@ Run run_program(const std::vector<std::string> &arguments, const std::vector<Sou
     return run_in_directory(NVASM8_PROGRAM, arguments, files, environment);
 }
 
+Run run_shell(const std::string &command, const std::vector<SourceFile> &files)
+{
+    return run_in_directory("/bin/sh", {"-c", command}, files, {"NVASM8=" NVASM8_PROGRAM});
+}
+
 Run run_viewer(const std::vector<std::string> &arguments, const std::vector<SourceFile> &files)
 {
     return run_in_directory(NVOBJ8_PROGRAM, arguments, files, {});

@@ -37,6 +37,10 @@ Run run_program(const std::vector<std::string> &arguments,
                 const std::vector<SourceFile> &files = {},
                 const std::vector<std::string> &environment = {});
 
+// A shell command, with the path of nvasm8 in $NVASM8: for what only the caller of a program can
+// arrange, as closed streams, limits, pipes and signals.
+Run run_shell(const std::string &command, const std::vector<SourceFile> &files = {});
+
 // nvobj8 in the same way.
 Run run_viewer(const std::vector<std::string> &arguments,
                const std::vector<SourceFile> &files = {});

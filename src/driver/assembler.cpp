@@ -30,6 +30,18 @@ static bool has_too_many_sources(int source_count, char **sources)
     return true;
 }
 
+// The file of +e is created, and in the end deleted, before anything tells what it holds.
+static bool would_lose_source(int source_count, char **sources)
+{
+    for (int i = 0; error_file_name != nullptr && i < source_count; ++i) {
+        if (!is_same_file(error_file_name, sources[i]))
+            continue;
+        std::fprintf(stderr, messages[MSG_CANT_CREATE], error_file_name);
+        return true;
+    }
+    return false;
+}
+
 // Applies -d, in command-line order, then the assembler's own symbol, which thus replaces a value
 // that the user gave that name. False when a definition must end the run.
 static bool define_symbols()
@@ -71,13 +83,14 @@ static bool flush_standard_output()
 int run_assembler(int argc, char **argv)
 {
     route_signals();
+    occupy_standard_streams();
     // The standard library's own allocations end as ours do.
     std::set_new_handler(out_of_memory);
     read_settings(&argc, &argv);
     if (has_too_many_sources(argc, argv))
         return 1;
     imply_settings();
-    if (!open_error_stream())
+    if (would_lose_source(argc, argv) || !open_error_stream())
         return 1;
     make_include_list();
     imply_listing();

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <string_view>
 #include <sys/stat.h>
@@ -34,6 +35,23 @@ std::FILE *open_for_reading(const char *path)
         return nullptr;
     }
     return file;
+}
+
+std::FILE *open_for_passes(const char *path)
+{
+    // Looked at first: opening a pipe would wait for its writer.
+    struct stat status;
+    if (stat(path, &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode)))
+        return nullptr;
+    return open_for_reading(path);
+}
+
+bool is_same_file(const char *path, const char *other)
+{
+    struct stat status;
+    struct stat other_status;
+    return stat(path, &status) == 0 && S_ISREG(status.st_mode) && stat(other, &other_status) == 0 &&
+           status.st_dev == other_status.st_dev && status.st_ino == other_status.st_ino;
 }
 
 bool files_exhausted()
@@ -119,6 +137,17 @@ void route_signals()
 {
     std::signal(SIGINT, on_interrupt);
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
+void occupy_standard_streams()
+{
+    int descriptor;
+    do
+        descriptor = open("/dev/null", O_RDONLY);
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    if (descriptor >= 0)
+        close(descriptor);
 }
 
 void end_process(int status)

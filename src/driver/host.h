@@ -22,6 +22,13 @@ PathKind path_kind(const char *path);
 // some hosts would let us open and only then refuse to read.
 std::FILE *open_for_reading(const char *path);
 
+// The same for text that each pass reads again: a pipe, which would be empty the second time, can't
+// be opened either.
+std::FILE *open_for_passes(const char *path);
+
+// Whether both names lead to one and the same regular file.
+bool is_same_file(const char *path, const char *other);
+
 // Whether the opening that failed last did so because too many files are open.
 bool files_exhausted();
 
@@ -36,9 +43,13 @@ std::vector<std::string> matching_files(const std::string &directory, const char
 // Deletes a file that this run has written; anything but a regular file (a device, say) is left.
 void remove_output(const char *path);
 
-// SIGINT ends the process with status 2, whatever was written stays. A closed pipe is no reason to
-// die in the middle of writing a file: the write fails and is reported as such.
+// SIGINT ends the process with status 2, whatever was written stays. A closed pipe or a limit on
+// the size of files is no reason to die in the middle of writing: the write fails and is reported.
 void route_signals();
+
+// Occupies the standard streams that the caller has closed, so that no file that is opened later
+// gets one of their numbers and a message as part of its contents.
+void occupy_standard_streams();
 
 // Ends the process at once with `status`. Used for command-line errors and exhausted memory.
 [[noreturn]] void end_process(int status);

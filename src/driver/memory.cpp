@@ -17,6 +17,12 @@ void out_of_memory()
     end_process(1);
 }
 
+void require_memory(uint64_t size)
+{
+    if (size > held_bytes_max - held_bytes)
+        out_of_memory();
+}
+
 void *xalloc(size_t size, void *first_word)
 {
     if (size < sizeof first_word)

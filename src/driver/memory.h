@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <type_traits>
 
@@ -18,6 +19,10 @@ void *xalloc(size_t size, void *first_word);
 
 // Ends the process as exhausted memory does.
 [[noreturn]] void out_of_memory();
+
+// Ends the process so at once when `size` bytes more can't be held, instead of after filling what
+// there is.
+void require_memory(uint64_t size);
 
 // Frees a block of xalloc (none is allowed).
 void free_block(void *block);

@@ -16,9 +16,9 @@
 struct CondFrame {
     CondFrame *next;
     uint32_t number; // of all frames ever made, from 1: two frames in the same memory differ
-    bool skipped;   // opened in skipped code: no branch of it counts
-    bool else_seen; // its `else` has come: a second one is an error
-    bool taken;     // lines of the present branch are assembled
+    bool skipped;    // opened in skipped code: no branch of it counts
+    bool else_seen;  // its `else` has come: a second one is an error
+    bool taken;      // lines of the present branch are assembled
 };
 
 static CondFrame *cond_stack;

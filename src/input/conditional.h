@@ -16,7 +16,8 @@ void endif_directive(Keyword *keyword, const char *label, uint32_t length);
 // Ends every conditional that is open at the end of a pass: one "unclosed if" for all of them.
 void close_open_conditionals();
 
-// The number of the innermost open conditional, 0 without one, to be noted when an expansion begins.
+// The number of the innermost open conditional, 0 without one, to be noted when an expansion
+// begins.
 uint32_t mark_conditionals();
 
 // Ends the conditionals opened since `mark` was noted, as leaving an expansion early does. Records

@@ -49,7 +49,7 @@ constexpr int32_t OPEN_FILES_MAX = 1000;
 static int32_t open_files;
 
 // Set when nested includes have used up the open files: a file that includes itself twice would
-// otherwise try again on every level of the way back. Cleared at the head of a pass.
+// otherwise try again on every level of the way back. Cleared when the main source goes on.
 static bool out_of_files;
 
 // A longer joined path isn't tried.
@@ -116,6 +116,8 @@ static const char *next_file_line()
     std::fclose(current_file);
     current_file = nullptr;
     --open_files;
+    if (open_files == 1)
+        out_of_files = false;
     end_seen = 0;
     return nullptr;
 }
@@ -156,7 +158,7 @@ static std::FILE *open_on_include_list(const char *name)
             continue;
         }
         std::strcpy(line_buffer, joined.c_str());
-        if (std::FILE *file = open_for_reading(line_buffer))
+        if (std::FILE *file = open_for_passes(line_buffer))
             return file;
     }
     return nullptr;
@@ -204,7 +206,7 @@ static std::FILE *open_source(const char *name, const char **opened_name)
     if (out_of_files)
         return nullptr;
     *opened_name = name;
-    std::FILE *file = open_for_reading(name);
+    std::FILE *file = open_for_passes(name);
     out_of_files = file == nullptr && files_exhausted();
     if (file == nullptr && name[0] != path_separator) {
         file = open_on_include_list(name);
@@ -247,6 +249,15 @@ void reset_input()
     stop_recording();
     while (input_stack != nullptr)
         input_stack = xfree(input_stack, input_stack->next);
+}
+
+bool is_source_file(const char *path)
+{
+    for (const FileRecord *record = file_records; record != nullptr; record = record->next) {
+        if (is_same_file(path, record->name))
+            return true;
+    }
+    return false;
 }
 
 void forget_files()

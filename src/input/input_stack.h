@@ -48,6 +48,9 @@ Expansion *visit_suspended_expansions(bool (*stops)(Expansion *));
 // Empties the input at the head of a pass.
 void reset_input();
 
+// Whether `path` leads to a file that is being assembled: the main source or an include file.
+bool is_source_file(const char *path);
+
 // Frees the file records of the source file before. Nothing may point to their names any more.
 void forget_files();
 

@@ -25,8 +25,8 @@ static BodyLine *repeat_body;
 
 // 0 while no repeat is recorded, LIST_FORM for a list, else the count times 2, plus 1, so that a
 // count of 0 isn't 0. No pass resets it: an empty list leaves LIST_FORM behind until the next
-// repeat, and meanwhile a macro definition doesn't see its end, and in a later pass stores a new body
-// over the one that stands.
+// repeat, and meanwhile a macro definition doesn't see its end, and in a later pass stores a new
+// body over the one that stands.
 constexpr int32_t LIST_FORM = -1;
 static int32_t repeat_code;
 

@@ -8,10 +8,12 @@
 #include "driver/host.h"
 #include "driver/passes.h"
 #include "driver/settings.h"
+#include "expr/lexer.h"
 #include "input/input_stack.h"
 #include "listing/listing.h"
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <string>
 
 // Some entries are kept for targets with other operands; nothing raises them here.
@@ -50,12 +52,14 @@ std::FILE *error_stream = stderr;
 const char *line_directive_file;
 uint32_t line_directive_bias;
 
-// The error of the current line; no message means none. The text is a copy: the line that it comes
-// from may be gone when the error is printed.
+// The error of the current line; no message means none. A text in the line buffer or in the string
+// token is shown as it stands there when the line is done, which a later token of the line or a
+// search of the include list may have changed. Other lines may be gone by then: the text is a copy.
 struct PendingError {
     const char *message;
     uint32_t length;
-    std::string text;
+    const char *text;
+    std::string copy;
 };
 static PendingError pending_error;
 
@@ -72,19 +76,25 @@ static bool takes_length(const char *message)
     return std::strchr(message, '*') != nullptr;
 }
 
+template <size_t Size> static bool is_within(const char *text, const char (&buffer)[Size])
+{
+    return std::less_equal<>()(buffer, text) && std::less<>()(text, buffer + Size);
+}
+
 void record_error(const char *message, uint32_t length, const char *text)
 {
     if (pass_number == 0 || pending_error.message != nullptr)
         return;
     pending_error.message = message;
     pending_error.length = length;
-    pending_error.text.clear();
-    if (text == nullptr)
+    pending_error.text = text;
+    if (text == nullptr || is_within(text, line_buffer) || is_within(text, token_string))
         return;
     const char *end = text + std::strlen(text);
     if (takes_length(message))
         end = std::find(text, text + length, '\0');
-    pending_error.text.assign(text, end);
+    pending_error.copy.assign(text, end);
+    pending_error.text = pending_error.copy.c_str();
 }
 
 void record_error(MessageIndex message)
@@ -119,7 +129,7 @@ static void print_message(std::FILE *stream, const char *message, uint32_t lengt
 
 static void print_pending_message(std::FILE *stream)
 {
-    print_message(stream, pending_error.message, pending_error.length, pending_error.text.c_str());
+    print_message(stream, pending_error.message, pending_error.length, pending_error.text);
 }
 
 static void print_error_line()
@@ -166,10 +176,14 @@ void print_file_error_prefix(const char *file)
         std::fprintf(stderr, "#error %s %s:0 ", program_name, file);
 }
 
-void report_cant_create(const char *name)
+std::FILE *create_output(const char *name, const char *mode)
 {
-    print_file_error_prefix(source_file_name);
-    std::fprintf(stderr, "can't create %s\n", name);
+    std::FILE *stream = is_source_file(name) ? nullptr : std::fopen(name, mode);
+    if (stream == nullptr) {
+        print_file_error_prefix(source_file_name);
+        std::fprintf(stderr, "can't create %s\n", name);
+    }
+    return stream;
 }
 
 void print_direct_error(const char *file, uint32_t line, const char *message, uint32_t length,

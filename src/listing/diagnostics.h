@@ -81,8 +81,10 @@ int32_t flush_error(std::FILE *listing);
 // Writes the head of a message that has a file but no line to standard error.
 void print_file_error_prefix(const char *file);
 
-// Tells on standard error that `name` could not be created while assembling the current source.
-void report_cant_create(const char *name);
+// Opens an output file for writing, `mode` as for fopen. When that fails, or when the file is one
+// that is being assembled and would be lost, tells so on standard error and gives none; no error is
+// counted.
+std::FILE *create_output(const char *name, const char *mode);
 
 // Prints an error found between the passes to error_stream, always in its "#error" form, and counts
 // it. `message` takes `length` and `text`, if it has a placeholder.

@@ -52,9 +52,8 @@ static void close_listing_stream()
 
 static void create_listing()
 {
-    listing_stream = std::fopen(listing_file_name, "w");
+    listing_stream = create_output(listing_file_name, "w");
     if (listing_stream == nullptr) {
-        report_cant_create(listing_file_name);
         list_state = 0;
         return;
     }

@@ -38,11 +38,9 @@ void open_verilog()
 {
     if (verilog_file_name == nullptr)
         return;
-    verilog_stream = std::fopen(verilog_file_name, "w");
-    if (verilog_stream != nullptr)
-        return;
-    report_cant_create(verilog_file_name);
-    verilog_file_name = nullptr;
+    verilog_stream = create_output(verilog_file_name, "w");
+    if (verilog_stream == nullptr)
+        verilog_file_name = nullptr;
 }
 
 void close_verilog()

@@ -41,6 +41,7 @@ void stream_put_byte(ByteStream *stream, uint8_t byte)
 
 void stream_fill(ByteStream *stream, uint8_t byte, uint32_t count)
 {
+    require_memory(count);
     while (count != 0) {
         if (stream->free_count == 0)
             add_chunk(stream);

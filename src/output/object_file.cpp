@@ -182,11 +182,9 @@ static void write_parts()
 
 void write_object_file()
 {
-    object_stream = std::fopen(object_file_name, "wb");
-    if (object_stream == nullptr) {
-        report_cant_create(object_file_name);
+    object_stream = create_output(object_file_name, "wb");
+    if (object_stream == nullptr)
         return;
-    }
     write_parts();
     if (!close_output(object_stream, object_file_name))
         remove_output(object_file_name);

@@ -2,6 +2,7 @@
 
 #include "stmt/data_directives.h"
 
+#include "driver/memory.h"
 #include "driver/passes.h"
 #include "driver/settings.h"
 #include "expr/evaluator.h"
@@ -113,7 +114,10 @@ void fill_directive(Keyword *keyword, const char *, uint32_t)
         record_error(MSG_BAD_RELOCATABLE);
     if (pass_number == 0 || (current_section->attributes & SECATTR_BSS)) {
         emit_fill(0, count * item_size);
+    } else if (item_size == 1 && value.reloc == RELOC_ABSOLUTE) {
+        emit_fill(value.value, count);
     } else {
+        require_memory(uint64_t{count} * item_size);
         while (count-- != 0)
             emit_item(value, item_size);
     }

@@ -6,6 +6,7 @@
 #include "driver/passes.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
+#include "listing/diagnostics.h"
 #include "listing/listing.h"
 #include "output/section_table.h"
 #include <algorithm>
@@ -41,6 +42,15 @@ static bool is_bss()
     return (current_section->attributes & SECATTR_BSS) != 0;
 }
 
+// A location counter that passes 4 GiB would begin again at 0, on top of what is there.
+static void advance_location(uint32_t count)
+{
+    const uint32_t before = current_section->size;
+    current_section->size += count;
+    if (current_section->size < before)
+        record_error(MSG_VALUE_TOO_LARGE);
+}
+
 void emit_byte(uint32_t byte)
 {
     if (pass_number != 0) {
@@ -52,7 +62,7 @@ void emit_byte(uint32_t byte)
         if (list_state == LIST_ON)
             note_line_byte(stored);
     }
-    ++current_section->size;
+    advance_location(1);
     current_section->flags |= SEC_USED;
 }
 
@@ -64,7 +74,7 @@ void emit_fill(uint32_t byte, uint32_t count)
         emit_byte(byte);
     if (pass_number != 0 && !is_bss())
         stream_fill(&current_section->code_stream, static_cast<uint8_t>(byte), count - shown);
-    current_section->size += count - shown;
+    advance_location(count - shown);
 }
 
 static void put_reloc_byte(uint32_t byte)
@@ -105,6 +115,8 @@ static uint32_t relocation_index(const ExprValue &value)
 static void put_item_head(uint8_t kind, uint32_t index)
 {
     const bool wide = index > 255;
+    if (index > UINT16_MAX)
+        record_error("too many symbols", 0, nullptr);
     put_reloc_byte((kind & RELOC_KIND_MASK) | RELOC_ITEM | (wide ? RELOC_WIDE_INDEX : 0));
     if (wide)
         put_reloc_byte(index >> 8);

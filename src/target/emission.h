@@ -24,7 +24,7 @@ void mark_line(int32_t how);
 void note_line_byte(uint8_t byte);
 
 // One byte of section contents, of which the low 8 bits count. The sizing pass and bss sections
-// only count it.
+// only count it. Records "value too large" where the section outgrows 4 GiB.
 void emit_byte(uint32_t byte);
 
 // `count` times the same byte.

@@ -8,6 +8,8 @@ TEST(Diagnostics, TellOneErrorALine)
         {" dc.b 1/0,\"a\n", "prog.s:1:1: zero divide\n"},
         {" fail \"50% *.* %s\"\n", "prog.s:1:1: 50% *.* %s\n"},
         {" fail 2-5\n", "prog.s:1:1: fail -3\n"},
+        // The line is told when it is done; its second string has taken the place of the first.
+        {" fail \"abc\" \"xy\"\n", "prog.s:1:1: xy\n"},
         // Told by the sizing pass and, for the first, by every pass behind it.
         {" bad\n", "prog.s:1:1: unknown instruction bad\nprog.s:1:1: unknown instruction bad\n"},
         {"l: nop\nl: nop\n", "prog.s:2:1: symbol l multiply defined\n"},

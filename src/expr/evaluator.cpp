@@ -281,6 +281,11 @@ static uint8_t section_reloc(const Section *section)
 
 static void location_counter(ExprValue *out)
 {
+    // On the command line there is no section yet.
+    if (current_section == nullptr) {
+        set_absolute(out, 0);
+        return;
+    }
     *out = {current_location(), nullptr, static_cast<uint8_t>(current_section->number),
             section_reloc(current_section)};
 }

@@ -25,7 +25,7 @@ constexpr size_t LITERAL_DEPTH_MAX = 5;
 
 // A statement that reads more literals than this, or more without room on the stack, reads a
 // literal that contains itself, or one of many that multiply: it ends there.
-constexpr int32_t LITERALS_PER_STATEMENT_MAX = 1000;
+constexpr int32_t LITERALS_PER_STATEMENT_MAX = 1'000'000;
 constexpr int32_t UNSTACKED_LITERALS_MAX = 20;
 
 static int32_t back_tokens[BACK_TOKENS_MAX];

@@ -106,15 +106,28 @@ static bool is_same_symbol(const Symbol *symbol, const char *name, uint8_t lengt
            (!local || symbol->def_line == scope_number);
 }
 
+// The mark of a second definition takes the place of a local label's scope: nothing finds it again.
+static bool is_out_of_reach(const Symbol *symbol)
+{
+    return (symbol->flags & SYM_LOCAL) != 0 && symbol->def_line == LINE_MULTIPLY_DEFINED;
+}
+
+// Symbols out of reach leave their chain: a label that is defined over and over in one scope would
+// make it longer each time.
 static Symbol *look_up(uint32_t hash, const char *name, uint8_t length, bool local)
 {
     if (index_size == 0)
         return nullptr;
-    Symbol *symbol = symbol_index[hash & (index_size - 1)];
-    while (symbol != nullptr &&
-           (symbol->index_hash != hash || !is_same_symbol(symbol, name, length, local)))
-        symbol = symbol->index_next;
-    return symbol;
+    Symbol **link = &symbol_index[hash & (index_size - 1)];
+    while (Symbol *symbol = *link) {
+        if (symbol->index_hash == hash && is_same_symbol(symbol, name, length, local))
+            return symbol;
+        if (is_out_of_reach(symbol))
+            *link = symbol->index_next;
+        else
+            link = &symbol->index_next;
+    }
+    return nullptr;
 }
 
 Symbol *find_symbol(const char *name, uint32_t length)

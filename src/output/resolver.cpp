@@ -24,7 +24,7 @@ static std::vector<bool> find_needed_sections()
 }
 
 // Numbers the sections to keep and gives the table from old numbers to new ones. A dropped section
-// maps to the one kept before it; no symbol that is written can have its number.
+// maps to the one kept before it; only what -p makes public behind this can have its number.
 static std::vector<uint8_t> number_sections()
 {
     const std::vector<bool> needed = find_needed_sections();
@@ -81,7 +81,7 @@ static bool resolve_alias(Symbol *symbol)
     const Symbol *target = symbol->link;
     if (target != nullptr && target->section_number != 0) {
         symbol->section_number = target->section_number;
-    } else if (target != nullptr && (target->attrs & ATTR_ABSOLUTE) == 0) {
+    } else if (target == nullptr || (target->attrs & ATTR_ABSOLUTE) == 0) {
         // A public name can't stand for an external.
         if (symbol->attrs & ATTR_PUBLIC)
             report_public_alias(symbol);
@@ -134,10 +134,12 @@ static bool is_late(const Section *section)
 }
 
 // An equate of a weak definition takes a section number in the sizing pass and becomes an alias
-// again in the next: a public one then has a number but no record.
+// again in the next: a public one then has a number but no record. What became an alias by a second
+// definition has been told already.
 static bool is_numbered_alias(const Symbol *symbol)
 {
-    return symbol->object_index != 0 && (symbol->flags & SYM_ALIAS);
+    return symbol->object_index != 0 && (symbol->flags & SYM_ALIAS) &&
+           symbol->def_line != LINE_MULTIPLY_DEFINED;
 }
 
 static void report_late_sections()

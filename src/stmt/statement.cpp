@@ -68,6 +68,14 @@ static bool opens_scope(const Symbol *symbol, const LineName &label)
     return label.text[0] != '.' || !is_digit(label.text[1]);
 }
 
+// Whether the label would have kept its section in the object file, had it lain there when the
+// numbers were given. What -p alone makes public keeps none: its record has the old number.
+static bool needs_section_number(const Symbol *symbol)
+{
+    return (symbol->attrs & ATTR_REFERENCED) || keep_locals ||
+           (symbol->object_index != 0 && !all_public);
+}
+
 static void place_label(Symbol *symbol)
 {
     if (current_section->attributes & SECATTR_ABS) {
@@ -77,7 +85,7 @@ static void place_label(Symbol *symbol)
     }
     symbol->section_number = static_cast<uint8_t>(current_section->number);
     const bool numbered = pass_number == 0 || (current_section->flags & SEC_NUMBERED);
-    if (!numbered && (symbol->attrs & ATTR_REFERENCED))
+    if (!numbered && needs_section_number(symbol))
         current_section->flags |= SEC_LATE_LABEL;
     if (current_is_debug)
         symbol->flags |= SYM_IN_DEBUG;

@@ -132,8 +132,7 @@ static void settle_branch_target(Instruction *ins)
         ins->first_mode = AM_NONE;
     }
     ins->second_mode |= OP_REL;
-    if (ins->second.section_number != 0 &&
-        ins->second.section_number != static_cast<uint8_t>(current_section->number))
+    if (ins->second.section_number != 0 && ins->second.section_number != current_section->number)
         record_error(MSG_BAD_RELOCATABLE);
 }
 

@@ -101,6 +101,19 @@ TEST(Lexer, EndlessNestingEndsTheRun)
     EXPECT_EQ(run.status, 1);
 }
 
+TEST(Lexer, LiteralsMayBeMany)
+{
+    std::string thirty = "one";
+    std::string lists = "list";
+    for (int i = 1; i < 30; ++i)
+        thirty += ",one";
+    for (int i = 1; i < 35; ++i)
+        lists += ",list";
+    const std::string source = "one: lit \"1\"\nlist: lit \"" + thirty + "\"\n dc.b " + lists;
+    EXPECT_EQ(assemble(source + "\n").object.sections.at(0).contents,
+              std::vector<uint8_t>(1050, 1));
+}
+
 TEST(LocalLabels, BelongToTheScopeOfTheLabelAbove)
 {
     EXPECT_EQ(text_of("l1: jra 10$\n nop\n10$: nop\nl2: jra 10$\n10$: nop\n"),

@@ -1,5 +1,6 @@
 // Which sections and symbols reach the object file, under which numbers, and the file byte by byte.
 #include "stmt/told.h"
+#include <algorithm>
 
 template <typename Record> static std::string names_of(const std::vector<Record> &records)
 {
@@ -102,4 +103,27 @@ TEST(ObjectOutput, ALabelInASectionThatComesTooLate)
 {
     EXPECT_EQ(errors_of(" switch foo\nlab:\n switch .text\n dc.w lab\nfoo: section\n"),
               told("5 = section foo used before its definition"));
+    EXPECT_EQ(errors_of(" switch foo\nlab:\n xdef lab\n switch .text\n nop\nfoo: section\n"),
+              told("6 = section foo used before its definition"));
+    // A label that -p alone makes public keeps no section.
+    EXPECT_EQ(errors_of(" switch .data\nlab: switch .text\n nop\n", {"-p"}), "");
+}
+
+TEST(ObjectOutput, AliasesThatCannotBePublicAreToldOnce)
+{
+    EXPECT_EQ(errors_of(" xref k\nq: equ 5\nq: equ k\n xdef q\n dc.w q\n"),
+              told("3 = symbol q multiply defined"));
+    EXPECT_EQ(errors_of("q: equ plow(5)\n", {"-p"}), told("1 = bad relocatable expression"));
+}
+
+TEST(ObjectOutput, NumbersEndAt65535)
+{
+    // Two sections and as many externals as there are numbers, all of them in relocations.
+    std::string source;
+    for (int i = 0; i < 65533; ++i)
+        source += " xref s" + std::to_string(i) + "\n dc.w s" + std::to_string(i) + "\n";
+    EXPECT_EQ(errors_of(source), "");
+    const std::string errors = errors_of(source + " xref more\n dc.w more\n");
+    EXPECT_TRUE(errors.ends_with("\ttoo many symbols\n"));
+    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1);
 }

@@ -109,7 +109,7 @@ TEST(SymbolDirectives, DefinitionsOfTheCommandLineAreTakenWithoutAWord)
 {
     EXPECT_EQ(text_of(" dc.b V1,V2,V3,V4,V5,__NVRN__\n ld a,(3,sp)\n",
                       {"-dV1", "-dV2=1", "-dV2=2", "-dV3=(", "-dV4,3", "-dV5=5 6", "-d7=1",
-                       "-dsp=5", "-d__NVRN__=9"}),
+                       "-dsp=5", "-d__NVRN__=9", "-dV6=*"}),
               "01 02 00 01 05 01 7b 03");
     EXPECT_EQ(errors_of("", {"-dV=zz"}), "#error nvasm8 command_line:0\tsymbol zz not defined\n");
     const auto run =

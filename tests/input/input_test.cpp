@@ -49,6 +49,9 @@ TEST(Includes, AreNamedAsInTheSizingPass)
                  {{"d/x", " fail \"x\"\n include \"y\"\n"}, {"d/y", "\n fail \"y\"\n"}});
     const std::string both = error_at("d/x:1", "x") + error_at("d/y:2", "y");
     EXPECT_EQ(run.err, both + both + error_at("d/y:2", "y") + error_at("prog.s:5", "m"));
+    // An inner opening of the source counts its lines for itself.
+    EXPECT_EQ(errors_of(" ifndef k\nk: equ 1\n include \"prog.s\"\n fail \"m\"\n endif\n"),
+              error_at("prog.s:4", "m"));
     // One that only a later pass opens borrows the record of the source, its counter too.
     EXPECT_EQ(assemble(" if late\n include \"z\"\n endif\nlate: equ 1\n fail \"m\"\n", {},
                        {{"z", "\n\n\n fail \"z\"\n"}})

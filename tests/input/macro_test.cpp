@@ -61,6 +61,7 @@ TEST(MacroCall, PutsElementsIntoItsLines)
         "m: macro \\x , \\ y.z\n dc.b \\(x)1,\\y.z\n dc.b '\\y.z\\0'\n endm\n m 2, 3\n m.b 4,6\n"
         " dc.b 5\n",
         " dc.b 21,3,'3',41,6,'6b',5\n", {"-b"});
+    expect_same("m: macro \\x\n dc.b (1+\\x)*2\n endm\n m 3\n", " dc.b 8\n");
 }
 
 TEST(MacroCall, ReportsBadElementsAtTheCall)

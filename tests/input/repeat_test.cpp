@@ -86,4 +86,15 @@ TEST(Repeat, IsListedAsItRuns)
         "   3                      nop\n   4                      endr\n"
         "   5                      endm\n   8  0000 01             dc.b 1 ; one\n"
         "   8  0001 01             dc.b 1 ; one\n   9                      m\n");
+    // Without a line it never comes to switch the listing of expansions off again, if it did so.
+    const std::string macros = "m: macro\n repeat 1\n endr\n endm\nn: macro\n nop\n endm\n";
+    const std::string head =
+        "   1                     m: macro\n   2                      repeat 1\n"
+        "   3                      endr\n   4                      endm\n"
+        "   5                     n: macro\n   6                      nop\n"
+        "   7                      endm\n";
+    EXPECT_EQ(assemble(macros + " m\n n\n", {"-l"}).listing,
+              head + "   8                      m\n   9                      n\n");
+    EXPECT_EQ(assemble(macros + " repeat 1\n endr\n n\n", {"-l"}).listing,
+              head + "  10                      n\n  10  0000 9d             nop\n");
 }

@@ -91,6 +91,12 @@ TEST(DebugRecords, AreBuiltAnewWhenTheyDiffer)
     const std::string tail = " nop\nlate: equ 1\n";
     EXPECT_EQ(records_of(" if late\n .dline 'longer'\n else\n .dline 'x'\n endif\n" + tail, {}),
               ".text 0 08 longer\n");
+    EXPECT_EQ(
+        records_of(" if late\n .dline 'longer'\n else\n .dline 'x'\n .dline 'y'\n endif\n" + tail,
+                   {}),
+        ".text 0 08 longer\n");
+    EXPECT_EQ(records_of(" if late\n .dline 'x'\n else\n .dcall 'x'\n endif\n" + tail, {}),
+              ".text 0 08 x\n");
     EXPECT_EQ(records_of(" if late\n nop\n endif\n" + tail, {"-x"}),
               HEAD + ".text 0 08 prog.s:2\n.text 1 08 prog.s:4\n.text 2 10 prog.s:5-5\n");
     // Only length and kind are compared: this is the text of the sizing pass.

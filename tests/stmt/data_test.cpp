@@ -55,6 +55,7 @@ nop\ align 1 = 9d | nop\ align 2,-256 = 9d 00)"),
     EXPECT_EQ(run.object.sections[0].address, 0x8000U);
     EXPECT_EQ(hex(run.object.sections[0].contents), "80 00 80 00 00 00 80 06");
     EXPECT_EQ(run.object.sections[0].relocation_size, 0U);
+    EXPECT_EQ(text_of(" org $100\n org $200\nl: dc.w l\n", {"-a"}), "02 00");
     expect_faults(" org 8\n nop\n", {{"cannot move back current pc", "org 8 | org 0"}}, {"-a"});
 }
 

@@ -77,6 +77,8 @@ TEST(SectionDirectives, NewOpensAnotherInstance)
     ASSERT_EQ(run.object.sections.size(), 5U) << run.err;
     EXPECT_EQ(hex(run.object.sections[0].relocation_stream), "81 02 81 03 81 04");
     EXPECT_EQ(section_of("x", source), "01 | 02 | 03 04");
+    // Every pass finds them in their order, the third too.
+    EXPECT_EQ(section_of("x", source + " jreq l4\n nop\nl4:\n"), "01 | 02 | 03 04");
     EXPECT_EQ(section_of(".text", source), "00 00 00 00 00 00 | 9d");
     EXPECT_EQ(errors_of("x: section new\nx: section\n"), told("2 = symbol x multiply defined"));
 }

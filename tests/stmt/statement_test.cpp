@@ -11,6 +11,7 @@ m.w 9 = 01 09 | M.wx 9 = 01 09 | m 9 = 02 09 | m.x 9 = 09)"));
     expect_faults("", {{"bad comment delimiter", R"(
 123 | lab: 123 | l2: -x | nop 1 | ld a,#1 2 | (nop) | * text | & text | = 3 | :nop | # 1)"},
                        {"missing label", "equ 3 | set 3 | lit 'x' | macro"}});
+    EXPECT_EQ(text_of(".ab: macro\n nop\n endm\n .ab\n"), "9d");
     // A word nobody knows is told by the sizing pass and by each one behind it.
     for (const char *word : {"foo", "dc.x", "-x", "#foo", "ld.abc", "nop.", "10$", "equ.w"}) {
         const std::string error =

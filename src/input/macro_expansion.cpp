@@ -306,7 +306,8 @@ static const char *put_element(LineWriter *line, const Expansion *expansion, con
         return text + 1;
     }
     line->put('\\');
-    if (c == '\0' || c == '\n')
+    // Even the newline is copied: the listing then shows a blank line behind.
+    if (c == '\0')
         return text;
     line->put(c);
     return text + 1;

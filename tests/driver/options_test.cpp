@@ -68,7 +68,7 @@ TEST(CommandLine, OptionsShareWordsAndTakeTheirValues)
 TEST(CommandLine, WildcardsGiveNamesInLowerCase)
 {
     const auto run =
-        run_program({"-v", "d/?.s", "none*", "--", "d/B*"},
+        run_program({"-v", "d/?.s", "none*", "--", "d/B.s*"},
                     {{"d/B.s", " nop\n"}, {"d/a.s", " nop\n"}, {"d/..s", ""}, {"d/bb.s", ""}});
     EXPECT_EQ(run.err, "d/b.s:\ncan't open d/b.s\nd/a.s:\n"
                        "#error nvasm8 d/a.s:1\tcan't open d/b.s\n"
@@ -79,7 +79,11 @@ TEST(IncludeDirectories, AreSearchedInTheirOrder)
 {
     std::vector<SourceFile> files = {{"prog.s", " include \"f\"\n"},
                                      {"list", "# r\n 'r/s/' q#x list\n"},
-                                     {"long", std::string(10239, 'x')}};
+                                     {"long", std::string(10239, 'x')},
+                                     {"open", "q\nr/s \"q\n"},
+                                     {"empty", "# nothing\n"}};
+    for (int i = 0; i < 130; ++i)
+        files.push_back({"many/" + std::to_string(i) + "/g", ""});
     for (const char *name : {"p/z/f", "p/b/c/f", "p/.h/f", "q/f", "r/s/f"})
         files.push_back({name, ""});
     static const std::tuple<Words, const char *, const char *> cases[] = {
@@ -88,6 +92,9 @@ TEST(IncludeDirectories, AreSearchedInTheirOrder)
         {{"-ip/z/", "-i", "q"}, "", "prog.o: prog.s p/z/f\n"},
         {{"-ilist"}, "q", "prog.o: prog.s r/s/f\n"},
         {{"-ilong", "-iq"}, "", "line 1 too long in file long\nprog.o: prog.s q/f\n"},
+        {{"-iopen", "-iq"}, "", "unmatched \" in: r/s \"q\n\nprog.o: prog.s q/f\n"},
+        {{"-iempty", "-iq"}, "", "prog.o: prog.s q/f\n"},
+        {{"-imany", "-iq"}, "", "prog.o: prog.s q/f\n"},
         {{}, "", "prog.o: prog.s\n"},
     };
     for (const auto &[options, library, output] : cases) {

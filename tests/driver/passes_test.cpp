@@ -18,6 +18,10 @@ TEST(Driver, RecordsTheSettingsInForce)
     const auto run = run_program({"prog.s"}, {{"prog.s", " nop\n"}},
                                  {"SOURCE_DATE_EPOCH=1000000000", "TZ=EST5"});
     EXPECT_NE(run.object_bytes.find("> prog.o:  9 Sep 2001 01:46"), std::string::npos);
+    // A year beyond 9999 has no room in the stamp.
+    const auto late =
+        run_program({"prog.s"}, {{"prog.s", " nop\n"}}, {"SOURCE_DATE_EPOCH=999999999999"});
+    EXPECT_NE(late.object_bytes.find("> prog.o:  1 Jan 1970 00:00"), std::string::npos);
 }
 
 TEST(Driver, GeneratedSourcesEndLineRecordsForGood)
@@ -107,6 +111,12 @@ TEST(Passes, MergeNewSectionsThatAreTooMany)
     const auto run = assemble(source);
     ASSERT_EQ(run.object.sections.size(), 151u) << run.err; // .info. is the second
     EXPECT_EQ(run.object.sections[2].contents, (std::vector<uint8_t>{2, 3}));
+
+    for (int i = 300; i < 600; ++i)
+        source += ".text: section new\n dc.b " + std::to_string(i & 255) + "\n";
+    const auto more = assemble(source);
+    ASSERT_EQ(more.object.sections.size(), 201u) << more.err;
+    EXPECT_EQ(more.object.sections[2].contents, (std::vector<uint8_t>{3, 4, 5}));
 
     source.clear();
     for (int i = 0; i < 248; ++i)

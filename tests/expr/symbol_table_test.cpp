@@ -36,4 +36,5 @@ TEST(Names, AMacroCanWrapTheInstructionOfItsName)
 {
     EXPECT_EQ(text_of("nop: macro\n dc.b $aa\n \\\\nop\n dc.b $bb\n endm\n nop\n NOP.w\n"),
               "aa 9d bb aa 9d bb");
+    EXPECT_EQ(text_of("even: macro\n \\\\even\n dc.b 1\n endm\n nop\n even\n"), "9d 00 01");
 }

@@ -74,6 +74,12 @@ TEST(Conditionals, ReportTheirMistakes)
         EXPECT_EQ(errors_of(c.source, {"-dif"}), c.errors) << c.source;
 }
 
+TEST(Conditionals, LeftOpenAreListedAtTheEnd)
+{
+    EXPECT_EQ(assemble(" if 1\n nop\n", {"-l", "-b"}).listing,
+              "   2  0000 9d             nop\n******** ERROR:  unclosed if  ********\n");
+}
+
 TEST(Conditionals, ReachAcrossMacros)
 {
     EXPECT_EQ(text_of("open: macro\n if \\1\n endm\nclose: macro\n endif\n endm\n"

@@ -95,6 +95,11 @@ TEST(Spans, ShowLinesOfAnotherFileAsComments)
                                "   2  0000 9d             nop\n   5  " + column +
                                "; 2 two\n   6  " + column + "; 11 " + std::string(501, 'x') +
                                "\n   6  " + column + "; 12 last\n");
+    // The range that was asked for last is shown once, whatever the file.
+    EXPECT_EQ(assemble(" .source \"a.c:1\"\n .source \"b.c:1\"\n .source \"b.c:2\"\n", {"-l"},
+                       {{"a.c", "a\n"}, {"b.c", "b\nbb\n"}})
+                  .listing,
+              "   1  " + column + "; 1 a\n   3  " + column + "; 2 bb\n");
     // A seventh digit gives way to the blank, and the text is lost with its line end.
     EXPECT_EQ(assemble(" .source \"a.c:100000\"\n .source \"a.c:1000000\"\n nop\n", {"-l"},
                        {{"a.c", std::string(999999, '\n') + "text\n"}})

@@ -110,6 +110,9 @@ TEST(MacroDefinition, StoresEveryStatementUpToItsEnd)
     // Inner definitions are stored whole, and made when the outer macro runs.
     expect_same("o: macro\ni\\1: macro \\x\n dc.b \\1\\x\n endm\n endm\n o 5\n o 6\n i6 7\n i5 8\n",
                 " dc.b 67,58\n");
+    // The end of a body is seen behind every label that arguments may make up.
+    for (const char *label : {"l\\@", "x\\(y)z", "1\\2$", "1\\#$", "\\1_"})
+        expect_same("m: macro\n dc.b 1 ; \\\n" + std::string(label) + ": endm\n m\n", " dc.b 1\n");
     expect_same("m: macro\n endr\n repeatl \\1,b\n dc.b '\\1'\n endr\n endm\n m a\n endm\n",
                 " dc.b 'aa'\n");
     struct Case {

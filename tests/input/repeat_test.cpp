@@ -44,6 +44,12 @@ TEST(Repeat, WithoutLinesDoesNothing)
         EXPECT_EQ(text_of(head + "\n; nothing\n\n endr\n dc.b 1\n"), "01") << head;
 }
 
+TEST(Repeat, TakesMinusOneForAnEmptyList)
+{
+    EXPECT_EQ(text_of(" repeat -1\n endr\n dc.b 1\n repeatl \\x ,2,3\n dc.b \\x\n endr\n"),
+              "01 02 03");
+}
+
 TEST(Repeat, LeavesAnEmptyListBehindForMacros)
 {
     // Behind an empty list the definition takes in the rest of the file, from the next pass on.
@@ -95,6 +101,12 @@ TEST(Repeat, IsListedAsItRuns)
         "   7                      endm\n";
     EXPECT_EQ(assemble(macros + " m\n n\n", {"-l"}).listing,
               head + "   8                      m\n   9                      n\n");
+    // A backslash at the end of a line brings the line end in once more.
+    EXPECT_EQ(assemble(" mlist on\nb: macro\n nop ; \\\n endm\n b\n ret\n", {"-l"}).listing,
+              "   2                     b: macro\n   3                      nop ; \\\n   4         "
+              "             endm\n"
+              "   5                      b\n   5  0000 9d             nop ; \\\n\n"
+              "   6  0001 81             ret\n");
     EXPECT_EQ(assemble(macros + " repeat 1\n endr\n n\n", {"-l"}).listing,
               head + "  10                      n\n  10  0000 9d             nop\n");
 }

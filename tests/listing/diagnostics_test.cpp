@@ -64,6 +64,8 @@ TEST(Diagnostics, OutputsCountOnlyWhenBroken)
         {{"-ge", "+lno/x"}, "prog.s:1 can't create no/x\n", 0},
         {{"+vno/x"}, "#error nvasm8 prog.s:0 can't create no/x\n", 0},
         {{"-o/dev/full"}, "#error nvasm8 prog.s:0 can't write /dev/full\n", 1},
+        {{"+eno/x"}, "can't create no/x", 1},
+        {{"+e/dev/full", "-p"}, "", 0},
     };
     for (const auto &[options, error, status] : cases) {
         const auto run = assemble(" nop\n", options);

@@ -130,6 +130,19 @@ TEST(DebugTable, SymbolsWithTheirTypes)
               "0084 long .text+0x1\n");
 }
 
+TEST(DebugTable, TypesGoByTheSizeOfTheData)
+{
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"ds.b 1", "0a 00 00 00"}, {"ds.b 2", "11 00 00 00"},   {"ds.b 3", "0a 00 00 c0"},
+        {"ds.l 1", "21 00 00 00"}, {"dc.b 1,2", "11 00 00 00"},
+    };
+    for (const auto &[data, type] : cases) {
+        // Behind the prologue and the pointer to the table: name, value, type.
+        const std::string table = section_of(".debug", " dc.w n\nn: " + data + "\n", {"-xx"});
+        EXPECT_EQ(table.substr(3 * (0x2c + 4 + 8), 11), type) << data;
+    }
+}
+
 TEST(TextSections, HoldTheTextsOfOnePass)
 {
     // The branch takes several passes.

@@ -43,6 +43,10 @@ TEST(SectionDirectives, NumbersOfTheOldSyntax)
                                " dc.b 1\n section 1\n dc.b 2\ns1: section 1\n dc.b 3\n";
     EXPECT_EQ(section_of("s1", source, {"-m"}), "9d 02 03");
     EXPECT_EQ(section_of("s2", source, {"-m", "-f", "7"}), "9d 07");
+    // Numbers and what is saved end with their source file.
+    const auto next = run_program({"-m", "a.s", "prog.s"}, {{"a.s", " save\n" + source},
+                                                            {"prog.s", " restore\n section 1\n"}});
+    EXPECT_EQ(next.err, told("1 = missing save directive | 2 = section number not assigned"));
     EXPECT_EQ(errors_of("s1: section 1\ns3: section 1\ns4: section 255\ns5: section 256\n"
                         "s6: section 3,4\n section 7\n section 1,code\n",
                         {"-m"}),

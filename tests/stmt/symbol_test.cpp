@@ -105,6 +105,11 @@ TEST(SymbolDirectives, ExternalsAndLocals)
     EXPECT_EQ(errors_of("1$: nop\n local\n jra 1$\n"), told("3 = symbol 1$ not defined"));
 }
 
+TEST(SymbolDirectives, ADefinitionNeedsAName)
+{
+    EXPECT_EQ(errors_of("#define 5\n"), told("1 = missing label | 1 = missing label"));
+}
+
 TEST(SymbolDirectives, DefinitionsOfTheCommandLineAreTakenWithoutAWord)
 {
     EXPECT_EQ(text_of(" dc.b V1,V2,V3,V4,V5,__NVRN__\n ld a,(3,sp)\n",

@@ -68,7 +68,7 @@ TEST(CommandLine, OptionsShareWordsAndTakeTheirValues)
 TEST(CommandLine, WildcardsGiveNamesInLowerCase)
 {
     const auto run =
-        run_program({"-v", "d/?.s", "none*", "--", "d/B.s*"},
+        run_program({"-v", "d/?.s", "none*", "--", "d/B*s*"},
                     {{"d/B.s", " nop\n"}, {"d/a.s", " nop\n"}, {"d/..s", ""}, {"d/bb.s", ""}});
     EXPECT_EQ(run.err, "d/b.s:\ncan't open d/b.s\nd/a.s:\n"
                        "#error nvasm8 d/a.s:1\tcan't open d/b.s\n"

@@ -109,6 +109,12 @@ static const char *const source_lines[] = {
     " jrne z\n",
     " btjt $50,#3,z\n",
     " ds.b 130\n",
+    " dcb.w 3,x\n",
+    " even\n",
+    " align 8,x\n",
+    " dc.w strlen(\"ab\"),high(z)\n",
+    " funa x,z,\"t\"\n",
+    "& %d\n",
     " section new,bss\n",
     "s: section new\n",
     " switch .data\n",
@@ -216,7 +222,7 @@ static void set_options(unsigned bits, bool may_list)
     }
     listing_enabled = may_list;
     listing_name_option = "/dev/null";
-    verilog_file_name = nullptr;
+    verilog_file_name = may_list && opt_absolute ? "/dev/null" : nullptr;
     output_file_name = "/dev/null";
     imply_settings();
     imply_listing();

@@ -104,19 +104,20 @@ TEST(Passes, GoOnUntilNothingMoves)
 
 TEST(Passes, MergeNewSectionsThatAreTooMany)
 {
+    // How many there are, and how many of them make one: each of the others leaves room for 247.
+    static const std::pair<size_t, size_t> cases[] = {{300, 2}, {493, 2}, {494, 3}, {600, 3}};
     std::string source;
-    for (int i = 0; i < 300; ++i)
-        source += ".text: section new\n dc.b " + std::to_string(i & 255) + "\n";
-    // 300 further ones leave room for 247: groups of two will do.
-    const auto run = assemble(source);
-    ASSERT_EQ(run.object.sections.size(), 151u) << run.err; // .info. is the second
-    EXPECT_EQ(run.object.sections[2].contents, (std::vector<uint8_t>{2, 3}));
-
-    for (int i = 300; i < 600; ++i)
-        source += ".text: section new\n dc.b " + std::to_string(i & 255) + "\n";
-    const auto more = assemble(source);
-    ASSERT_EQ(more.object.sections.size(), 201u) << more.err;
-    EXPECT_EQ(more.object.sections[2].contents, (std::vector<uint8_t>{3, 4, 5}));
+    for (const auto &[count, group] : cases) {
+        source.clear();
+        for (size_t i = 0; i < count; ++i)
+            source += ".text: section new\n dc.b " + std::to_string(i & 255) + "\n";
+        const auto run = assemble(source);
+        // .info. is the second
+        ASSERT_EQ(run.object.sections.size(), (count + group - 1) / group + 1) << run.err;
+        const std::vector<uint8_t> &third = run.object.sections[2].contents;
+        EXPECT_EQ(third.size(), group);
+        EXPECT_EQ(third[0], group);
+    }
 
     source.clear();
     for (int i = 0; i < 248; ++i)

@@ -54,7 +54,7 @@ dc.b high(high(l1)) | dc.b phigh(page(l1)) | dc.b phigh(3) | dc.w plow(3))"},
                            {"zero divide", "dc.b 1/0 | dc.b 1%0 | dc.b 0/(1-1)"},
                            {"syntax error", R"(
 dc.b (1 | dc.b 1+ | dc.b 1+*/ | dc.b strlen(l1) | dc.b strlen("a" | dc.b high(1 | dc.b 1+a
-dc.b ] | dc.b 1,)"},
+dc.b ] | dc.b 1, | dc.b {1})"},
                            {"missing string", "dc.b defined(3) | dc.b defined(a) | dc.b defined()"},
                            {"invalid base", "base 3 | base 0 | base 32"},
                            {"relocatable expression not allowed", "base l1"}});

@@ -143,4 +143,11 @@ TEST(CrossReference, NotesALineOnce)
                                "              21    22    23    24\n"),
               std::string::npos)
         << run.listing;
+    // A line of the later passes shifts the uses: each stands there as often as it has places.
+    const auto shifted = assemble(
+        " repeat late\n nop\n endr\n dc.b k\n nop\n dc.b k\nk: equ 2\nlate: equ 1\n", {"-c"});
+    EXPECT_NE(shifted.listing.find("\nk          00000002    Defined, Absolute\n"
+                                   "               7     4     6     5     7\n"),
+              std::string::npos)
+        << shifted.listing;
 }

@@ -46,7 +46,7 @@ TEST(Repeat, WithoutLinesDoesNothing)
 
 TEST(Repeat, TakesMinusOneForAnEmptyList)
 {
-    EXPECT_EQ(text_of(" repeat -1\n endr\n dc.b 1\n repeatl \\x ,2,3\n dc.b \\x\n endr\n"),
+    EXPECT_EQ(text_of(" repeat -1\n endr\n dc.b 1\n repeatl \\ x ,2,3\n dc.b \\x\n endr\n"),
               "01 02 03");
 }
 

@@ -42,6 +42,7 @@ TEST(VerilogFile, ConstantsOfFuna)
         {"L , 0 - 1", "L = 16'hffffffff;\n"},
         {".x$1+%11", ".x$1 = 16'h8003;\n"},
         {"L,*-end", "L = 16'hfffffffe;\n"},
+        {"L,end-*", "L = 16'h0002;\n"},
         {"", ""}, // "syntax error"
         {"5", ""},
         {std::string(250, 'n') + ",5", std::string(250, 'n') + " = 16"}, // cut at 255 characters

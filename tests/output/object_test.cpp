@@ -116,6 +116,16 @@ TEST(ObjectOutput, AliasesThatCannotBePublicAreToldOnce)
     EXPECT_EQ(errors_of("q: equ plow(5)\n", {"-p"}), told("1 = bad relocatable expression"));
 }
 
+TEST(ObjectOutput, AWeakNameNeedsRoomForItsMark)
+{
+    const auto source = [](size_t length) {
+        const std::string name(length, 'w');
+        return " wdef " + name + "\n" + name + ": nop\n";
+    };
+    EXPECT_EQ(errors_of(source(254)), "");
+    EXPECT_EQ(errors_of(source(255)), told("1 = bad symbol name: " + std::string(255, 'w')));
+}
+
 TEST(ObjectOutput, NumbersEndAt65535)
 {
     // Two sections and as many externals as there are numbers, all of them in relocations.

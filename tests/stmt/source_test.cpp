@@ -37,6 +37,8 @@ TEST(SourceDirectives, PositionsOfDiagnostics)
     EXPECT_EQ(errors_of(" .sfile \"d\\\\c.c\",10\n ds 0\n"),
               "#error nvasm8 d\\\\c.c:10\tillegal size\n");
     EXPECT_EQ(errors_of(" .sfile \"c.c\" 5\n"), told("1 = syntax error"));
+    EXPECT_EQ(errors_of("l: nop\n#line l \"f\"\n"),
+              "#error nvasm8 f:-1\trelocatable expression not allowed\n");
     // An undefined symbol is told at the position of its first use.
     EXPECT_EQ(errors_of(" #line 10 \"c.c\"\n dc.w nn\n .sfile\n dc.w nn\n"),
               "#error nvasm8 c.c:10\tsymbol nn not defined\n");

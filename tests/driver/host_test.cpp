@@ -71,6 +71,17 @@ TEST(Host, AnInterruptEndsTheRun)
     EXPECT_FALSE(run.files.contains("a.o"));
 }
 
+TEST(Host, AFileThatVanishesIsMissed)
+{
+    // In whichever pass it goes, the last one can't open it any more.
+    const std::string work = " repeat 60000\n repeat 60\n nop\n endr\n endr\n";
+    const auto run = run_shell("$NVASM8 a.s & sleep 0.1; rm i; wait $!",
+                               {{"a.s", work + " include \"i\"\nl: jp l\n"}, {"i", "k: nop\n"}});
+    EXPECT_TRUE(run.err.ends_with("#error nvasm8 a.s:6\tcan't open i\n")) << run.err;
+    EXPECT_EQ(run.status, 1);
+    EXPECT_FALSE(run.files.contains("a.o"));
+}
+
 TEST(Host, WhatCannotBeHeldEndsAtOnce)
 {
     for (const char *line : {" ds.b $7fffffff", " dcb.b $7fffffff,1", " dcb.l $7fffffff,1",

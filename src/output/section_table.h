@@ -3,9 +3,8 @@
 
 #include "output/byte_stream.h"
 #include "output/object_format.h"
+#include "target/branch_record.h"
 #include <cstdint>
-
-struct BranchChunk;
 
 // Bits of Section::flags; internal, not in the object file.
 constexpr uint16_t SEC_DEBUG = 0x0001;       // text for tools: listed only under dlist_flag
@@ -27,6 +26,8 @@ struct Section {
     uint32_t reloc_position; // offset up to which reloc_stream accounts for the section
     uint32_t base_address;   // 0 unless `org` set it in an absolute section; survives the passes
     BranchChunk *branch_chunks;
+    BranchChunk *last_branch_chunk; // the one being filled in this pass, or none
+    BranchIndex branch_index;
     ByteStream code_stream;
     ByteStream reloc_stream;
 };

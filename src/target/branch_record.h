@@ -8,13 +8,22 @@ struct Section;
 
 constexpr uint16_t BRANCH_CHUNK_ENTRIES = 20;
 
+struct BranchEntry {
+    uint32_t target;  // value that the jump goes to, whatever section or symbol it belongs to
+    uint32_t address; // where the jump stands
+};
+
 struct BranchChunk {
     BranchChunk *next;
     uint16_t count; // entries in use
-    struct {
-        uint32_t target;  // value that the jump goes to, whatever section or symbol it belongs to
-        uint32_t address; // where the jump stands
-    } entries[BRANCH_CHUNK_ENTRIES];
+    BranchEntry entries[BRANCH_CHUNK_ENTRIES];
+};
+
+// The entries by target: a hash table with open addressing.
+struct BranchIndex {
+    BranchEntry **slots;
+    uint32_t size;  // a power of two, or 0
+    uint32_t count; // entries in the table
 };
 
 // Notes a jump to `target` at the current location; the latest jump to a target wins.

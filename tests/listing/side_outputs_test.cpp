@@ -57,6 +57,13 @@ TEST(VerilogFile, ConstantsOfFuna)
     }
 }
 
+TEST(VerilogFile, TakesABadOperandForZero)
+{
+    const auto run = assemble(" funa L,(3)\n", {"+vver", "-b"});
+    EXPECT_EQ(run.err, "#error nvasm8 prog.s:1\tsyntax error\n");
+    EXPECT_EQ(run.files.at("ver"), "L = 16'h0000;\n");
+}
+
 TEST(VerilogFile, IsWrittenByThePassesThatList)
 {
     // Lines of macro bodies go there as they are recorded, nolist or not.

@@ -43,6 +43,8 @@ TEST(SectionDirectives, NumbersOfTheOldSyntax)
                                " dc.b 1\n section 1\n dc.b 2\ns1: section 1\n dc.b 3\n";
     EXPECT_EQ(section_of("s1", source, {"-m"}), "9d 02 03");
     EXPECT_EQ(section_of("s2", source, {"-m", "-f", "7"}), "9d 07");
+    EXPECT_EQ(errors_of("s1: section 1\ns1: section 2\n", {"-m"}),
+              told("2 = symbol s1 multiply defined"));
     // Numbers and what is saved end with their source file.
     const auto next = run_program({"-m", "a.s", "prog.s"}, {{"a.s", " save\n" + source},
                                                             {"prog.s", " restore\n section 1\n"}});

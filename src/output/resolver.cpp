@@ -127,25 +127,29 @@ void resolve_symbols()
 }
 
 // A `switch` that stands ahead of the `section` it names is passed over in the sizing pass, so that
-// a section may get its first byte or label only when the numbers have been given.
-static bool is_late(const Section *section)
+// a section may get its first byte or label only when the numbers have been given. A label alone is
+// told if nothing else is wrong: it may be where it is by another mistake.
+static bool is_late(const Section *section, bool clean)
 {
-    return (section->flags & (SEC_USED | SEC_LATE_LABEL)) && (section->flags & SEC_NUMBERED) == 0;
+    const uint16_t signs = clean ? SEC_USED | SEC_LATE_LABEL : SEC_USED;
+    return (section->flags & signs) && (section->flags & SEC_NUMBERED) == 0;
 }
 
 // An equate of a weak definition takes a section number in the sizing pass and becomes an alias
-// again in the next: a public one then has a number but no record. What became an alias by a second
-// definition has been told already.
-static bool is_numbered_alias(const Symbol *symbol)
+// again in the next: a public one then has a number but no record. Others that do so are told if
+// nothing else is wrong.
+static bool is_numbered_alias(const Symbol *symbol, bool clean)
 {
-    return symbol->object_index != 0 && (symbol->flags & SYM_ALIAS) &&
-           symbol->def_line != LINE_MULTIPLY_DEFINED;
+    if (symbol->object_index == 0 || (symbol->flags & SYM_ALIAS) == 0 ||
+        symbol->def_line == LINE_MULTIPLY_DEFINED)
+        return false;
+    return clean || (symbol->link != nullptr && (symbol->link->flags & SYM_WEAK));
 }
 
-static void report_late_sections()
+static void report_late_sections(bool clean)
 {
     for (const Section *section = section_list; section != nullptr; section = section->next) {
-        if (!is_late(section))
+        if (!is_late(section, clean))
             continue;
         record_error("section %.*s used before its definition", section->name_length,
                      section->section_name);
@@ -154,10 +158,10 @@ static void report_late_sections()
     }
 }
 
-static void report_numbered_aliases()
+static void report_numbered_aliases(bool clean)
 {
     for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
-        if (is_numbered_alias(symbol))
+        if (is_numbered_alias(symbol, clean))
             report_public_alias(symbol);
     }
 }
@@ -176,7 +180,9 @@ static void report_long_weak_names()
 
 void report_broken_numbering()
 {
-    report_late_sections();
-    report_numbered_aliases();
-    report_long_weak_names();
+    const bool clean = error_count == 0;
+    report_late_sections(clean);
+    report_numbered_aliases(clean);
+    if (clean)
+        report_long_weak_names();
 }

@@ -105,6 +105,9 @@ TEST(ObjectOutput, ALabelInASectionThatComesTooLate)
               told("5 = section foo used before its definition"));
     EXPECT_EQ(errors_of(" switch foo\nlab:\n xdef lab\n switch .text\n nop\nfoo: section\n"),
               told("6 = section foo used before its definition"));
+    // Where something else is wrong, only bytes are told.
+    EXPECT_EQ(errors_of(" switch foo\nlab:\n xdef lab\n switch .text\n fail \"f\"\nfoo: section\n"),
+              told("5 = f"));
     // A label that -p alone makes public keeps no section.
     EXPECT_EQ(errors_of(" switch .data\nlab: switch .text\n nop\n", {"-p"}), "");
 }

@@ -140,8 +140,7 @@ static bool is_late(const Section *section, bool clean)
 // nothing else is wrong.
 static bool is_numbered_alias(const Symbol *symbol, bool clean)
 {
-    if (symbol->object_index == 0 || (symbol->flags & SYM_ALIAS) == 0 ||
-        symbol->def_line == LINE_MULTIPLY_DEFINED)
+    if (symbol->object_index == 0 || (symbol->flags & SYM_ALIAS) == 0)
         return false;
     return clean || (symbol->link != nullptr && (symbol->link->flags & SYM_WEAK));
 }

@@ -123,4 +123,10 @@ TEST(Passes, MergeNewSectionsThatAreTooMany)
     for (int i = 0; i < 248; ++i)
         source += "s" + std::to_string(i) + ": section\n nop\n";
     EXPECT_EQ(errors_of(source), "#error nvasm8 prog.s:496\ttoo many sections\n");
+    // A label can't tell that it lies in a section above 255.
+    for (int i = 248; i < 300; ++i)
+        source += "s" + std::to_string(i) + ": section\n nop\n";
+    EXPECT_EQ(errors_of(source + "l: jra l\n"),
+              "#error nvasm8 prog.s:601\ttoo many sections\n"
+              "#error nvasm8 prog.s:601\tbad relocatable expression\n");
 }

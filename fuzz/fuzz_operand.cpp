@@ -2,10 +2,9 @@
 // without files. An input is lines of text; each is read as an operand, as an expression and as the
 // operands of the instruction that its first byte selects, in three passes over symbols of every
 // kind. Every line lies in a block of its own size, so that reading past its end is seen.
-//
-// The assembler ends its process on operands nested too deeply; here that ends the input.
 
-#include "driver/memory.h"
+#include "input_end.h"
+
 #include "driver/passes.h"
 #include "driver/settings.h"
 #include "expr/evaluator.h"
@@ -21,7 +20,6 @@
 #include "target/instruction_table.h"
 #include "target/operand.h"
 #include <algorithm>
-#include <csetjmp>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -29,19 +27,7 @@
 #include <string_view>
 #include <vector>
 
-constexpr size_t MEMORY_MAX = size_t{12} << 20;
 constexpr int PASSES = 3;
-
-static std::jmp_buf input_end;
-static bool in_input;
-
-extern "C" void __real_exit(int status);
-extern "C" void __wrap_exit(int status)
-{
-    if (in_input)
-        std::longjmp(input_end, 1);
-    __real_exit(status);
-}
 
 // Symbols of every kind that an operand can name.
 static const char *const definitions[] = {
@@ -146,12 +132,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     error_count = 0;
     reset_symbols();
     init_sections();
-    in_input = true;
-    held_bytes_max = held_bytes + MEMORY_MAX;
+    start_input();
     if (setjmp(input_end) == 0)
         run_passes(lines);
-    in_input = false;
-    held_bytes_max = SIZE_MAX;
+    stop_input();
     flush_error(nullptr);
     return 0;
 }

@@ -2,12 +2,12 @@
 // behind bytes of value 1, the include files "b" and "c". Half of the mutations insert, drop,
 // repeat or move lines, so that macros, repeats, conditionals and includes meet in every order.
 //
-// The assembler ends its process on exhausted memory; here that ends the input. All state that
-// outlives a source file is set back between inputs.
+// All state that outlives a source file is set back between inputs.
+
+#include "input_end.h"
 
 #include "driver/debug_prologue.h"
 #include "driver/file_names.h"
-#include "driver/memory.h"
 #include "driver/passes.h"
 #include "driver/settings.h"
 #include "expr/evaluator.h"
@@ -22,7 +22,6 @@
 #include "stmt/keywords.h"
 #include "stmt/symbol_directives.h"
 #include <algorithm>
-#include <csetjmp>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -32,24 +31,13 @@
 #include <unistd.h>
 #include <vector>
 
-constexpr size_t MEMORY_MAX = size_t{12} << 20;
 constexpr int LINES_MAX = 3000;
 constexpr int INPUTS_PER_VOCABULARY = 4000;
 constexpr char FILE_SEPARATOR = '\x01';
 
-static std::jmp_buf input_end;
-static bool in_input;
 static int lines_left;
 // Whether the input stack holds lines, as far as the last call of next_line told.
 static bool lines_pending;
-
-extern "C" void __real_exit(int status);
-extern "C" void __wrap_exit(int status)
-{
-    if (in_input)
-        std::longjmp(input_end, 1);
-    __real_exit(status);
-}
 
 extern "C" const char *__real__Z9next_linev();
 extern "C" const char *__wrap__Z9next_linev()
@@ -240,9 +228,8 @@ static void set_options(unsigned bits, bool may_list)
 // Takes the state apart that an input has left in the middle of a pass.
 static void clean_up()
 {
-    in_input = false;
+    stop_input();
     lines_left = 1 << 30;
-    held_bytes_max = SIZE_MAX;
     const auto end_expansion = [](Expansion *expansion) {
         expansion->position = nullptr;
         expansion->repeats_left = 1;
@@ -286,8 +273,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         debug_lines = 0;
     source_file_name = "a.s";
     lines_left = LINES_MAX;
-    in_input = true;
-    held_bytes_max = held_bytes + MEMORY_MAX;
+    start_input();
     pass_number = 0;
     if (setjmp(input_end) == 0) {
         define_from_text("__NVRN__");

@@ -66,13 +66,10 @@ TEST(Includes, EndWhenTheyIncludeThemselves)
     const auto run = assemble(" include \"prog.s\"\n include \"prog.s\"\n dc.b 1\n");
     EXPECT_TRUE(run.err.starts_with(error_at("prog.s:1", "can't open prog.s")));
     // When the main source goes on there are files to open again.
-    EXPECT_EQ(assemble(" include \"r\"\n include \"i\"\n dc.b 1\n", {},
-                       {{"r", " include \"r\"\n include \"r\"\n"}, {"i", " fail \"i\"\n"}})
-                  .err.substr(0, 50),
-              (error_at("r:1", "can't open r") + error_at("r:2", "can't open r")).substr(0, 50));
-    EXPECT_TRUE(assemble(" include \"r\"\n include \"i\"\n dc.b 1\n", {},
-                         {{"r", " include \"r\"\n"}, {"i", " fail \"i\"\n"}})
-                    .err.ends_with(error_at("i:1", "i")));
+    const auto next = assemble(" include \"r\"\n include \"i\"\n", {},
+                               {{"r", " include \"r\"\n include \"r\"\n"}, {"i", " fail \"i\"\n"}});
+    EXPECT_TRUE(next.err.starts_with(error_at("r:1", "can't open r")));
+    EXPECT_TRUE(next.err.ends_with(error_at("i:1", "i")));
 }
 
 TEST(EndDirective, ClosesTheInnermostFile)

@@ -79,9 +79,10 @@ void skip_line()
 // The notation of macro arguments within a name: a backslash and what may follow it.
 static bool is_argument_notation(const char *text)
 {
+    if (text[0] != '\\' || text[1] == '\0')
+        return false;
     const char c = text[1];
-    return text[0] == '\\' && c != '\0' &&
-           (std::strchr("@\\(#", c) != nullptr || is_letter(c) || is_digit(c));
+    return std::strchr("@\\(#", c) != nullptr || is_letter(c) || is_digit(c);
 }
 
 // A local label: digits, then "$". In mode 1 argument notation may stand among the digits.

@@ -18,6 +18,9 @@ TEST(SourceLines, AreSplitAt511Characters)
                   error_at(position, "fail 1"));
     // What is left of a long line is a line of its own.
     EXPECT_EQ(text_of(";" + std::string(510, 'x') + " dc.b 1\n"), "01");
+    // Names that fill the line, where macro arguments may stand in them.
+    const std::string name = std::string(511, 'n') + "\n";
+    EXPECT_EQ(text_of("m: macro\n" + name + " endm\n if 0\n" + name + " endif\n dc.b 1\n"), "01");
     // A carriage return ends a line only with the newline behind it.
     EXPECT_EQ(text_of(" dc.b 'a\rb\r'\r\n"), "61 0d 62 0d");
 }

@@ -118,7 +118,7 @@ static void run_passes(const std::vector<std::vector<char>> &lines)
             read_operands(line);
         process_statement("later: nop\n");
         if (pass_number == 0)
-            resolve_symbols();
+            resolve_symbols(true);
     }
 }
 

@@ -9,10 +9,13 @@
 
 size_t held_bytes;
 size_t held_bytes_max = size_t{2} << 30;
+void (*exhaustion_hook)();
 constexpr size_t HEAD_SIZE = alignof(std::max_align_t);
 
 void out_of_memory()
 {
+    if (exhaustion_hook != nullptr)
+        exhaustion_hook();
     std::fputs("no memory\n", stderr);
     end_process(1);
 }

@@ -17,6 +17,9 @@ extern size_t held_bytes_max;
 // ends the process with status 1.
 void *xalloc(size_t size, void *first_word);
 
+// Called ahead of "no memory", if set: by who holds text back that the user is to see.
+extern void (*exhaustion_hook)();
+
 // Ends the process as exhausted memory does.
 [[noreturn]] void out_of_memory();
 

@@ -27,5 +27,18 @@ int32_t assemble_source_file();
 // error was counted behind pass 1 it doesn't, so that a source with errors comes to an end.
 bool values_must_settle();
 
+// Whether a use that saw another symbol than there is now asks for a further pass, be the value the
+// same. A source with errors has no object that this could make wrong.
+bool uses_must_settle();
+
+// Notes what chooses the text that a pass assembles: the outcome of a condition, a number of runs.
+void note_text_decision(uint32_t decision);
+
+// Notes that this pass puts a symbol elsewhere than the pass before did, in another section.
+void note_unlike_passes();
+
+// Set when the source file at hand has been sized before.
+extern bool sizing_repeated;
+
 // Marks this pass as void: a value moved. What is left of it isn't listed.
 void request_another_pass();

@@ -299,9 +299,15 @@ static uint8_t symbol_reloc(const Symbol *symbol)
     return symbol->attrs & ATTR_LONG ? RELOC_LONG : RELOC_NORMAL;
 }
 
-static void note_reference(Symbol *symbol)
+static void note_use(Symbol *symbol)
 {
     symbol->attrs |= ATTR_REFERENCED;
+    symbol->used_in = static_cast<uint32_t>(pass_number);
+}
+
+static void note_reference(Symbol *symbol)
+{
+    note_use(symbol);
     if (symbol->ref_line == 0) {
         const SourcePosition position = source_position();
         symbol->ref_line = position.line;
@@ -324,8 +330,7 @@ static void symbol_value(ExprValue *out, Symbol *symbol)
         out->section_number = 0;
     }
     out->reloc = symbol_reloc(symbol);
-    const bool names_other = (symbol->flags & SYM_ALIAS) && (symbol->flags & SYM_BIT) == 0;
-    out->symbol = names_other ? symbol->link : symbol;
+    out->symbol = follow_alias(symbol);
 }
 
 static uint32_t string_length()
@@ -463,7 +468,7 @@ uint32_t parse_simple_value()
     case TOK_NUMBER:
         return token_number;
     case TOK_SYMBOL:
-        token_symbol->attrs |= ATTR_REFERENCED;
+        note_use(token_symbol);
         return token_symbol->value;
     case TOK_STAR:
         return current_location();

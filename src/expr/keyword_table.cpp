@@ -76,9 +76,40 @@ void shadow_keyword(Keyword *keyword)
     keyword->next = shadow;
 }
 
+bool is_directive_stem(const Keyword *keyword)
+{
+    if ((keyword->flags & KW_MACRO) && keyword->argument != 0)
+        keyword = keyword->next;
+    return (keyword->flags & KW_DIRECTIVE) != 0;
+}
+
 bool has_action(const Keyword *keyword, DirectiveAction action)
 {
     return (keyword->flags & (KW_INSTRUCTION | KW_MACRO)) == 0 && keyword->action == action;
+}
+
+// The shadow's action or rows go back to the keyword.
+static void undo_macro(Keyword *keyword)
+{
+    Keyword *shadow = keyword->next;
+    free_body(keyword->body);
+    if (shadow->flags & KW_INSTRUCTION)
+        keyword->opcodes = shadow->opcodes;
+    else
+        keyword->action = shadow->action;
+    keyword->argument = shadow->argument;
+    keyword->flags = shadow->flags;
+    keyword->next = xfree(shadow, shadow->next);
+}
+
+void undo_macros()
+{
+    for (Keyword *keyword : keyword_buckets) {
+        for (; keyword != nullptr; keyword = keyword->next) {
+            if ((keyword->flags & KW_MACRO) && keyword->argument != 0)
+                undo_macro(keyword);
+        }
+    }
 }
 
 void forget_macros()

@@ -48,8 +48,14 @@ Keyword *find_keyword(const char *name, uint32_t length);
 // Inserts a copy of the keyword right behind it, so that the keyword itself can become a macro.
 void shadow_keyword(Keyword *keyword);
 
+// Whether the keyword is a directive, or a macro over one: a word "stem.x" is then looked up whole.
+bool is_directive_stem(const Keyword *keyword);
+
 // Whether the keyword is the directive with this action.
 bool has_action(const Keyword *keyword, DirectiveAction action);
+
+// Gives the keywords that macros have overridden their meaning back.
+void undo_macros();
 
 // Drops all macros at the end of a source file.
 void forget_macros();

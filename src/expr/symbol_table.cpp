@@ -7,6 +7,7 @@
 
 #include "driver/memory.h"
 #include "driver/number.h"
+#include "driver/passes.h"
 #include "expr/cross_reference.h"
 #include "expr/keyword_table.h"
 #include "input/input_stack.h"
@@ -148,10 +149,19 @@ Symbol *find_symbol(const char *name, uint32_t length)
 
 bool is_defined_above(Symbol *symbol)
 {
+    symbol->used_in = static_cast<uint32_t>(pass_number);
     if (symbol->attrs & ATTR_DEFINED)
         return symbol->def_ordinal < line_ordinal;
     symbol->flags |= SYM_TESTED;
     return false;
+}
+
+Symbol *follow_alias(Symbol *symbol)
+{
+    // A link is set to the end of a chain that isn't the symbol itself: there are no circles.
+    while (symbol != nullptr && (symbol->flags & SYM_ALIAS) && (symbol->flags & SYM_BIT) == 0)
+        symbol = symbol->link;
+    return symbol;
 }
 
 static void keep_symbol(const Symbol *old)

@@ -11,12 +11,14 @@ constexpr uint16_t SYM_PREDEFINED = 0x0001; // made by -d or the assembler; outl
 constexpr uint16_t SYM_SET = 0x0002;        // made by `set`: may be assigned again
 constexpr uint16_t SYM_REGISTER = 0x0004;   // a register; `value` is its number
 constexpr uint16_t SYM_TESTED = 0x0008;     // asked about by `defined` or `ifdef` while undefined
-constexpr uint16_t SYM_ALIAS = 0x0010;      // an equate of a symbol that has no number yet: `link`
+constexpr uint16_t SYM_ALIAS = 0x0010;      // an equate of what no section holds: goes by `link`
 constexpr uint16_t SYM_IN_DEBUG = 0x0040;   // a label of a debug section
 constexpr uint16_t SYM_LOCAL = 0x0080;      // the name begins with a digit
 constexpr uint16_t SYM_BIT = 0x0100;        // an equate with a bit number
 constexpr uint16_t SYM_LITERAL = 0x0200;    // made by `lit`: the lexer reads `literal` in its place
 constexpr uint16_t SYM_WEAK = 0x0400;       // declared by `wdef`
+constexpr uint16_t SYM_REPORTED = 0x0800;   // reported as undefined
+constexpr uint16_t SYM_KEPT = 0x1000;       // gets a record, as a later pass was seen to need it
 
 // The section attributes that a label takes over from its section.
 constexpr uint8_t ATTR_FROM_SECTION = ATTR_ZPAGE | ATTR_BIT | ATTR_LONG | ATTR_CODE;
@@ -30,7 +32,7 @@ struct Symbol {
     Symbol *index_next; // of the table's own index, with the hash of the name
     uint32_t index_hash;
     union {
-        Symbol *link;  // with SYM_ALIAS: the symbol that this one stands for
+        Symbol *link;  // of an equate: the symbol that its value rests on, or null
         char *literal; // with SYM_LITERAL: the owned text
     };
     XrefList xref;           // the lines that use the symbol
@@ -40,12 +42,14 @@ struct Symbol {
     uint32_t data_size;      // bytes of data behind the label, for debug information
     uint32_t def_line;       // 0 while undefined; the scope's number for a local label
     uint32_t ref_line;       // line of the first reference, 0 while there is none
-    uint32_t value;          // a bit symbol holds byte address times 8 plus bit number
-    uint16_t flags;          // SYM_ bits
-    uint8_t attrs;           // ATTR_ bits
-    uint8_t section_number;  // 0 for none
-    uint8_t name_length;     // modulo 256
-    const char *name;        // `name_length` bytes without end mark, inside the record
+    uint32_t defined_in;     // pass_number of the last definition and of the last use
+    uint32_t used_in;
+    uint32_t value;         // a bit symbol holds byte address times 8 plus bit number
+    uint16_t flags;         // SYM_ bits
+    uint8_t attrs;          // ATTR_ bits
+    uint8_t section_number; // 0 for none
+    uint8_t name_length;    // modulo 256
+    const char *name;       // `name_length` bytes without end mark, inside the record
 };
 
 // Head of the one list of all symbols. Its order is that of the symbols in the object file: the
@@ -65,6 +69,11 @@ Symbol *find_symbol(const char *name, uint32_t length);
 // Whether the symbol is defined on a line above the current one. Marks an undefined symbol as
 // tested. The answer is the same in every pass, though a later pass knows every definition.
 bool is_defined_above(Symbol *symbol);
+
+// What a symbol stands for in the end: follows SYM_ALIAS from link to link, as far as the next bit
+// symbol, whose value is no address. Gives the symbol itself if it is no alias or a bit symbol, and
+// null for an alias of nothing, which comes of an error.
+Symbol *follow_alias(Symbol *symbol);
 
 // Between two source files: keeps registers and predefined symbols, with what their attributes have
 // gathered, and drops everything else, all macros too.

@@ -4,6 +4,7 @@
 #include "input/conditional.h"
 
 #include "driver/memory.h"
+#include "driver/passes.h"
 #include "expr/evaluator.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
@@ -115,8 +116,10 @@ void if_directive(Keyword *keyword, const char *, uint32_t)
     frame->number = ++frame_counter;
     frame->skipped = skipped;
     cond_stack = frame;
-    if (!skipped)
-        frame->taken = read_condition(keyword->argument);
+    if (skipped)
+        return;
+    frame->taken = read_condition(keyword->argument);
+    note_text_decision(frame->taken);
 }
 
 void else_directive(Keyword *, const char *, uint32_t)

@@ -42,6 +42,15 @@ void free_retired_bodies();
 bool is_recording_body();
 void stop_recording();
 
+// What the recorder carries over from pass to pass.
+struct RecordingState {
+    int32_t repeat_code;
+    int32_t macro_nesting;
+    int32_t repeat_nesting;
+};
+RecordingState recording_state();
+void restore_recording_state(const RecordingState &state);
+
 // Takes a line while a body is recorded. `keyword` is that of its word, or none.
 void record_body_line(Keyword *keyword, const char *line);
 

@@ -23,12 +23,16 @@ static BodyLine **body_tail;
 // The lines of the repeat being recorded.
 static BodyLine *repeat_body;
 
-// 0 while no repeat is recorded, LIST_FORM for a list, else the count times 2, plus 1, so that a
-// count of 0 isn't 0. No pass resets it: an empty list leaves LIST_FORM behind until the next
-// repeat, and meanwhile a macro definition doesn't see its end, and in a later pass stores a new
-// body over the one that stands.
+// repeat_code is 0 while no repeat is recorded, LIST_FORM for a list, else the count times 2, plus
+// 1, so that a count of 0 isn't 0. No pass resets it: an empty list leaves LIST_FORM behind until
+// the next repeat, and meanwhile a macro definition doesn't see its end, and in a later pass stores
+// a new body over the one that stands.
+//
+// The nestings count the inner definitions that are open in the body being recorded. Nothing but
+// their ends counts them down: what the end of the file leaves open is still open for the bodies of
+// the next pass.
 constexpr int32_t LIST_FORM = -1;
-static int32_t repeat_code;
+static RecordingState recording;
 
 // Where a later pass records for a name that is no macro by then.
 static BodyLine *discarded_body;
@@ -40,11 +44,6 @@ struct RetiredBody {
     BodyLine *body;
 };
 static RetiredBody *retired_bodies;
-
-// Inner definitions that are open in the body being recorded. Nothing but their ends counts them
-// down: what the end of the file leaves open is still open for the bodies of the next pass.
-static int32_t macro_nesting;
-static int32_t repeat_nesting;
 
 BodyLine *new_body_line(const char *text, size_t length)
 {
@@ -58,6 +57,16 @@ void free_body(BodyLine *body)
 {
     while (body != nullptr)
         body = xfree(body, body->next);
+}
+
+RecordingState recording_state()
+{
+    return recording;
+}
+
+void restore_recording_state(const RecordingState &state)
+{
+    recording = state;
 }
 
 bool is_recording_body()
@@ -197,10 +206,10 @@ void repeat_directive(Keyword *keyword, const char *, uint32_t)
         parse_expression(&count);
         if (count.reloc != RELOC_ABSOLUTE)
             record_error(MSG_BAD_RELOCATABLE);
-        repeat_code = static_cast<int32_t>(count.value * 2 + 1);
+        recording.repeat_code = static_cast<int32_t>(count.value * 2 + 1);
         return;
     }
-    repeat_code = LIST_FORM;
+    recording.repeat_code = LIST_FORM;
     skip_blanks();
     const char *list = *line_cursor == '\\' ? read_list_parameter() : line_cursor;
     BodyLine *line = new_body_line(list, std::strlen(list));
@@ -246,10 +255,11 @@ static Expansion *start_count(BodyLine *body, uint16_t count)
 // At the end of a repeat: its expansion, or none if there is nothing to run.
 static Expansion *start_repeat(BodyLine **body)
 {
-    if (repeat_code == LIST_FORM)
+    if (recording.repeat_code == LIST_FORM)
         return start_list(body);
-    const int32_t count = repeat_code >> 1;
-    repeat_code = 0;
+    const int32_t count = recording.repeat_code >> 1;
+    note_text_decision(static_cast<uint32_t>(count));
+    recording.repeat_code = 0;
     return count != 0 ? start_count(*body, static_cast<uint16_t>(count)) : nullptr;
 }
 
@@ -264,7 +274,7 @@ static void run_repeat()
         free_body(body);
         return;
     }
-    repeat_code = 0;
+    recording.repeat_code = 0;
     expansion->repeat_body = body;
     expansion->suffix = '\0';
     // A repeat of the source file proper is listed line by line.
@@ -276,7 +286,7 @@ static void run_repeat()
 
 static void keep_line(const char *line)
 {
-    const bool in_repeat = repeat_code != 0;
+    const bool in_repeat = recording.repeat_code != 0;
     if (pass_number == 0 || in_repeat)
         store_line(new_body_line(line, std::strlen(line)));
     // The lines of a repeat are listed when they run, those of a macro where they stand.
@@ -293,30 +303,30 @@ static bool ends_body(const Keyword *keyword, char letter)
 
 void record_body_line(Keyword *keyword, const char *line)
 {
-    const bool in_repeat = repeat_code != 0;
+    const bool in_repeat = recording.repeat_code != 0;
     if (keyword != nullptr) {
         if (has_action(keyword, macro_directive)) {
             if (in_repeat)
                 record_error("misplaced macro directive", 0, nullptr);
             else
-                ++macro_nesting;
+                ++recording.macro_nesting;
         } else if (has_action(keyword, repeat_directive)) {
             if (in_repeat)
-                ++repeat_nesting;
+                ++recording.repeat_nesting;
         } else if (has_action(keyword, line_directive)) {
             return;
         } else if (in_repeat && ends_body(keyword, 'r')) {
-            if (repeat_nesting == 0) {
+            if (recording.repeat_nesting == 0) {
                 run_repeat();
                 return;
             }
-            --repeat_nesting;
+            --recording.repeat_nesting;
         } else if (!in_repeat && ends_body(keyword, 'm')) {
-            if (macro_nesting == 0) {
+            if (recording.macro_nesting == 0) {
                 stop_recording();
                 return;
             }
-            --macro_nesting;
+            --recording.macro_nesting;
         }
     }
     keep_line(line);

@@ -6,6 +6,7 @@
 
 #include "driver/file_names.h"
 #include "driver/host.h"
+#include "driver/memory.h"
 #include "driver/passes.h"
 #include "driver/settings.h"
 #include "expr/lexer.h"
@@ -63,6 +64,9 @@ struct PendingError {
 };
 static PendingError pending_error;
 
+static bool messages_held;
+static std::string held_messages;
+
 SourcePosition source_position()
 {
     if (line_directive_file != nullptr)
@@ -119,29 +123,72 @@ bool error_pending()
     return pending_error.message != nullptr;
 }
 
-static void print_message(std::FILE *stream, const char *message, uint32_t length, const char *text)
+// The text of a message.
+static std::string format_message(const char *message, uint32_t length, const char *text)
 {
-    if (takes_length(message))
-        std::fprintf(stream, message, static_cast<int>(length), text);
-    else
-        std::fprintf(stream, message, text);
+    char buffer[1024];
+    const bool counted = takes_length(message);
+    const auto format = [&](char *room, size_t size) {
+        return counted ? std::snprintf(room, size, message, static_cast<int>(length), text)
+                       : std::snprintf(room, size, message, text);
+    };
+    const auto needed = static_cast<size_t>(format(buffer, sizeof buffer));
+    if (needed < sizeof buffer)
+        return {buffer, needed};
+    std::string result(needed + 1, '\0');
+    format(result.data(), result.size());
+    result.pop_back();
+    return result;
 }
 
-static void print_pending_message(std::FILE *stream)
+static std::string format_pending_message()
 {
-    print_message(stream, pending_error.message, pending_error.length, pending_error.text);
+    return format_message(pending_error.message, pending_error.length, pending_error.text);
+}
+
+static void put_line(const std::string &line)
+{
+    if (messages_held)
+        held_messages += line + '\n';
+    else
+        std::fprintf(error_stream, "%s\n", line.c_str());
+}
+
+void hold_messages()
+{
+    messages_held = true;
+    exhaustion_hook = release_messages;
+}
+
+void drop_messages()
+{
+    messages_held = false;
+    exhaustion_hook = nullptr;
+    held_messages.clear();
+}
+
+void release_messages()
+{
+    std::fputs(held_messages.c_str(), error_stream);
+    drop_messages();
+}
+
+// The head of a message in its plain form.
+static std::string plain_head(const char *file, uint32_t line)
+{
+    return std::string("#error ") + program_name + ' ' + file + ':' +
+           std::to_string(static_cast<int32_t>(line)) + '\t';
 }
 
 static void print_error_line()
 {
     const SourcePosition position = source_position();
-    const long line = static_cast<int32_t>(position.line);
     if (eclipse_style)
-        std::fprintf(error_stream, "%s:%ld:1: ", position.file, line);
+        put_line(std::string(position.file) + ':' +
+                 std::to_string(static_cast<int32_t>(position.line)) +
+                 ":1: " + format_pending_message());
     else
-        std::fprintf(error_stream, "#error %s %s:%ld\t", program_name, position.file, line);
-    print_pending_message(error_stream);
-    std::fputc('\n', error_stream);
+        put_line(plain_head(position.file, position.line) + format_pending_message());
 }
 
 int32_t flush_error(std::FILE *listing)
@@ -155,9 +202,7 @@ int32_t flush_error(std::FILE *listing)
     }
     if (listing != nullptr) {
         page_check();
-        std::fputs("******** ERROR:  ", listing);
-        print_pending_message(listing);
-        std::fputs("  ********\n", listing);
+        std::fprintf(listing, "******** ERROR:  %s  ********\n", format_pending_message().c_str());
     }
     // With branch optimisation the listing comes from an extra last pass, and the passes before it
     // have shown its errors. Under -b the pass that lists is the only one to show them.
@@ -189,9 +234,7 @@ std::FILE *create_output(const char *name, const char *mode)
 void print_direct_error(const char *file, uint32_t line, const char *message, uint32_t length,
                         const char *text)
 {
-    std::fprintf(error_stream, "#error %s %s:%d\t", program_name, file, static_cast<int32_t>(line));
-    print_message(error_stream, message, length, text);
-    std::fputc('\n', error_stream);
+    put_line(plain_head(file, line) + format_message(message, length, text));
     ++error_count;
 }
 

@@ -78,6 +78,12 @@ bool error_pending();
 // the pass is void. Returns 1 if an error was pending, dropped or not, else 0.
 int32_t flush_error(std::FILE *listing);
 
+// Messages that go to error_stream wait from here on until they are released or dropped. They count
+// at once.
+void hold_messages();
+void release_messages();
+void drop_messages();
+
 // Writes the head of a message that has a file but no line to standard error.
 void print_file_error_prefix(const char *file);
 

@@ -48,6 +48,14 @@ void reset_debug_records()
     debug_record_state = debug_record_state == MISMATCH ? REBUILD : COMPARE;
 }
 
+uint64_t hash_debug_records()
+{
+    uint64_t hash = debug_record_state;
+    for (const DebugRecord *record = debug_records; record != nullptr; record = record->next)
+        hash = hash * 0x100000001B3 + (uint64_t{record->kind} << 8) + record->text_length;
+    return hash;
+}
+
 // Whether this pass stores the texts of the records.
 static bool stores_texts()
 {
@@ -84,7 +92,29 @@ static void add_debug_record(const char *text, size_t length, uint8_t kind)
         return;
     }
     record->address = current_location();
-    record->section_number = static_cast<uint8_t>(current_section->number);
+    record->section = current_section;
+}
+
+// A range that opens and closes at the same place is empty and left out.
+static bool is_empty_range(const DebugRecord *record)
+{
+    const DebugRecord *end = record->next;
+    return end != nullptr && record->kind == DEBUG_RANGE_START && end->kind == DEBUG_RANGE_END &&
+           record->section == end->section && record->address == end->address;
+}
+
+const DebugRecord *first_written_record(const DebugRecord *record)
+{
+    while (record != nullptr && is_empty_range(record))
+        record = record->next->next;
+    return record;
+}
+
+void mark_sections_of_debug_records(uint16_t flag)
+{
+    const DebugRecord *record = first_written_record(debug_records);
+    for (; record != nullptr; record = first_written_record(record->next))
+        record->section->flags |= flag;
 }
 
 static const char *record_file_name(const char *file)
@@ -168,6 +198,9 @@ static void emit_option_value()
     ExprValue value;
     parse_expression(&value);
     Section *const section = current_section;
+    // "*" in an empty section names it, too.
+    if (value.reloc != RELOC_ABSOLUTE && value.section_number == section->number)
+        section->flags |= SEC_USED;
     select_section(".debug", 6, false);
     if (list_state == LIST_ON)
         mark_line(MARK_ADDRESS);

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 struct Keyword;
+struct Section;
 
 // A short text tied to an address. The list is built in the sizing pass and walked in step with the
 // source in every later pass.
@@ -12,11 +13,20 @@ struct DebugRecord {
     DebugRecord *next;
     uint32_t address;
     uint8_t kind; // DEBUG_
-    uint8_t section_number;
     uint8_t text_length;
+    Section *section;
     char *text; // not terminated; inside the record
 };
 extern DebugRecord *debug_records;
+
+// The first record from `record` on that reaches the object file, or null.
+const DebugRecord *first_written_record(const DebugRecord *record);
+
+// Sets the SEC_ bit `flag` in the sections of the records that reach the object file.
+void mark_sections_of_debug_records(uint16_t flag);
+
+// A fingerprint of what the next pass compares its records with.
+uint64_t hash_debug_records();
 
 // Starts the walk at the head of a pass; drops the records of the pass before when this one has to
 // build them.

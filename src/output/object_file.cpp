@@ -120,26 +120,15 @@ static uint32_t write_local_symbols()
     return count;
 }
 
-// A range that opens and closes at the same place is empty and left out.
-static bool is_empty_range(const DebugRecord *record)
-{
-    const DebugRecord *end = record->next;
-    return end != nullptr && record->kind == DEBUG_RANGE_START && end->kind == DEBUG_RANGE_END &&
-           record->section_number == end->section_number && record->address == end->address;
-}
-
 static uint32_t write_debug_records()
 {
     uint32_t count = 0;
-    for (const DebugRecord *record = debug_records; record != nullptr; record = record->next) {
-        if (is_empty_range(record)) {
-            record = record->next;
-            continue;
-        }
+    const DebugRecord *record = first_written_record(debug_records);
+    for (; record != nullptr; record = first_written_record(record->next)) {
         Bytes bytes;
         append_word(&bytes, record->address);
         bytes.push_back(record->kind);
-        bytes.push_back(record->section_number);
+        bytes.push_back(static_cast<uint8_t>(record->section->number));
         bytes.push_back(record->text_length);
         bytes.insert(bytes.end(), record->text, record->text + record->text_length);
         write_bytes(bytes.data(), bytes.size());

@@ -1,5 +1,8 @@
 // The numbers given here stay: the relocation streams of the later passes are built with them. One
-// counter numbers sections first and then symbols, so that a single number names either.
+// counter numbers sections first and then symbols, so that a single number names either. Whatever
+// turns out to need a number only in a later pass (behind a condition that the sizing pass answered
+// otherwise, or in a section selected above its definition) is remembered, and the source is sized
+// once more with it.
 
 #include "output/resolver.h"
 
@@ -9,40 +12,108 @@
 #include "expr/symbol_table.h"
 #include "input/input_stack.h"
 #include "listing/diagnostics.h"
+#include "output/debug_info.h"
 #include "output/section_table.h"
+#include <algorithm>
+#include <set>
+#include <string>
 #include <vector>
+
+// What a further sizing pass is to keep. Sections go by their place in the order of creation, which
+// is the same in every sizing pass, symbols by name.
+static std::vector<bool> late_sections;
+static std::set<std::string> late_symbols;
+
+// Symbols that the sizing pass defines and the last pass doesn't: they count as undefined.
+static std::set<std::string> stale_symbols;
+
+void forget_late_needs()
+{
+    late_sections.clear();
+    late_symbols.clear();
+    stale_symbols.clear();
+}
+
+static Symbol *find_by_name(const std::string &name)
+{
+    return find_symbol(name.data(), static_cast<uint32_t>(name.size()));
+}
+
+// The symbol is as if it had only been asked about.
+static void take_definition_back(Symbol *symbol)
+{
+    symbol->attrs = 0;
+    symbol->flags = SYM_TESTED;
+    symbol->section_number = 0;
+    symbol->value = 0;
+    symbol->link = nullptr;
+}
+
+static void keep_late_needs()
+{
+    for (const std::string &name : stale_symbols)
+        take_definition_back(find_by_name(name));
+    for (const std::string &name : late_symbols) {
+        Symbol *symbol = find_by_name(name);
+        symbol->attrs |= ATTR_PUBLIC;
+        symbol->flags |= SYM_KEPT;
+    }
+    size_t position = 0;
+    for (Section *section = section_list; section != nullptr; section = section->next) {
+        if (position < late_sections.size() && late_sections[position])
+            section->flags |= SEC_USED;
+        ++position;
+    }
+}
+
+bool is_published(const Symbol &symbol)
+{
+    constexpr uint16_t NEVER_PUBLIC =
+        SYM_PREDEFINED | SYM_SET | SYM_REGISTER | SYM_LOCAL | SYM_LITERAL;
+    const bool counts =
+        (symbol.attrs & (ATTR_DEFINED | ATTR_REFERENCED)) || (symbol.flags & SYM_KEPT);
+    const bool made_public = all_public && (symbol.flags & NEVER_PUBLIC) == 0;
+    return counts && (made_public || (symbol.attrs & ATTR_PUBLIC));
+}
 
 // Which old section numbers a symbol that counts for the object file refers to.
 static std::vector<bool> find_needed_sections()
 {
     std::vector<bool> needed(256);
     for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
-        if (keep_locals || (symbol->attrs & (ATTR_REFERENCED | ATTR_PUBLIC)))
+        if (keep_locals || (symbol->attrs & (ATTR_REFERENCED | ATTR_PUBLIC)) ||
+            is_published(*symbol))
             needed[symbol->section_number] = true;
     }
     return needed;
 }
 
-// Numbers the sections to keep and gives the table from old numbers to new ones. A dropped section
-// maps to the one kept before it; only what -p makes public behind this can have its number.
+// Numbers the sections: those to keep first, since these are the object file's numbers, then the
+// others. Gives the table from old numbers to new ones.
 static std::vector<uint8_t> number_sections()
 {
     const std::vector<bool> needed = find_needed_sections();
-    std::vector<uint8_t> new_numbers(256);
-    uint32_t old_number = 0;
-    uint16_t counter = 0;
+    mark_sections_of_debug_records(SEC_USED);
+    std::vector<Section *> kept;
+    std::vector<Section *> dropped;
     for (Section *section = section_list; section != nullptr; section = section->next) {
-        ++old_number;
         if (section->number < needed.size() && needed[section->number])
             section->flags |= SEC_USED;
-        if (section->flags & SEC_USED) {
-            section->flags |= SEC_NUMBERED;
-            section->number = ++counter;
-        }
-        if (old_number < new_numbers.size())
-            new_numbers[old_number] = static_cast<uint8_t>(counter);
+        (section->flags & SEC_USED ? kept : dropped).push_back(section);
     }
-    section_count = counter;
+    section_count = static_cast<int32_t>(kept.size());
+    for (Section *section : kept)
+        section->flags |= SEC_NUMBERED;
+    kept.insert(kept.end(), dropped.begin(), dropped.end());
+
+    std::vector<uint8_t> new_numbers(256);
+    uint16_t counter = 0;
+    for (Section *section : kept) {
+        ++counter;
+        if (section->number < new_numbers.size())
+            new_numbers[section->number] = static_cast<uint8_t>(counter);
+        section->number = counter;
+    }
     return new_numbers;
 }
 
@@ -60,8 +131,9 @@ static const char *symbol_file(const Symbol *symbol)
 }
 
 // Under -u the listing shows undefined symbols where they are used; here they only count.
-static void report_undefined(const Symbol *symbol)
+static void report_undefined(Symbol *symbol)
 {
+    symbol->flags |= SYM_REPORTED;
     if (undefined_in_listing)
         ++error_count;
     else
@@ -75,80 +147,191 @@ static void report_public_alias(const Symbol *symbol)
                        nullptr);
 }
 
-// Follows an alias. False when the symbol remains one and has no number of its own.
-static bool resolve_alias(Symbol *symbol)
+static bool is_undefined(const Symbol &symbol)
+{
+    if (symbol.attrs & (ATTR_DEFINED | ATTR_PUBLIC))
+        return false;
+    return (symbol.attrs & ATTR_REFERENCED) || (symbol.flags & SYM_TESTED) == 0;
+}
+
+static bool is_weak_definition(const Symbol &symbol)
+{
+    return (symbol.attrs & ATTR_DEFINED) && (symbol.flags & SYM_WEAK);
+}
+
+// An equate of a definition that a line below has declared weak goes by the symbol, in no section.
+static void detach_from_weak(Symbol *symbol)
+{
+    constexpr uint16_t NO_EQUATE = SYM_LITERAL | SYM_ALIAS;
+    if ((symbol->flags & NO_EQUATE) || symbol->link == nullptr ||
+        !is_weak_definition(*symbol->link))
+        return;
+    symbol->flags |= SYM_ALIAS;
+    symbol->section_number = 0;
+}
+
+// Lets all links of a chain of aliases lead straight to its end.
+static void shorten_chain(Symbol *symbol)
+{
+    if ((symbol->flags & SYM_ALIAS) == 0)
+        return;
+    Symbol *end = follow_alias(symbol->link);
+    while ((symbol->flags & SYM_ALIAS) && symbol != end && symbol->link != end) {
+        Symbol *next = symbol->link;
+        symbol->link = end;
+        symbol = next;
+    }
+}
+
+// An alias of what has a place, or is no address at all, is none any more.
+static void settle_alias(Symbol *symbol)
 {
     const Symbol *target = symbol->link;
-    if (target != nullptr && target->section_number != 0) {
-        symbol->section_number = target->section_number;
-    } else if (target == nullptr || (target->attrs & ATTR_ABSOLUTE) == 0) {
+    if (target == nullptr || is_weak_definition(*target) ||
+        (target->section_number == 0 && (target->attrs & ATTR_ABSOLUTE) == 0))
+        return;
+    symbol->section_number = target->section_number;
+    symbol->flags &= static_cast<uint16_t>(~SYM_ALIAS);
+}
+
+// Chains end at bit symbols, so these are settled first.
+static void settle_aliases()
+{
+    for (Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
+        detach_from_weak(symbol);
+        shorten_chain(symbol);
+    }
+    for (const uint16_t bit : {SYM_BIT, uint16_t{0}}) {
+        for (Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
+            if ((symbol->flags & SYM_ALIAS) && (symbol->flags & SYM_BIT) == bit)
+                settle_alias(symbol);
+        }
+    }
+}
+
+static void number_symbol(Symbol *symbol, bool report_at_once, uint32_t *counter)
+{
+    symbol->object_index = 0;
+    const bool undefined = is_undefined(*symbol);
+    if (undefined && report_at_once)
+        report_undefined(symbol);
+    else if ((symbol->attrs & (ATTR_DEFINED | ATTR_PUBLIC)) == 0)
+        return;
+    if (symbol->flags & SYM_ALIAS) {
         // A public name can't stand for an external.
         if (symbol->attrs & ATTR_PUBLIC)
             report_public_alias(symbol);
-        return false;
-    }
-    symbol->flags &= static_cast<uint16_t>(~SYM_ALIAS);
-    return true;
-}
-
-static void settle_visibility(Symbol *symbol)
-{
-    constexpr uint16_t NEVER_PUBLIC =
-        SYM_PREDEFINED | SYM_SET | SYM_REGISTER | SYM_LOCAL | SYM_LITERAL;
-    if ((symbol->attrs & (ATTR_DEFINED | ATTR_REFERENCED)) == 0)
-        symbol->attrs &= static_cast<uint8_t>(~ATTR_PUBLIC);
-    else if (all_public && (symbol->flags & NEVER_PUBLIC) == 0)
-        symbol->attrs |= ATTR_PUBLIC;
-}
-
-static void resolve_symbol(Symbol *symbol, const std::vector<uint8_t> &new_numbers,
-                           uint32_t *counter)
-{
-    if ((symbol->attrs & (ATTR_DEFINED | ATTR_PUBLIC)) == 0) {
-        if ((symbol->flags & SYM_TESTED) && (symbol->attrs & ATTR_REFERENCED) == 0) {
-            symbol->object_index = 0;
-            return;
-        }
-        report_undefined(symbol);
-    }
-    if ((symbol->flags & SYM_ALIAS) && !resolve_alias(symbol))
         return;
-    settle_visibility(symbol);
-    symbol->object_index = symbol->attrs & ATTR_PUBLIC ? ++*counter : 0;
-    symbol->section_number = new_numbers[symbol->section_number];
+    }
+    if (is_published(*symbol)) {
+        symbol->attrs |= ATTR_PUBLIC;
+        symbol->object_index = ++*counter;
+    } else {
+        symbol->attrs &= static_cast<uint8_t>(~ATTR_PUBLIC);
+    }
 }
 
-void resolve_symbols()
+void resolve_symbols(bool report_at_once)
 {
+    keep_late_needs();
+    settle_aliases();
     const std::vector<uint8_t> new_numbers = number_sections();
     auto counter = static_cast<uint32_t>(section_count);
-    for (Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next)
-        resolve_symbol(symbol, new_numbers, &counter);
+    for (Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
+        number_symbol(symbol, report_at_once, &counter);
+        symbol->section_number = new_numbers[symbol->section_number];
+    }
 }
 
-// A `switch` that stands ahead of the `section` it names is passed over in the sizing pass, so that
-// a section may get its first byte or label only when the numbers have been given. A label alone is
-// told if nothing else is wrong: it may be where it is by another mistake.
-static bool is_late(const Section *section, bool clean)
+// Whether a later pass put something into the section that has to do without a number.
+static bool is_late(const Section &section)
 {
-    const uint16_t signs = clean ? SEC_USED | SEC_LATE_LABEL : SEC_USED;
-    return (section->flags & signs) && (section->flags & SEC_NUMBERED) == 0;
+    return (section.flags & (SEC_USED | SEC_LATE)) && (section.flags & SEC_NUMBERED) == 0;
 }
 
-// An equate of a weak definition takes a section number in the sizing pass and becomes an alias
-// again in the next: a public one then has a number but no record. Others that do so are told if
-// nothing else is wrong.
-static bool is_numbered_alias(const Symbol *symbol, bool clean)
+static bool is_late(const Symbol &symbol)
 {
-    if (symbol->object_index == 0 || (symbol->flags & SYM_ALIAS) == 0)
-        return false;
-    return clean || (symbol->link != nullptr && (symbol->link->flags & SYM_WEAK));
+    return symbol.object_index == 0 && (symbol.flags & SYM_ALIAS) == 0 && is_published(symbol) &&
+           !is_undefined(symbol);
 }
 
-static void report_late_sections(bool clean)
+// Marks the sections that have no number though a symbol that counts lies in them.
+static void mark_sections_of_symbols()
+{
+    std::vector<bool> needed = find_needed_sections();
+    for (Section *section = section_list; section != nullptr; section = section->next) {
+        if (section->number < needed.size() && needed[section->number])
+            section->flags |= SEC_LATE;
+    }
+}
+
+static bool find_late_sections()
+{
+    mark_sections_of_symbols();
+    mark_sections_of_debug_records(SEC_LATE);
+    bool any_new = false;
+    size_t position = 0;
+    for (const Section *section = section_list; section != nullptr; section = section->next) {
+        late_sections.resize(std::max(late_sections.size(), position + 1));
+        if (is_late(*section) && !late_sections[position]) {
+            late_sections[position] = true;
+            any_new = true;
+        }
+        ++position;
+    }
+    return any_new;
+}
+
+static bool find_late_symbols()
+{
+    bool any_new = false;
+    for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
+        if (is_late(*symbol))
+            any_new |= late_symbols.emplace(symbol->name, symbol->name_length).second;
+    }
+    return any_new;
+}
+
+// A symbol that the last pass used, or that has a record, without having defined it.
+static bool is_stale(const Symbol &symbol)
+{
+    constexpr uint16_t NEVER_STALE = SYM_PREDEFINED | SYM_REGISTER | SYM_LITERAL;
+    const auto last_pass = static_cast<uint32_t>(pass_number) - 1;
+    return (symbol.attrs & ATTR_DEFINED) && (symbol.flags & NEVER_STALE) == 0 &&
+           symbol.defined_in != last_pass &&
+           (symbol.used_in == last_pass || symbol.object_index != 0);
+}
+
+static bool find_stale_symbols()
+{
+    bool any_new = false;
+    for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
+        if (is_stale(*symbol) && (symbol->flags & SYM_LOCAL) == 0)
+            any_new |= stale_symbols.emplace(symbol->name, symbol->name_length).second;
+    }
+    return any_new;
+}
+
+bool find_late_needs()
+{
+    const bool any_new_section = find_late_sections();
+    const bool any_new_symbol = find_late_symbols();
+    return find_stale_symbols() || any_new_symbol || any_new_section;
+}
+
+void report_late_undefined()
+{
+    for (Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
+        const bool undefined = is_undefined(*symbol) || is_stale(*symbol);
+        if (undefined && (symbol->flags & SYM_REPORTED) == 0)
+            report_undefined(symbol);
+    }
+}
+
+static void report_late_sections()
 {
     for (const Section *section = section_list; section != nullptr; section = section->next) {
-        if (!is_late(section, clean))
+        if (!is_late(*section))
             continue;
         record_error("section %.*s used before its definition", section->name_length,
                      section->section_name);
@@ -157,10 +340,13 @@ static void report_late_sections(bool clean)
     }
 }
 
-static void report_numbered_aliases(bool clean)
+// Numbers that no sizing pass could be brought to give, and public names that a later pass has made
+// stand for an external.
+static void report_unnumbered_symbols()
 {
     for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
-        if (is_numbered_alias(symbol, clean))
+        const bool numbered_alias = symbol->object_index != 0 && (symbol->flags & SYM_ALIAS);
+        if (numbered_alias || is_late(*symbol))
             report_public_alias(symbol);
     }
 }
@@ -179,9 +365,7 @@ static void report_long_weak_names()
 
 void report_broken_numbering()
 {
-    const bool clean = error_count == 0;
-    report_late_sections(clean);
-    report_numbered_aliases(clean);
-    if (clean)
-        report_long_weak_names();
+    report_late_sections();
+    report_unnumbered_symbols();
+    report_long_weak_names();
 }

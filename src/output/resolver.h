@@ -2,10 +2,29 @@
 // numbers by which the object file knows them.
 #pragma once
 
-// Decides which sections and symbols the object file will have, numbers them, follows aliases and
-// reports undefined symbols. Once per source file, behind the sizing pass.
-void resolve_symbols();
+struct Symbol;
+
+// Forgets what earlier sizing passes have left behind, for a new source file.
+void forget_late_needs();
+
+// Decides which sections and symbols the object file will have, numbers them and follows aliases.
+// The sections that are not kept have the numbers above section_count.
+// Reports undefined symbols at once, or leaves them to report_late_undefined. Once after each
+// sizing pass.
+void resolve_symbols(bool report_at_once);
+
+// Whether the record of the symbol, if it gets one, is public: declared so, or by -p.
+bool is_published(const Symbol &symbol);
+
+// After the last pass of a source without errors: whether the passes needed sections or symbols
+// that have no number. They are remembered, so that resolve_symbols numbers them after a further
+// sizing pass; true only if there was something new.
+bool find_late_needs();
+
+// Reports the symbols that are still undefined though resolve_symbols hasn't reported them: those
+// left to a later pass, and those that only a later pass has met.
+void report_late_undefined();
 
 // Reports what a later pass did that the numbers can't stand: an object file is right or it is not
-// written. Once per source file, behind the last pass.
+// written. After the last pass of a source without errors.
 void report_broken_numbering();

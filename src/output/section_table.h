@@ -13,7 +13,7 @@ constexpr uint16_t SEC_CLOSED = 0x0004;      // left behind by a later `new`: na
 constexpr uint16_t SEC_NEW_PENDING = 0x0008; // opened by `new`, not yet reached in this pass
 constexpr uint16_t SEC_NEW_SEEN = 0x0010;    // opened by `new`, reached in this pass
 constexpr uint16_t SEC_NUMBERED = 0x0020;    // has its number in the object file
-constexpr uint16_t SEC_LATE_LABEL = 0x0040;  // has no number, but a label that others refer to
+constexpr uint16_t SEC_LATE = 0x0040;        // has no number, but a label or record that needs one
 
 struct Section {
     Section *next;       // in order of creation; of offset_section: the real section behind it
@@ -21,7 +21,7 @@ struct Section {
     uint8_t name_length; // 0 in offset_section only
     char section_name[SECTION_NAME_MAX];
     uint16_t flags;          // SEC_ bits
-    uint16_t number;         // order of creation, then, behind resolve_symbols, the object file's
+    uint16_t number;         // order of creation; after resolve_symbols that of the object file
     uint32_t size;           // location counter: bytes so far in this pass
     uint32_t reloc_position; // offset up to which reloc_stream accounts for the section
     uint32_t base_address;   // 0 unless `org` set it in an absolute section; survives the passes

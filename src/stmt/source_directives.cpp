@@ -40,7 +40,7 @@ void message_directive(Keyword *, const char *, uint32_t)
 {
     if (next_token() != TOK_STRING)
         record_error(MSG_SYNTAX_ERROR);
-    else if (pass_number == 0)
+    else if (pass_number == 0 && !sizing_repeated)
         std::printf("%.*s\n", static_cast<int>(token_number), token_text());
 }
 

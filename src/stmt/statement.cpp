@@ -68,26 +68,49 @@ static bool opens_scope(const Symbol *symbol, const LineName &label)
     return label.text[0] != '.' || !is_digit(label.text[1]);
 }
 
-// Whether the label would have kept its section in the object file, had it lain there when the
-// numbers were given. What -p alone makes public keeps none: its record has the old number.
-static bool needs_section_number(const Symbol *symbol)
+void note_late_definition(Symbol *symbol)
 {
-    return (symbol->attrs & ATTR_REFERENCED) || keep_locals ||
-           (symbol->object_index != 0 && !all_public);
+    const uint8_t state = symbol->attrs & (ATTR_DEFINED | ATTR_REFERENCED);
+    if (uses_must_settle() && state == ATTR_REFERENCED)
+        request_another_pass();
+    symbol->defined_in = static_cast<uint32_t>(pass_number);
 }
 
+// What earlier passes took over from another place goes with it; a declaration's attributes stay as
+// long as the symbol does.
+static void leave_place(Symbol *symbol)
+{
+    note_unlike_passes();
+    if (!uses_must_settle())
+        return;
+    symbol->attrs &= static_cast<uint8_t>(~(ATTR_FROM_SECTION | ATTR_ABSOLUTE));
+    request_another_pass();
+}
+
+void move_symbol(Symbol *symbol, uint32_t value, uint8_t section_number, uint8_t attributes)
+{
+    const bool was_absolute = (symbol->attrs & ATTR_ABSOLUTE) != 0;
+    const bool is_absolute = (attributes & ATTR_ABSOLUTE) != 0;
+    note_late_definition(symbol);
+    if (pass_number != 0 && (symbol->attrs & ATTR_DEFINED) &&
+        (symbol->section_number != section_number || was_absolute != is_absolute))
+        leave_place(symbol);
+    if (values_must_settle() && symbol->value != value)
+        request_another_pass();
+    symbol->value = value;
+    symbol->section_number = section_number;
+    symbol->attrs |= (attributes & (ATTR_FROM_SECTION | ATTR_ABSOLUTE)) | ATTR_DEFINED;
+}
+
+// Places the label at the current location.
 static void place_label(Symbol *symbol)
 {
-    if (current_section->attributes & SECATTR_ABS) {
-        symbol->section_number = 0;
-        symbol->attrs |= ATTR_ABSOLUTE;
-        return;
-    }
-    symbol->section_number = static_cast<uint8_t>(current_section->number);
-    const bool numbered = pass_number == 0 || (current_section->flags & SEC_NUMBERED);
-    if (!numbered && needs_section_number(symbol))
-        current_section->flags |= SEC_LATE_LABEL;
-    if (current_is_debug)
+    static_assert(SECATTR_ABS == ATTR_ABSOLUTE);
+    const bool absolute = (current_section->attributes & SECATTR_ABS) != 0;
+    const auto number = static_cast<uint8_t>(absolute ? 0 : current_section->number);
+    move_symbol(symbol, current_location(), number, current_section->attributes);
+    symbol->flags &= static_cast<uint16_t>(~SYM_ALIAS);
+    if (!absolute && current_is_debug)
         symbol->flags |= SYM_IN_DEBUG;
 }
 
@@ -105,17 +128,11 @@ static void define_label(const LineName &label)
     }
     if ((symbol->flags & SYM_LOCAL) == 0)
         note_definition(symbol, label.text, label.length);
-    symbol->attrs |= (current_section->attributes & ATTR_FROM_SECTION) | ATTR_DEFINED;
     if (opens_scope(symbol, label))
         ++scope_number;
     if (opt_label_syntax == -1)
         symbol->attrs |= ATTR_PUBLIC;
     place_label(symbol);
-
-    const uint32_t address = current_location();
-    if (values_must_settle() && symbol->value != address)
-        request_another_pass();
-    symbol->value = address;
     last_label = symbol;
 }
 
@@ -256,16 +273,20 @@ static void set_suffix(char first, char second)
 }
 
 // Finds the keyword of a word and takes its suffix off. A dot counts only as the second or third
-// character from the end; a directive's one-character suffix is part of its name.
+// character from the end; a directive's one-character suffix is part of its name, so that a macro
+// called `dc` leaves `dc.b` what it is.
 static Keyword *find_word(const LineName &word)
 {
     const char *end = word.text + word.length;
     if (word.length >= 3 && end[-2] == '.') {
-        Keyword *keyword = find_keyword(word.text, word.length - 2);
-        if (keyword != nullptr && (keyword->flags & KW_DIRECTIVE))
-            return find_keyword(word.text, word.length);
+        Keyword *stem = find_keyword(word.text, word.length - 2);
+        if (stem != nullptr && is_directive_stem(stem)) {
+            Keyword *whole = find_keyword(word.text, word.length);
+            if (whole != nullptr || (stem->flags & KW_MACRO) == 0)
+                return whole;
+        }
         set_suffix(end[-1], '\0');
-        return keyword;
+        return stem;
     }
     if (word.length >= 4 && end[-3] == '.') {
         set_suffix(end[-2], end[-1]);

@@ -35,5 +35,14 @@ void report_multiply_defined(Symbol *symbol, const char *name, uint32_t length);
 // Notes where a symbol is defined, the first time.
 void note_first_definition(Symbol *symbol);
 
+// Gives a label or an equate its place: the value, the section's number (0 for none), and in
+// `attributes` what it takes over of ATTR_FROM_SECTION and ATTR_ABSOLUTE. Asks for another pass
+// when it moved.
+void move_symbol(Symbol *symbol, uint32_t value, uint8_t section_number, uint8_t attributes);
+
+// Notes that this pass defines the symbol, ahead of the definition. Asks for another pass when it
+// is the first to do so and something above has taken the symbol for undefined.
+void note_late_definition(Symbol *symbol);
+
 // The same; the listing carries the message again for a symbol that was defined twice.
 void note_definition(Symbol *symbol, const char *name, uint32_t length);

@@ -90,6 +90,22 @@ static void list_value(uint32_t value)
         note_line_byte(static_cast<uint8_t>(value >> shift));
 }
 
+// A literal keeps its text where others have the link; the two meet in one name only by an error.
+static void set_link(Symbol *symbol, Symbol *base)
+{
+    if ((symbol->flags & SYM_LITERAL) == 0)
+        symbol->link = base;
+}
+
+// What stands above has taken the symbol for undefined, or for an address.
+static void note_definition_of_constant(Symbol *symbol)
+{
+    note_late_definition(symbol);
+    if (uses_must_settle() && (symbol->attrs & ATTR_DEFINED) &&
+        (symbol->attrs & ATTR_ABSOLUTE) == 0)
+        request_another_pass();
+}
+
 // An absolute equate asks for no further pass when its value changes: only places do.
 static void define_absolute(Definition *definition, Symbol *symbol, bool is_set)
 {
@@ -98,9 +114,11 @@ static void define_absolute(Definition *definition, Symbol *symbol, bool is_set)
             record_error(MSG_INVALID_BIT_DEFINITION);
         apply_bit_number(definition, symbol);
     }
+    note_definition_of_constant(symbol);
     symbol->value = definition->value.value;
     symbol->attrs |= ATTR_DEFINED | ATTR_ABSOLUTE;
     symbol->flags &= static_cast<uint16_t>(~SYM_ALIAS);
+    set_link(symbol, nullptr);
     if (pass_number == 0 && is_set)
         symbol->flags |= SYM_SET;
     else if (pass_number == 0 && equates_public)
@@ -108,16 +126,35 @@ static void define_absolute(Definition *definition, Symbol *symbol, bool is_set)
     list_value(symbol->value);
 }
 
-// The value names a symbol that no section holds yet: one further down, an external, a weak one.
+// The value names a symbol that no section holds: one further down, an external, a weak one.
 static void define_alias(const Definition &definition, Symbol *symbol)
 {
-    if (definition.value.symbol == symbol) {
+    Symbol *base = definition.value.symbol;
+    if (base == symbol) {
         record_error("recursive definition of symbol %.*s", definition.length, definition.name);
         return;
     }
+    if (symbol->flags & SYM_LITERAL)
+        return;
+    if (uses_must_settle() && ((symbol->flags & SYM_ALIAS) == 0 || symbol->link != base))
+        request_another_pass();
     symbol->flags |= SYM_ALIAS;
-    if (pass_number == 0)
-        symbol->link = definition.value.symbol;
+    symbol->link = base;
+}
+
+// Whether the symbol is an equate of a place.
+static bool is_equate(const Symbol *symbol)
+{
+    constexpr uint16_t NO_LINK = SYM_LITERAL | SYM_ALIAS;
+    return symbol != nullptr && (symbol->flags & NO_LINK) == 0 && symbol->link != nullptr;
+}
+
+// The value is a place in a section. Links of such equates lead straight to the label.
+static void define_place(const Definition &definition, Symbol *symbol)
+{
+    Symbol *base = definition.value.symbol;
+    symbol->flags &= static_cast<uint16_t>(~SYM_ALIAS);
+    set_link(symbol, is_equate(base) ? base->link : base);
 }
 
 static void define_relocatable(Definition *definition, Symbol *symbol)
@@ -129,14 +166,10 @@ static void define_relocatable(Definition *definition, Symbol *symbol)
         apply_bit_number(definition, symbol);
     }
     const ExprValue &value = definition->value;
-    if (values_must_settle() && symbol->value != value.value)
-        request_another_pass();
-    symbol->value = value.value;
-    symbol->section_number = value.section_number;
     const uint8_t place = base != nullptr ? base->attrs : current_section->attributes;
-    symbol->attrs |= (place & ATTR_FROM_SECTION) | ATTR_DEFINED;
+    move_symbol(symbol, value.value, value.section_number, place & ATTR_FROM_SECTION);
     if (value.section_number != 0)
-        symbol->flags &= static_cast<uint16_t>(~SYM_ALIAS);
+        define_place(*definition, symbol);
     else
         define_alias(*definition, symbol);
 }

@@ -102,13 +102,32 @@ static bool has_attribute(const Symbol *symbol, uint8_t attribute)
     return symbol != nullptr && (symbol->attrs & attribute) != 0;
 }
 
-// The number of the section or symbol that the value is relative to. A weak definition goes by its
-// symbol, like an external.
+// Whether the linker is to find the symbol by its own number: an external, or a weak definition.
+static bool goes_by_symbol(const Symbol *symbol)
+{
+    return symbol != nullptr &&
+           (!has_attribute(symbol, ATTR_DEFINED) || (symbol->flags & SYM_WEAK));
+}
+
+// An equate of a number that stands below its equate is neither address nor alias until the first
+// pass has defined it. Anything else without a name is an address of nothing.
+static void note_nameless(const Symbol *symbol)
+{
+    const bool unsettled = has_attribute(symbol, ATTR_DEFINED) && (symbol->flags & SYM_ALIAS) == 0;
+    if (!unsettled)
+        record_error(MSG_BAD_RELOCATABLE);
+    else if (pass_number == 1 && uses_must_settle())
+        request_another_pass();
+}
+
+// The number of the section or symbol that the value is relative to. A symbol without a number is
+// undefined, or will get one.
 static uint32_t relocation_index(const ExprValue &value)
 {
-    const Symbol *symbol = value.symbol;
-    if (symbol != nullptr && (!has_attribute(symbol, ATTR_DEFINED) || (symbol->flags & SYM_WEAK)))
-        return symbol->object_index;
+    if (goes_by_symbol(value.symbol))
+        return value.symbol->object_index;
+    if (value.section_number == 0 && value.reloc != RELOC_ABSOLUTE)
+        note_nameless(value.symbol);
     return value.section_number;
 }
 

@@ -92,7 +92,7 @@ static void split_bit_symbol(Instruction *ins)
     ins->bit_code = static_cast<uint8_t>((ins->first.value & 7) << 1 | BIT_IN_SYMBOL);
     ins->first.value >>= 3;
     if (ins->first.symbol->flags & SYM_ALIAS)
-        ins->first.symbol = ins->first.symbol->link;
+        ins->first.symbol = follow_alias(ins->first.symbol->link);
     ins->first_mode = AM_LONG;
 }
 

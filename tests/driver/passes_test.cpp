@@ -102,6 +102,14 @@ TEST(Passes, GoOnUntilNothingMoves)
               "#error nvasm8 prog.s:1\tx\n#error nvasm8 prog.s:1\tx\n");
 }
 
+TEST(Passes, GoOnAsLongAsSomethingStillSettles)
+{
+    std::string chain = " ldw x,#e0\n";
+    for (int i = 0; i < 1100; ++i)
+        chain += "e" + std::to_string(i) + ": equ e" + std::to_string(i + 1) + "+1\n";
+    EXPECT_EQ(text_of(chain + "e1100: equ lab\nlab: nop\n"), "ae 04 4f 9d");
+}
+
 TEST(Passes, MergeNewSectionsThatAreTooMany)
 {
     // How many there are, and how many of them make one: each of the others leaves room for 247.

@@ -37,4 +37,7 @@ TEST(Names, AMacroCanWrapTheInstructionOfItsName)
     EXPECT_EQ(text_of("nop: macro\n dc.b $aa\n \\\\nop\n dc.b $bb\n endm\n nop\n NOP.w\n"),
               "aa 9d bb aa 9d bb");
     EXPECT_EQ(text_of("even: macro\n \\\\even\n dc.b 1\n endm\n nop\n even\n"), "9d 00 01");
+    // A directive of its own isn't the macro with a suffix.
+    EXPECT_EQ(text_of("dc: macro\n nop\n endm\n dc.b 5\n dc 1\n dc.x 1\n dc.w 3\n"),
+              "05 9d 9d 00 03");
 }

@@ -99,19 +99,6 @@ TEST(ObjectOutput, FilesThatCannotBeWritten)
     EXPECT_EQ(full.err + std::to_string(full.status), "prog.s:1 can't write /dev/full\n1");
 }
 
-TEST(ObjectOutput, ALabelInASectionThatComesTooLate)
-{
-    EXPECT_EQ(errors_of(" switch foo\nlab:\n switch .text\n dc.w lab\nfoo: section\n"),
-              told("5 = section foo used before its definition"));
-    EXPECT_EQ(errors_of(" switch foo\nlab:\n xdef lab\n switch .text\n nop\nfoo: section\n"),
-              told("6 = section foo used before its definition"));
-    // Where something else is wrong, only bytes are told.
-    EXPECT_EQ(errors_of(" switch foo\nlab:\n xdef lab\n switch .text\n fail \"f\"\nfoo: section\n"),
-              told("5 = f"));
-    // A label that -p alone makes public keeps no section.
-    EXPECT_EQ(errors_of(" switch .data\nlab: switch .text\n nop\n", {"-p"}), "");
-}
-
 TEST(ObjectOutput, AliasesThatCannotBePublicAreToldOnce)
 {
     EXPECT_EQ(errors_of(" xref k\nq: equ 5\nq: equ k\n xdef q\n dc.w q\n"),

@@ -63,15 +63,6 @@ TEST(SectionDirectives, SectionsGoOnWhereTheyWere)
                                " dc.b 3\n restore x\n dc.b 4\n restore\n dc.b 5\nlab: dc.b *\n";
     EXPECT_EQ(section_of(".bsct", source, {"-a"}), "01 03 05 03");
     EXPECT_EQ(section_of(".data", source, {"-a"}), "02 04");
-    // A switch ahead of its section: the sizing pass puts the first byte into .text, which thus
-    // stays in the object.
-    const std::string early = " switch late\nlab: dc.b 1\nlate: section\n dc.w lab\n";
-    EXPECT_EQ(section_of(".text", early), "");
-    EXPECT_EQ(section_of("late", early), "01 00 00");
-    EXPECT_EQ(relocations_of(early, {}, "late"), "0001 word late+0\n");
-    // Here the numbers have been given when the first byte comes.
-    EXPECT_EQ(errors_of(" switch late\n dc.b 1\n switch .text\nlate: section\n"),
-              told("4 = section late used before its definition"));
 }
 
 TEST(SectionDirectives, NewOpensAnotherInstance)

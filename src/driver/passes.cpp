@@ -51,8 +51,10 @@ constexpr int32_t SIZING_PASSES_MAX = 100;
 
 bool sizing_repeated;
 
-// Whether errors of a void pass don't count, however far the pass had come when it turned out void.
-static bool errors_of_void_passes_dropped;
+// How many void passes may still have errors that don't count, however far the pass had come when it
+// turned out void. What looks wrong only because a symbol comes late is right a pass later.
+constexpr int32_t FORGIVEN_PASSES_MAX = 8;
+static int32_t forgiven_passes_left;
 
 // A fingerprint of what decided which text this pass assembles, that of the pass before, and
 // whether two passes have differed in their text or in the sections of their symbols.
@@ -63,12 +65,12 @@ static bool passes_differ;
 bool values_must_settle()
 {
     return pass_number != 0 &&
-           (error_count == 0 || pass_number == 1 || errors_of_void_passes_dropped);
+           (error_count == 0 || pass_number == 1 || forgiven_passes_left != 0);
 }
 
 bool uses_must_settle()
 {
-    return pass_number != 0 && (error_count == 0 || errors_of_void_passes_dropped);
+    return pass_number != 0 && (error_count == 0 || forgiven_passes_left != 0);
 }
 
 static uint64_t mix(uint64_t hash, uint64_t value)
@@ -160,8 +162,10 @@ static int32_t run_pass()
     if (pass_number != 0)
         pad_even_sections();
     close_open_conditionals();
-    if (pass_must_repeat && errors_of_void_passes_dropped)
+    if (pass_must_repeat && forgiven_passes_left != 0 && error_count != errors_before) {
         error_count = errors_before;
+        --forgiven_passes_left;
+    }
     passes_differ = passes_differ || (pass_number != 0 && text_decisions != last_text_decisions);
     last_text_decisions = text_decisions;
     ++pass_number;
@@ -341,9 +345,9 @@ static void assemble_sized_source()
         return;
     }
     size_source_again();
-    errors_of_void_passes_dropped = true;
+    forgiven_passes_left = FORGIVEN_PASSES_MAX;
     run_passes_until_numbered(false);
-    errors_of_void_passes_dropped = false;
+    forgiven_passes_left = 0;
     drop_messages();
     if (error_count == 0)
         return;

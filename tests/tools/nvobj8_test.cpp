@@ -274,6 +274,13 @@ TEST(ObjectReader, NamesTheDamage)
     }
 }
 
+TEST(ObjectViewer, ReadsNothingWithoutAnEnd)
+{
+    const auto run = run_viewer({"/dev/zero"});
+    EXPECT_EQ(run.err, "nvobj8: can't read /dev/zero: File too large\n");
+    EXPECT_EQ(run.status, 1);
+}
+
 // Of the table only values, names and the size of a sized symbol are free.
 TEST(ObjectReader, TakesNothingElseForADebugTable)
 {

@@ -4,7 +4,10 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <new>
 #include <optional>
 
 static constexpr int STATUS_DAMAGED = 1;
@@ -78,21 +81,42 @@ static std::optional<int> read_command_line(std::span<char *> words, CommandLine
     return std::nullopt;
 }
 
+// Offsets in an object have 32 bits. A pipe or a device may have no end; the machine's addresses
+// have 24 bits, so that what comes from a pipe is smaller by far.
+static constexpr size_t OBJECT_SIZE_MAX = UINT32_MAX;
+static constexpr size_t STREAM_SIZE_MAX = size_t{128} << 20;
+
 static bool read_file(const char *name, std::vector<uint8_t> &bytes)
 {
     FILE *file = std::fopen(name, "rb");
     if (file == nullptr) {
         return false;
     }
+    std::error_code unknown;
+    const bool regular = std::filesystem::is_regular_file(name, unknown);
+    const size_t size_max = regular ? OBJECT_SIZE_MAX : STREAM_SIZE_MAX;
     uint8_t block[65536];
     size_t size = 0;
-    while ((size = std::fread(block, 1, sizeof block, file)) != 0) {
-        bytes.insert(bytes.end(), block, block + size);
+    int error = 0;
+    while (error == 0 && (size = std::fread(block, 1, sizeof block, file)) != 0) {
+        if (bytes.size() + size > size_max) {
+            error = EFBIG;
+        } else {
+            bytes.insert(bytes.end(), block, block + size);
+        }
     }
-    const int error = std::ferror(file) != 0 ? errno : 0;
+    if (std::ferror(file) != 0) {
+        error = errno;
+    }
     std::fclose(file);
     errno = error;
     return error == 0;
+}
+
+static void out_of_memory()
+{
+    std::fputs("nvobj8: no memory\n", stderr);
+    std::exit(STATUS_DAMAGED);
 }
 
 // Gives whether the file was read and is sound.
@@ -114,6 +138,7 @@ static bool show_file(const char *name, unsigned parts)
 
 int main(int argc, char **argv)
 {
+    std::set_new_handler(out_of_memory);
     CommandLine command;
     if (const auto status = read_command_line({argv + 1, argv + argc}, command)) {
         return *status;

@@ -10,6 +10,7 @@
 #include "driver/settings.h"
 #include "expr/symbol_table.h"
 #include "listing/diagnostics.h"
+#include "output/output_files.h"
 #include "stmt/keywords.h"
 #include "stmt/symbol_directives.h"
 #include <cstdio>
@@ -28,18 +29,6 @@ static bool has_too_many_sources(int source_count, char **sources)
     print_file_error_prefix(sources[0]);
     std::fprintf(stderr, "only one source file with %s option\n", option);
     return true;
-}
-
-// The file of +e is created, and in the end deleted, before anything tells what it holds.
-static bool would_lose_source(int source_count, char **sources)
-{
-    for (int i = 0; error_file_name != nullptr && i < source_count; ++i) {
-        if (!is_same_file(error_file_name, sources[i]))
-            continue;
-        std::fprintf(stderr, messages[MSG_CANT_CREATE], error_file_name);
-        return true;
-    }
-    return false;
 }
 
 // Applies -d, in command-line order, then the assembler's own symbol, which thus replaces a value
@@ -69,17 +58,6 @@ static bool assemble_sources(int source_count, char **sources)
     return any_errors;
 }
 
-// What -md and messg wrote counts only once it has left the process.
-static bool flush_standard_output()
-{
-    if (std::fflush(stdout) == 0 && !std::ferror(stdout))
-        return true;
-    if (source_file_name != nullptr)
-        print_file_error_prefix(source_file_name);
-    std::fputs("can't write standard output\n", stderr);
-    return false;
-}
-
 int run_assembler(int argc, char **argv)
 {
     route_signals();
@@ -90,18 +68,20 @@ int run_assembler(int argc, char **argv)
     if (has_too_many_sources(argc, argv))
         return 1;
     imply_settings();
-    if (would_lose_source(argc, argv) || !open_error_stream())
+    imply_listing();
+    claim_run_files({argv, static_cast<size_t>(argc)});
+    if (!open_error_file())
         return 1;
     make_include_list();
-    imply_listing();
     install_keywords();
     if (!define_symbols())
         return 1;
     if (debug_lines)
         build_debug_prologue();
     bool any_errors = assemble_sources(argc, argv);
-    if (error_file_name != nullptr && !close_error_stream(any_errors))
+    if (error_file_name != nullptr && !close_error_file(any_errors))
         any_errors = true;
+    // What -md and messg wrote counts only once it has left the process.
     if (!flush_standard_output())
         any_errors = true;
     return any_errors ? 1 : 0;

@@ -18,7 +18,7 @@ const char *object_file_name;
 const char *listing_file_name;
 char time_stamp[20];
 
-// The blocks behind the two names, none where an option gives the name.
+// The blocks behind the two names.
 static char *derived_object_name;
 static char *derived_listing_name;
 
@@ -58,12 +58,25 @@ static void form_time_stamp()
 }
 
 // `name` with everything from its last dot on replaced by `extension`.
-static char *with_extension(const char *name, const char *extension)
+static std::string with_extension(const std::string &name, const char *extension)
 {
-    const char *dot = std::strrchr(name, '.');
-    const size_t stem = dot != nullptr ? static_cast<size_t>(dot - name) : std::strlen(name);
-    const std::string result = std::string(name, stem) + extension;
-    return copy_text(result.c_str(), result.size());
+    return name.substr(0, name.rfind('.')) + extension;
+}
+
+std::string object_name_of(const char *source)
+{
+    return output_file_name != nullptr ? output_file_name : with_extension(source, ".o");
+}
+
+std::string listing_name_of(const char *source)
+{
+    return listing_name_option != nullptr ? listing_name_option
+                                          : with_extension(object_name_of(source), ".ls");
+}
+
+static char *copy_name(const std::string &name)
+{
+    return copy_text(name.c_str(), name.size());
 }
 
 void derive_file_names()
@@ -75,9 +88,8 @@ void derive_file_names()
     if (dot != nullptr && dot[1] == 'n' && dot[2] == 'v')
         debug_lines = 0;
 
-    if (output_file_name == nullptr)
-        derived_object_name = with_extension(source_file_name, ".o");
-    object_file_name = output_file_name != nullptr ? output_file_name : derived_object_name;
+    derived_object_name = copy_name(object_name_of(source_file_name));
+    object_file_name = derived_object_name;
 
     if (opt_make_deps) {
         std::printf("%s:", object_file_name);
@@ -85,9 +97,8 @@ void derive_file_names()
     }
     if (!listing_enabled)
         return;
-    if (listing_name_option == nullptr)
-        derived_listing_name = with_extension(object_file_name, ".ls");
-    listing_file_name = listing_name_option != nullptr ? listing_name_option : derived_listing_name;
+    derived_listing_name = copy_name(listing_name_of(source_file_name));
+    listing_file_name = derived_listing_name;
 }
 
 void forget_file_names()

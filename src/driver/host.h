@@ -2,7 +2,10 @@
 // the end of the process. A port replaces this pair of files and nothing else.
 #pragma once
 
+#include <cstdint>
 #include <cstdio>
+#include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -13,43 +16,78 @@ constexpr char path_separator = '\\';
 constexpr char path_separator = '/';
 #endif
 
-enum class PathKind { MISSING, DIRECTORY, REGULAR, OTHER };
+// What stands under a path. UNKNOWN: the host failed to tell.
+enum class PathKind { MISSING, DIRECTORY, REGULAR, OTHER, UNKNOWN };
 
 // What stands under `path`, symbolic links followed.
 PathKind path_kind(const char *path);
 
-// Opens a file for reading, byte for byte. None when it can't be opened or is a directory, which
-// some hosts would let us open and only then refuse to read.
-std::FILE *open_for_reading(const char *path);
+// What comes of opening an input. ABSENT is an answer: there is no such file, it may not be read,
+// or it is neither a regular file nor the null device. EXHAUSTED: too many files are open. FAILED:
+// the host could not tell.
+enum class Opening { OPEN, ABSENT, EXHAUSTED, FAILED };
 
-// The same for text that each pass reads again: a pipe, which would be empty the second time, can't
-// be opened either.
-std::FILE *open_for_passes(const char *path);
-
-// Whether both names lead to one and the same regular file.
-bool is_same_file(const char *path, const char *other);
-
-// Whether the opening that failed last did so because too many files are open.
-bool files_exhausted();
+// Opens an input for reading, byte for byte. Inputs are read by each pass anew, so that a pipe is
+// none, and never waited for. `file` is set if the result is OPEN.
+Opening open_for_reading(const char *path, std::FILE **file);
 
 // Names of the directories that lie in `path`, in byte order: no name with a leading ".", no
-// symbolic link. Empty when the directory can't be read.
-std::vector<std::string> subdirectories(const char *path);
+// symbolic link. Empty when the directory may not be read, none when the host failed to tell.
+std::optional<std::vector<std::string>> subdirectories(const char *path);
 
 // Names of the regular files in `directory` ("" is the working directory) that match `pattern` by
-// the shell's rules for "*" and "?", in byte order. A leading "." must be written out.
-std::vector<std::string> matching_files(const std::string &directory, const char *pattern);
+// the shell's rules for "*" and "?", in byte order. A leading "." must be written out. Empty and
+// none as above.
+std::optional<std::vector<std::string>> matching_files(const std::string &directory,
+                                                       const char *pattern);
 
-// Deletes a file that this run has written; anything but a regular file (a device, say) is left.
-void remove_output(const char *path);
+// Which file a path leads to: the file itself, if there is one, and its place, symbolic links
+// followed, so that two names of a file that isn't there yet are known as one.
+struct FileIdentity {
+    bool exists = false;
+    bool regular = false;
+    uint64_t device = 0;
+    uint64_t number = 0;
+    bool place_known = false;
+    uint64_t directory_device = 0;
+    uint64_t directory_number = 0;
+    std::string name; // in that directory
+};
+FileIdentity identify_file(const char *path);
 
-// SIGINT ends the process with status 2, whatever was written stays. A closed pipe or a limit on
-// the size of files is no reason to die in the middle of writing: the write fails and is reported.
+// Whether both are one file. What is no regular file (a device, a pipe) is never in another's way.
+bool is_same_file(const FileIdentity &file, const FileIdentity &other);
+
+// Whether an output may be written there, as far as can be told without writing: false for a
+// directory, a missing directory, and what the user may not write to.
+bool takes_output(const char *path);
+
+// A part of an output; the parts are written in order.
+using Piece = std::span<const uint8_t>;
+
+// Puts an output in place, whole or not at all: a temporary file beside it is renamed when it is
+// complete. Symbolic links are followed, and the permissions of the file that it replaces are kept.
+// Where no file can be made or renamed there, the file itself is written; what is no regular file,
+// or stands behind standard output or standard error, too. False when it could not be written.
+bool write_output(const char *path, std::span<const Piece> pieces);
+
+// Deletes a file that an earlier run has written; anything but a regular file (a device, say) is
+// left. False when that failed.
+bool remove_output(const char *path);
+
+// SIGINT ends the process with status 2; it and the other signals that ask a process to end leave
+// no temporary file. A closed pipe or a limit on the size of files is no reason to die in the
+// middle of writing: the write fails and is reported.
 void route_signals();
 
 // Occupies the standard streams that the caller has closed, so that no file that is opened later
 // gets one of their numbers and a message as part of its contents.
 void occupy_standard_streams();
 
-// Ends the process at once with `status`. Used for command-line errors and exhausted memory.
+// Ends the process with status 1 after "can't read %s" on standard error: for what decides which
+// files are found, as a guess would find others.
+[[noreturn]] void end_unreadable(const char *path);
+
+// Ends the process at once with `status` and leaves no temporary file. Used for command-line errors
+// and exhausted memory.
 [[noreturn]] void end_process(int status);

@@ -51,8 +51,20 @@ static void add_path(TextArray *list, const char *path)
         list->capacity *= 2;
     }
     list->items[list->count++] = copy_text(path, std::strlen(path));
-    for (const std::string &name : subdirectories(path))
+    const auto names = subdirectories(path);
+    if (!names)
+        end_unreadable(path);
+    for (const std::string &name : *names)
         add_path(list, (std::string(path) + path_separator + name).c_str());
+}
+
+// As path_kind, for a path that has to be known.
+static PathKind known_kind(const std::string &path)
+{
+    const PathKind kind = path_kind(path.c_str());
+    if (kind == PathKind::UNKNOWN)
+        end_unreadable(path.c_str());
+    return kind;
 }
 
 static std::string without_trailing_separator(std::string_view path)
@@ -71,7 +83,7 @@ static void add_listed_paths(TextArray *list, const char *file_name)
         std::printf("%s\n", file.error.c_str());
     for (const std::string &word : file.words) {
         const std::string path = without_trailing_separator(word);
-        if (path_kind(path.c_str()) == PathKind::DIRECTORY)
+        if (known_kind(path) == PathKind::DIRECTORY)
             add_path(list, path.c_str());
     }
 }
@@ -82,7 +94,7 @@ TextArray expand_path_list(const TextArray &array)
     TextArray list = {static_cast<const char **>(xalloc(size, nullptr)), array.capacity, 0};
     for (int32_t i = 0; i < array.count; ++i) {
         const std::string path = without_trailing_separator(array.items[i]);
-        const PathKind kind = path_kind(path.c_str());
+        const PathKind kind = known_kind(path);
         if (kind == PathKind::DIRECTORY)
             add_path(&list, path.c_str());
         else if (kind == PathKind::REGULAR)

@@ -11,5 +11,6 @@ void add_env_paths(TextArray *array, const char *variable);
 // Gives the directories to search for the paths of `array`, in order: each directory that exists,
 // followed by all directories below it, each path once. A path that is a regular file is a list of
 // directories; a malformed list is reported on standard output. What doesn't exist is dropped
-// without a word. The paths of `array` lose one trailing "/" or "\".
+// without a word; what the host can't tell about ends the process, see end_unreadable. The paths of
+// `array` lose one trailing "/" or "\".
 TextArray expand_path_list(const TextArray &array);

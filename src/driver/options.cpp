@@ -234,7 +234,10 @@ void expand_wildcards(int *argc, char ***argv)
         }
         wildcard_seen = true;
         const std::string directory(word, directory_length(word));
-        for (const std::string &found : matching_files(directory, word + directory.size())) {
+        const auto files = matching_files(directory, word + directory.size());
+        if (!files)
+            end_unreadable(word);
+        for (const std::string &found : *files) {
             // Names come out in lower case on every host, as the make files of old projects expect.
             std::string path = directory + found;
             std::transform(path.begin() + static_cast<std::ptrdiff_t>(directory.size()), path.end(),

@@ -18,6 +18,7 @@
 #include "listing/listing.h"
 #include "output/debug_info.h"
 #include "output/object_file.h"
+#include "output/output_files.h"
 #include "output/resolver.h"
 #include "output/section_table.h"
 #include "stmt/statement.h"
@@ -30,6 +31,9 @@ void (*target_pass_hook)();
 
 // listing_enabled is held here while the optimising passes run.
 static int32_t listing_deferred;
+
+// Whether this source file was reported as missing.
+static bool missing_source_told;
 
 // Lines of the main source as counted by the pass before; 0 ahead of the first pass of the run.
 static uint32_t source_line_total;
@@ -51,8 +55,8 @@ constexpr int32_t SIZING_PASSES_MAX = 100;
 
 bool sizing_repeated;
 
-// How many void passes may still have errors that don't count, however far the pass had come when it
-// turned out void. What looks wrong only because a symbol comes late is right a pass later.
+// How many void passes may still have errors that don't count, however far the pass had come when
+// it turned out void. What looks wrong only because a symbol comes late is right a pass later.
 constexpr int32_t FORGIVEN_PASSES_MAX = 8;
 static int32_t forgiven_passes_left;
 
@@ -64,8 +68,7 @@ static bool passes_differ;
 
 bool values_must_settle()
 {
-    return pass_number != 0 &&
-           (error_count == 0 || pass_number == 1 || forgiven_passes_left != 0);
+    return pass_number != 0 && (error_count == 0 || pass_number == 1 || forgiven_passes_left != 0);
 }
 
 bool uses_must_settle()
@@ -115,16 +118,16 @@ static void reset_pass_state()
         target_pass_hook();
 }
 
-// A missing source says nothing in the sizing pass and is told and counted by the pass behind it.
-// The error that open_include recorded stays pending: the next source file of the command line
-// prints it, at its first statement.
+// A missing source says nothing in the sizing pass and is told and counted by the pass behind it;
+// one that the host failed to open is told at once. The error that open_main_source recorded stays
+// pending: the next source file of the command line prints it, at its first statement.
 static void report_missing_source()
 {
-    if (pass_number++ == 0)
+    if (pass_number++ == 0 && !input_failed())
         return;
-    std::fprintf(error_stream, messages[MSG_CANT_OPEN], source_file_name);
-    std::fputc('\n', error_stream);
-    ++error_count;
+    if (!missing_source_told)
+        report_without_line(messages[MSG_CANT_OPEN], source_file_name);
+    missing_source_told = true;
     if (listing_deferred) {
         listing_deferred = 0;
         listing_enabled = 1;
@@ -141,7 +144,7 @@ static void close_debug_scopes()
 static int32_t run_pass()
 {
     reset_pass_state();
-    if (!open_include(source_file_name)) {
+    if (!open_main_source(source_file_name)) {
         report_missing_source();
         return 0;
     }
@@ -355,6 +358,21 @@ static void assemble_sized_source()
     run_passes_until_numbered(true);
 }
 
+// The object is put in place last, when all that comes with it is where it should be.
+static void finish_outputs()
+{
+    drop_object_file();
+    if (error_count == 0) {
+        write_option_record();
+        build_object_file();
+    }
+    close_listing();
+    if (!flush_standard_output())
+        ++error_count;
+    if (error_count == 0)
+        place_object_file();
+}
+
 int32_t assemble_source_file()
 {
     derive_file_names();
@@ -367,22 +385,21 @@ int32_t assemble_source_file()
     new_section_group = 0;
     sizing_repeated = false;
     passes_differ = false;
+    missing_source_told = false;
     hold_listing_back();
 
     if (opt_make_deps) {
         run_pass();
         std::fputc('\n', stdout);
-        return 0;
+        report_missed_file();
+        return input_failed() ? error_count : 0;
     }
     size_source();
     assemble_sized_source();
     run_listing_pass();
     if (error_count == 0)
         report_broken_numbering();
-    if (error_count == 0) {
-        write_option_record();
-        write_object_file();
-    }
-    close_listing();
+    report_missed_file();
+    finish_outputs();
     return error_count;
 }

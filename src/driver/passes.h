@@ -20,7 +20,8 @@ extern int32_t forced_pass_flags;
 // Called at the head of each pass, if set. Installed by the target.
 extern void (*target_pass_hook)();
 
-// Assembles source_file_name and gives the number of its errors; always 0 under -md.
+// Assembles source_file_name and gives the number of its errors; 0 under -md, unless an input could
+// not be opened or read.
 int32_t assemble_source_file();
 
 // Whether a value that differs from the one of the pass before asks for a further pass. Once an

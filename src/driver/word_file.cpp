@@ -3,6 +3,7 @@
 
 #include "driver/word_file.h"
 
+#include "driver/file_register.h"
 #include "driver/host.h"
 #include "driver/number.h"
 #include <cstdio>
@@ -69,13 +70,19 @@ static bool read_lines(std::FILE *stream, const char *name, std::vector<std::str
 WordFile read_word_file(const char *name)
 {
     WordFile file;
-    std::FILE *stream = open_for_reading(name);
-    if (stream == nullptr) {
+    std::FILE *stream = nullptr;
+    const Opening opening = open_for_reading(name, &stream);
+    if (opening == Opening::ABSENT) {
         file.error = std::string("can't open file ") + name;
         return file;
     }
+    if (opening != Opening::OPEN)
+        end_unreadable(name);
+    note_input(name);
     std::vector<std::string> lines;
     const bool complete = read_lines(stream, name, &lines, &file);
+    if (std::ferror(stream))
+        end_unreadable(name);
     std::fclose(stream);
     if (!complete)
         return file;

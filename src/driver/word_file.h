@@ -12,5 +12,6 @@ struct WordFile {
 
 // Reads the words of the file `name`: separated by white space, or between two equal quotes; "#"
 // where a word could begin opens a comment. Errors: "can't open file %s", "no command found in %s",
-// "line %d too long in file %s" and "unmatched %c in: %s".
+// "line %d too long in file %s" and "unmatched %c in: %s". A file that is there and can't be read
+// ends the process, see end_unreadable.
 WordFile read_word_file(const char *name);

@@ -3,6 +3,7 @@
 
 #include "input/input_stack.h"
 
+#include "driver/file_register.h"
 #include "driver/host.h"
 #include "driver/memory.h"
 #include "driver/passes.h"
@@ -15,6 +16,8 @@
 #include "listing/side_outputs.h"
 #include <cstdio>
 #include <cstring>
+#include <map>
+#include <set>
 #include <string>
 
 char line_buffer[LINE_ROOM];
@@ -28,10 +31,13 @@ struct InputSource {
     FileRecord *file_record; // current when the input was suspended
     Expansion *expansion;
     std::FILE *file;
+    const char *opened_name;
 };
 
-// The file being read when no expansion runs on top of it.
+// The file being read when no expansion runs on top of it, and the name it was found under, which
+// lies in known_names.
 static std::FILE *current_file;
+static const char *current_opened_name;
 
 // Record of the file being read; an expansion doesn't change it, so that its lines are reported at
 // the line that called it.
@@ -51,6 +57,14 @@ static int32_t open_files;
 // Set when nested includes have used up the open files: a file that includes itself twice would
 // otherwise try again on every level of the way back. Cleared when the main source goes on.
 static bool out_of_files;
+
+// What is remembered of the passes of a source file, so that all of them read the same: where each
+// name was found, and what was reported of the names. Emptied for each source file.
+static std::map<std::string, std::string> known_names;
+static std::set<std::string> changed_names;
+static std::set<std::string> unreadable_names;
+static std::string missed_file; // not opened in some pass, as the host had too many open
+static bool failed_once;
 
 // A longer joined path isn't tried.
 constexpr size_t JOINED_PATH_MAX = 511;
@@ -72,6 +86,7 @@ static void push_input()
     input->file_record = current_file_record;
     input->expansion = current_expansion;
     input->file = current_file;
+    input->opened_name = current_opened_name;
     input_stack = input;
 }
 
@@ -91,6 +106,7 @@ static bool pop_input()
     current_expansion = input->expansion;
     if (input->expansion == nullptr) {
         current_file = input->file;
+        current_opened_name = input->opened_name;
         list_state &= ~LIST_EXPANSION;
     }
     input_stack = xfree(input, input->next);
@@ -106,6 +122,14 @@ Expansion *visit_suspended_expansions(bool (*stops)(Expansion *))
     return nullptr;
 }
 
+// The line that can't be read is the one behind the last; the file ends there.
+static void report_read_error()
+{
+    ++current_file_record->line;
+    ++line_ordinal;
+    report_unreadable(current_opened_name);
+}
+
 static const char *next_file_line()
 {
     if (!end_seen && read_source_line(current_file, line_buffer, LINE_ROOM)) {
@@ -113,6 +137,8 @@ static const char *next_file_line()
         ++line_ordinal;
         return line_buffer;
     }
+    if (std::ferror(current_file))
+        report_read_error();
     std::fclose(current_file);
     current_file = nullptr;
     --open_files;
@@ -147,8 +173,9 @@ const char *next_line()
     return nullptr;
 }
 
-// Searches the include list. The joined name is left in line_buffer.
-static std::FILE *open_on_include_list(const char *name)
+// Searches the include list. The joined name is left in line_buffer. Only where the file isn't
+// there the search goes on: a name that could not be looked up must not give way to another file.
+static Opening open_on_include_list(const char *name, std::FILE **file)
 {
     for (int32_t i = 0; i < include_list.count; ++i) {
         const char *path = include_list.items[i];
@@ -158,10 +185,11 @@ static std::FILE *open_on_include_list(const char *name)
             continue;
         }
         std::strcpy(line_buffer, joined.c_str());
-        if (std::FILE *file = open_for_passes(line_buffer))
-            return file;
+        const Opening opening = open_for_reading(line_buffer, file);
+        if (opening != Opening::ABSENT)
+            return opening;
     }
-    return nullptr;
+    return Opening::ABSENT;
 }
 
 static bool has_file_record(const char *name)
@@ -199,44 +227,112 @@ static FileRecord *find_file_record(const char *name)
     return file_records;
 }
 
-// Opens the file where it is found first; *opened_name is its name there. None when there is none.
-static std::FILE *open_source(const char *name, const char **opened_name)
+// Opens the file where it is found first; *opened_name is its name there.
+static Opening open_source(const char *name, const char **opened_name, std::FILE **file)
 {
     out_of_files = out_of_files || open_files >= OPEN_FILES_MAX;
     if (out_of_files)
-        return nullptr;
+        return Opening::EXHAUSTED;
     *opened_name = name;
-    std::FILE *file = open_for_passes(name);
-    out_of_files = file == nullptr && files_exhausted();
-    if (file == nullptr && name[0] != path_separator) {
-        file = open_on_include_list(name);
+    Opening opening = open_for_reading(name, file);
+    if (opening == Opening::ABSENT && name[0] != path_separator) {
+        opening = open_on_include_list(name, file);
         *opened_name = line_buffer;
     }
-    return file;
+    if (opening == Opening::EXHAUSTED) {
+        out_of_files = true;
+        missed_file = name;
+    }
+    return opening;
 }
 
-int32_t open_include(const char *name)
+// Where the name was found by the pass that asked for it first; empty when nowhere. When that is
+// now, it is `opened_name`. Failures for want of open files aren't remembered: they depend on the
+// place.
+static const std::string &first_opened_name(const char *name, const char *opened_name)
 {
-    const char *opened_name;
-    std::FILE *file = open_source(name, &opened_name);
-    if (file == nullptr) {
+    return known_names.try_emplace(name, opened_name).first->second;
+}
+
+// Tells a name that opens in one pass and not in another. Once: a pass that fails to open it again
+// records the error as for any other name.
+static void report_changed_name(const char *name)
+{
+    failed_once = true;
+    if (changed_names.insert(name).second)
+        report_at_line(messages[MSG_CANT_OPEN], name);
+    else
         record_error(messages[MSG_CANT_OPEN], 0, name);
-        return 0;
-    }
+}
+
+// Makes an open file the current input.
+static void enter_file(std::FILE *file, const char *opened_name)
+{
     if (current_file != nullptr || current_expansion != nullptr)
         push_input();
     ++open_files;
     current_file = file;
+    current_opened_name = opened_name;
     current_expansion = nullptr;
+    note_input(opened_name);
     if (pass_number == 0 && opt_make_deps && !has_file_record(opened_name))
         add_dependency(opened_name);
-    // Without any record the main source has appeared only behind the sizing pass.
+    // Without any record the main source has not been opened in the sizing pass.
     if (pass_number == 0 || file_records == nullptr)
         current_file_record = append_file_record(opened_name);
     else
         current_file_record = find_file_record(opened_name);
     current_file_record->line = 0;
-    return 1;
+}
+
+// What came of a name, compared with the passes before.
+enum class NameState { OPEN, MISSING, CHANGED };
+
+static NameState open_name(const char *name)
+{
+    const char *opened_name = "";
+    std::FILE *file = nullptr;
+    const Opening opening = open_source(name, &opened_name, &file);
+    if (opening == Opening::EXHAUSTED)
+        return NameState::MISSING;
+    if (opening == Opening::FAILED)
+        return NameState::CHANGED;
+    if (opening == Opening::ABSENT)
+        opened_name = "";
+    const std::string &first_name = first_opened_name(name, opened_name);
+    if (first_name == opened_name && opening == Opening::OPEN) {
+        enter_file(file, first_name.c_str());
+        return NameState::OPEN;
+    }
+    if (opening == Opening::OPEN)
+        std::fclose(file);
+    return first_name == opened_name ? NameState::MISSING : NameState::CHANGED;
+}
+
+int32_t open_include(const char *name)
+{
+    const NameState state = open_name(name);
+    if (state == NameState::CHANGED)
+        report_changed_name(name);
+    else if (state == NameState::MISSING)
+        record_error(messages[MSG_CANT_OPEN], 0, name);
+    return state == NameState::OPEN;
+}
+
+bool open_main_source(const char *name)
+{
+    const NameState state = open_name(name);
+    failed_once = failed_once || state == NameState::CHANGED;
+    if (state != NameState::OPEN)
+        record_error(messages[MSG_CANT_OPEN], 0, name);
+    return state == NameState::OPEN;
+}
+
+void report_unreadable(const char *name)
+{
+    failed_once = true;
+    if (unreadable_names.insert(name).second)
+        report_at_line("can't read %s", name);
 }
 
 void reset_input()
@@ -251,17 +347,24 @@ void reset_input()
         input_stack = xfree(input_stack, input_stack->next);
 }
 
-bool is_source_file(const char *path)
+bool input_failed()
 {
-    for (const FileRecord *record = file_records; record != nullptr; record = record->next) {
-        if (is_same_file(path, record->name))
-            return true;
-    }
-    return false;
+    return failed_once || !missed_file.empty();
+}
+
+void report_missed_file()
+{
+    if (error_count == 0 && !missed_file.empty())
+        report_at_line(messages[MSG_CANT_OPEN], missed_file.c_str());
 }
 
 void forget_files()
 {
+    known_names.clear();
+    changed_names.clear();
+    unreadable_names.clear();
+    missed_file.clear();
+    failed_once = false;
     while (file_records != nullptr)
         file_records = xfree(file_records, file_records->next);
     file_records_tail = &file_records;

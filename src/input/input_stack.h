@@ -35,8 +35,16 @@ extern int32_t end_seen;
 const char *next_line();
 
 // Makes a file the current input and returns 1, or records "can't open %s" and returns 0. The name
-// is tried as it stands, then, unless rooted, below each path of the include list.
+// is tried as it stands, then, unless rooted, below each path of the include list. A name that
+// doesn't open as it did in an earlier pass, or that the host failed to look up, is an error at
+// once, in every pass.
 int32_t open_include(const char *name);
+
+// The same for the main source: here a false tells nothing at once.
+bool open_main_source(const char *name);
+
+// Records that an input can't be read, at once and in every pass, but only once for each name.
+void report_unreadable(const char *name);
 
 // Puts an expansion on top of the current input.
 void push_expansion(Expansion *expansion);
@@ -48,8 +56,13 @@ Expansion *visit_suspended_expansions(bool (*stops)(Expansion *));
 // Empties the input at the head of a pass.
 void reset_input();
 
-// Whether `path` leads to a file that is being assembled: the main source or an include file.
-bool is_source_file(const char *path);
+// Whether the host has failed to open or read an input of this source file, so that what was read
+// is not the whole.
+bool input_failed();
+
+// Reports a file that could not be opened because the host had too many open, if nothing else is
+// wrong with the source file. It may have been missed in the passes only that nobody counts.
+void report_missed_file();
 
 // Frees the file records of the source file before. Nothing may point to their names any more.
 void forget_files();

@@ -5,7 +5,8 @@
 #include <cstdio>
 
 // Reads at most `room` - 1 characters up to and with the next newline into `buffer`, which ends in
-// a zero byte. CR LF is read as LF. False at the end of the file or when it can't be read.
+// a zero byte. CR LF is read as LF. False at the end of the file and when it can't be read, which
+// std::ferror tells apart.
 bool read_source_line(std::FILE *file, char *buffer, size_t room);
 
 // Reads on to the character behind the next newline.

@@ -3,8 +3,10 @@
 
 #include "input/source_span.h"
 
+#include "driver/file_register.h"
 #include "driver/host.h"
 #include "driver/memory.h"
+#include "driver/passes.h"
 #include "input/input_stack.h"
 #include "input/source_reader.h"
 #include "listing/diagnostics.h"
@@ -18,6 +20,8 @@ static uint32_t span_first;       // number of the next line to deliver
 static uint32_t span_left;        // lines still to deliver, 0 when no span is active
 static uint32_t span_asked_first; // the range of the last request
 static uint32_t span_asked_last;
+
+constexpr const char *CANT_OPEN_SOURCE = "can't open source %s";
 
 // Columns ahead of the text: a semicolon, six digits, a blank.
 constexpr size_t NUMBER_WIDTH = 8;
@@ -36,7 +40,7 @@ static bool read_span_text()
         text[length + 1] = '\0';
         skip_source_line(span_file);
     }
-    return true;
+    return !std::ferror(span_file);
 }
 
 // Puts the number in front of the text, without leading zeros, and gives the line's start.
@@ -64,6 +68,8 @@ const char *next_span_line()
     while (span_left != 0) {
         if (!read_span_text()) {
             span_left = 0;
+            if (std::ferror(span_file))
+                report_unreadable(span_name);
             break;
         }
         if (++span_line != span_first)
@@ -74,16 +80,45 @@ const char *next_span_line()
     return nullptr;
 }
 
-static void open_span_file(const char *name)
+static void forget_span_file()
 {
     if (span_file != nullptr)
         std::fclose(span_file);
+    span_file = nullptr;
     free_block(span_name);
-    span_name = copy_text(name, std::strlen(name));
-    span_file = open_for_reading(name);
-    if (span_file == nullptr)
-        record_error("can't open source %s", 0, span_name);
+    span_name = nullptr;
     span_line = 0;
+}
+
+static void open_span_file(const char *name)
+{
+    forget_span_file();
+    switch (open_for_reading(name, &span_file)) {
+    case Opening::OPEN:
+        note_input(name);
+        break;
+    case Opening::ABSENT:
+        record_error(CANT_OPEN_SOURCE, 0, name);
+        // A void pass drops the error: the next one tries again.
+        if (pass_must_repeat)
+            return;
+        break;
+    default:
+        report_at_line(CANT_OPEN_SOURCE, name);
+        break;
+    }
+    span_name = copy_text(name, std::strlen(name));
+}
+
+// Back to the first line. A file that can't be read from there is given up.
+static bool rewind_span_file()
+{
+    span_line = 0;
+    if (std::fseek(span_file, 0, SEEK_SET) == 0)
+        return true;
+    report_unreadable(span_name);
+    forget_span_file();
+    return false;
 }
 
 void select_source_lines(const char *name, uint32_t first, uint32_t last)
@@ -98,10 +133,8 @@ void select_source_lines(const char *name, uint32_t first, uint32_t last)
     span_asked_last = last;
     if (first == span_line && last == span_line)
         return;
-    if (first <= span_line) {
-        std::rewind(span_file);
-        span_line = 0;
-    }
+    if (first <= span_line && !rewind_span_file())
+        return;
     span_first = first;
     span_left = last - first + 1;
 }

@@ -5,13 +5,13 @@
 #include "listing/diagnostics.h"
 
 #include "driver/file_names.h"
-#include "driver/host.h"
 #include "driver/memory.h"
 #include "driver/passes.h"
 #include "driver/settings.h"
 #include "expr/lexer.h"
 #include "input/input_stack.h"
 #include "listing/listing.h"
+#include "output/byte_stream.h"
 #include <algorithm>
 #include <cstring>
 #include <functional>
@@ -50,6 +50,7 @@ const char *const messages[MESSAGE_COUNT] = {
 
 int32_t error_count;
 std::FILE *error_stream = stderr;
+ByteStream gathered_errors = {nullptr, &gathered_errors.head, nullptr, 0};
 const char *line_directive_file;
 uint32_t line_directive_bias;
 
@@ -124,34 +125,32 @@ bool error_pending()
 }
 
 // The text of a message.
-static std::string format_message(const char *message, uint32_t length, const char *text)
+static std::string message_text(const char *message, uint32_t length, const char *text)
 {
-    char buffer[1024];
     const bool counted = takes_length(message);
-    const auto format = [&](char *room, size_t size) {
+    const auto print = [&](char *room, size_t size) {
         return counted ? std::snprintf(room, size, message, static_cast<int>(length), text)
                        : std::snprintf(room, size, message, text);
     };
-    const auto needed = static_cast<size_t>(format(buffer, sizeof buffer));
-    if (needed < sizeof buffer)
-        return {buffer, needed};
-    std::string result(needed + 1, '\0');
-    format(result.data(), result.size());
+    std::string result(static_cast<size_t>(print(nullptr, 0)) + 1, '\0');
+    print(result.data(), result.size());
     result.pop_back();
     return result;
 }
 
-static std::string format_pending_message()
+static std::string pending_text()
 {
-    return format_message(pending_error.message, pending_error.length, pending_error.text);
+    return message_text(pending_error.message, pending_error.length, pending_error.text);
 }
 
-static void put_line(const std::string &line)
+static void print_diagnostic(const std::string &line)
 {
     if (messages_held)
-        held_messages += line + '\n';
+        held_messages += line;
+    else if (error_stream != nullptr)
+        std::fputs(line.c_str(), error_stream);
     else
-        std::fprintf(error_stream, "%s\n", line.c_str());
+        stream_put_text(&gathered_errors, line);
 }
 
 void hold_messages()
@@ -169,29 +168,28 @@ void drop_messages()
 
 void release_messages()
 {
-    std::fputs(held_messages.c_str(), error_stream);
+    const std::string messages_now = held_messages;
     drop_messages();
+    print_diagnostic(messages_now);
 }
 
-// The head of a message in its plain form.
-static std::string plain_head(const char *file, uint32_t line)
+static std::string error_head(const char *file, uint32_t line)
 {
     return std::string("#error ") + program_name + ' ' + file + ':' +
            std::to_string(static_cast<int32_t>(line)) + '\t';
 }
 
-static void print_error_line()
+static void print_error_line(const std::string &text)
 {
     const SourcePosition position = source_position();
-    if (eclipse_style)
-        put_line(std::string(position.file) + ':' +
-                 std::to_string(static_cast<int32_t>(position.line)) +
-                 ":1: " + format_pending_message());
-    else
-        put_line(plain_head(position.file, position.line) + format_pending_message());
+    const std::string head = eclipse_style
+                                 ? std::string(position.file) + ':' +
+                                       std::to_string(static_cast<int32_t>(position.line)) + ":1: "
+                                 : error_head(position.file, position.line);
+    print_diagnostic(head + text + '\n');
 }
 
-int32_t flush_error(std::FILE *listing)
+int32_t flush_error(ByteStream *listing)
 {
     if (!error_pending())
         return 0;
@@ -202,15 +200,27 @@ int32_t flush_error(std::FILE *listing)
     }
     if (listing != nullptr) {
         page_check();
-        std::fprintf(listing, "******** ERROR:  %s  ********\n", format_pending_message().c_str());
+        stream_put_text(listing, "******** ERROR:  " + pending_text() + "  ********\n");
     }
     // With branch optimisation the listing comes from an extra last pass, and the passes before it
     // have shown its errors. Under -b the pass that lists is the only one to show them.
     if (listing == nullptr || opt_no_branch_opt)
-        print_error_line();
+        print_error_line(pending_text());
     ++error_count;
     pending_error = {};
     return 1;
+}
+
+void report_at_line(const char *message, const char *text)
+{
+    print_error_line(message_text(message, 0, text));
+    ++error_count;
+}
+
+void report_without_line(const char *message, const char *text)
+{
+    print_diagnostic(message_text(message, 0, text) + '\n');
+    ++error_count;
 }
 
 void print_file_error_prefix(const char *file)
@@ -221,52 +231,9 @@ void print_file_error_prefix(const char *file)
         std::fprintf(stderr, "#error %s %s:0 ", program_name, file);
 }
 
-std::FILE *create_output(const char *name, const char *mode)
-{
-    std::FILE *stream = is_source_file(name) ? nullptr : std::fopen(name, mode);
-    if (stream == nullptr) {
-        print_file_error_prefix(source_file_name);
-        std::fprintf(stderr, "can't create %s\n", name);
-    }
-    return stream;
-}
-
 void print_direct_error(const char *file, uint32_t line, const char *message, uint32_t length,
                         const char *text)
 {
-    put_line(plain_head(file, line) + format_message(message, length, text));
+    print_diagnostic(error_head(file, line) + message_text(message, length, text) + '\n');
     ++error_count;
-}
-
-bool close_output(std::FILE *stream, const char *name)
-{
-    const bool failed = std::ferror(stream) != 0;
-    if (std::fclose(stream) == 0 && !failed)
-        return true;
-    print_file_error_prefix(source_file_name);
-    std::fprintf(stderr, "can't write %s\n", name);
-    ++error_count;
-    return false;
-}
-
-int32_t open_error_stream()
-{
-    if (error_file_name == nullptr)
-        return 1;
-    error_stream = std::fopen(error_file_name, "w");
-    if (error_stream != nullptr)
-        return 1;
-    std::fprintf(stderr, messages[MSG_CANT_CREATE], error_file_name);
-    return 0;
-}
-
-int32_t close_error_stream(int32_t any_errors)
-{
-    const bool written = close_output(error_stream, error_file_name);
-    error_stream = stderr;
-    if (any_errors)
-        std::fprintf(stderr, "errors reported in %s\n", error_file_name);
-    else if (written)
-        remove_output(error_file_name);
-    return written;
 }

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstdio>
 
+struct ByteStream;
+
 // The messages that several places raise, as indexes of `messages`. The texts are printf formats:
 // "%.*s" takes a length and a text that need not be terminated, "%s" a terminated text.
 enum MessageIndex {
@@ -44,8 +46,10 @@ extern const char *const messages[MESSAGE_COUNT];
 // error met in two passes counts twice.
 extern int32_t error_count;
 
-// Where diagnostics go: standard error, or the file of +e.
+// Where diagnostics go as they come: standard error, or none while they are gathered for the file
+// of +e, in gathered_errors.
 extern std::FILE *error_stream;
+extern ByteStream gathered_errors;
 
 // File name given by #line or .sfile, none when the real position counts. With it, the line shown
 // is line_ordinal minus line_directive_bias. Set by the directives, never reset.
@@ -74,9 +78,17 @@ void force_error(MessageIndex message);
 // Whether the current line has an error that isn't printed yet.
 bool error_pending();
 
-// Prints and counts the pending error, to `listing` when given, else to error_stream; drops it when
+// Prints and counts the pending error, to `listing` when given, else as a diagnostic; drops it when
 // the pass is void. Returns 1 if an error was pending, dropped or not, else 0.
-int32_t flush_error(std::FILE *listing);
+int32_t flush_error(ByteStream *listing);
+
+// Prints an error at the current line and counts it at once, whatever pass this is: for what makes
+// even a void pass worthless, as an input that can't be read does. `text` is for the "%s" of
+// `message`.
+void report_at_line(const char *message, const char *text);
+
+// Prints an error that has no line, and counts it. `text` as above.
+void report_without_line(const char *message, const char *text);
 
 // Messages that go to error_stream wait from here on until they are released or dropped. They count
 // at once.
@@ -87,23 +99,7 @@ void drop_messages();
 // Writes the head of a message that has a file but no line to standard error.
 void print_file_error_prefix(const char *file);
 
-// Opens an output file for writing, `mode` as for fopen. When that fails, or when the file is one
-// that is being assembled and would be lost, tells so on standard error and gives none; no error is
-// counted.
-std::FILE *create_output(const char *name, const char *mode);
-
-// Prints an error found between the passes to error_stream, always in its "#error" form, and counts
-// it. `message` takes `length` and `text`, if it has a placeholder.
+// Prints an error found between the passes, always in its "#error" form, and counts it. `message`
+// takes `length` and `text`, if it has a placeholder.
 void print_direct_error(const char *file, uint32_t line, const char *message, uint32_t length,
                         const char *text);
-
-// Closes an output file. When not everything could be written, tells so, counts an error and
-// returns false.
-bool close_output(std::FILE *stream, const char *name);
-
-// Opens error_stream; returns 0, with the reason told, if the file of +e can't be created.
-int32_t open_error_stream();
-
-// Closes the file of +e at the end of the run; without errors the file is deleted. Returns 0 if the
-// diagnostics could not be written, else 1.
-int32_t close_error_stream(int32_t any_errors);

@@ -1,6 +1,6 @@
-// The listing file is opened afresh by every pass that lists, so that the last one's stands: under
-// branch optimisation that is one extra pass at the end. The statement processor decides through
-// list_state which lines come here.
+// The listing is made afresh in memory by every pass that lists, so that the last one's stands:
+// under branch optimisation that is one extra pass at the end. The statement processor decides
+// through list_state which lines come here.
 
 #include "listing/listing.h"
 
@@ -13,6 +13,8 @@
 #include "listing/side_outputs.h"
 #include "listing/symbol_listing.h"
 #include "listing/titles.h"
+#include "output/byte_stream.h"
+#include "output/output_files.h"
 #include "output/section_table.h"
 #include "stmt/statement.h"
 #include "target/emission.h"
@@ -39,21 +41,21 @@ constexpr int32_t BARE_HEAD_LINES = 3;
 // The page heads are made for this width; nothing cuts source lines.
 constexpr int LINE_WIDTH = 80;
 
-static std::FILE *listing_stream;
+static ByteStream listing_text = {nullptr, &listing_text.head, nullptr, 0};
+static bool listing_open;
 static int32_t lines_on_page;
 static int32_t page_number;
 
-static void close_listing_stream()
+static void drop_listing()
 {
-    if (listing_stream != nullptr)
-        close_output(listing_stream, listing_file_name);
-    listing_stream = nullptr;
+    reset_stream(&listing_text);
+    listing_open = false;
 }
 
-static void create_listing()
+static void start_listing()
 {
-    listing_stream = create_output(listing_file_name, "w");
-    if (listing_stream == nullptr) {
+    listing_open = can_create_output(OutputKind::LISTING, listing_file_name);
+    if (!listing_open) {
         list_state = 0;
         return;
     }
@@ -63,14 +65,14 @@ static void create_listing()
 
 void open_listing()
 {
-    close_listing_stream();
-    close_verilog();
+    drop_listing();
+    drop_verilog();
     if (pass_number == 0)
         forget_titles();
     rewind_titles();
     list_state = pass_number != 0 && listing_enabled ? LIST_ON : 0;
     if (list_state == LIST_ON)
-        create_listing();
+        start_listing();
     if (list_state != 0)
         open_verilog();
 }
@@ -83,21 +85,21 @@ static int32_t print_page_head()
     const int name_length = static_cast<int>(std::strlen(source_file_name));
     if (const char *title = title_in_force(look_ahead)) {
         const int width = LINE_WIDTH - (name_length + 30);
-        std::fprintf(listing_stream, "%s %-*.*s %s page %d\n", time_stamp, width, width, title,
-                     source_file_name, page_number);
+        print_to(&listing_text, "%s %-*.*s %s page %d\n", time_stamp, width, width, title,
+                 source_file_name, page_number);
     } else if (opt_force_title) {
         const int width = std::max(LINE_WIDTH - (name_length + 10), 11);
-        std::fprintf(listing_stream, "%-*.*s %s page %d\n", width, width, time_stamp,
-                     source_file_name, page_number);
+        print_to(&listing_text, "%-*.*s %s page %d\n", width, width, time_stamp, source_file_name,
+                 page_number);
     } else {
         return BARE_HEAD_LINES;
     }
     int32_t lines = HEAD_LINES;
     if (const char *subtitle = subtitle_in_force(look_ahead)) {
-        std::fprintf(listing_stream, "%s\n", subtitle);
+        print_to(&listing_text, "%s\n", subtitle);
         ++lines;
     }
-    std::fputs("\n\n", listing_stream);
+    stream_put_text(&listing_text, "\n\n");
     return lines;
 }
 
@@ -111,9 +113,9 @@ void page_check()
         return;
     }
     if (!opt_formfeed)
-        std::fputs("\n\n", listing_stream);
+        stream_put_text(&listing_text, "\n\n");
     else if (page_number != 0)
-        std::fputc('\f', listing_stream);
+        stream_put_text(&listing_text, "\f");
     ++page_number;
     lines_on_page = print_page_head();
 }
@@ -122,30 +124,29 @@ void list_line(uint8_t mode)
 {
     page_check();
     const uint32_t line_number = opt_xref ? line_ordinal : current_line();
-    std::fprintf(listing_stream, "%4ld  ", static_cast<long>(static_cast<int32_t>(line_number)));
+    print_to(&listing_text, "%4ld  ", static_cast<long>(static_cast<int32_t>(line_number)));
     if (mode != LIST_VALUE && (line_byte_count != 0 || mode != LIST_ADDRESS_OF_BYTES))
-        std::fprintf(listing_stream, "%0*lx ", ADDRESS_DIGITS,
-                     static_cast<unsigned long>(line_address));
+        print_to(&listing_text, "%0*lx ", ADDRESS_DIGITS, static_cast<unsigned long>(line_address));
     else
-        std::fprintf(listing_stream, "%*s", ADDRESS_DIGITS + 1, "");
+        print_to(&listing_text, "%*s", ADDRESS_DIGITS + 1, "");
     for (int32_t i = 0; i < BYTES_PER_LINE; ++i) {
         if (i < line_byte_count)
-            std::fprintf(listing_stream, "%02x", line_bytes[i]);
+            print_to(&listing_text, "%02x", line_bytes[i]);
         else
-            std::fputs("  ", listing_stream);
+            stream_put_text(&listing_text, "  ");
     }
-    std::fprintf(listing_stream, "  %s", line_start);
-    flush_error(listing_stream);
+    print_to(&listing_text, "  %s", line_start);
+    flush_error(&listing_text);
 }
 
 void list_expanded_error(const char *line)
 {
     if (line != nullptr) {
         page_check();
-        std::fprintf(listing_stream, "%4ld  --- (expanded) --- %s",
-                     static_cast<long>(static_cast<int32_t>(current_line())), line);
+        print_to(&listing_text, "%4ld  --- (expanded) --- %s",
+                 static_cast<long>(static_cast<int32_t>(current_line())), line);
     }
-    flush_error(listing_stream);
+    flush_error(&listing_text);
 }
 
 void list_switch_line(const char *name, uint32_t length)
@@ -166,7 +167,7 @@ void list_blank_lines(int32_t count)
 {
     for (; count > 0; --count) {
         page_check();
-        std::fputc('\n', listing_stream);
+        stream_put_text(&listing_text, "\n");
     }
 }
 
@@ -187,20 +188,21 @@ static void end_last_page()
     if (!paginate)
         return;
     if (opt_formfeed) {
-        std::fputc('\f', listing_stream);
+        stream_put_text(&listing_text, "\f");
         return;
     }
     for (; lines_on_page < page_length; ++lines_on_page)
-        std::fputc('\n', listing_stream);
+        stream_put_text(&listing_text, "\n");
 }
 
 void close_listing()
 {
-    if (listing_stream != nullptr) {
+    if (listing_open) {
         if (opt_xref)
-            list_symbols(listing_stream);
+            list_symbols(&listing_text);
         end_last_page();
+        place_output(OutputKind::LISTING, listing_file_name, listing_text);
     }
-    close_listing_stream();
+    drop_listing();
     close_verilog();
 }

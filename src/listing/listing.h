@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 
 // Bits of list_state. A line is listed in full only if the word is exactly LIST_ON.
 constexpr uint32_t LIST_ON = 0x01;        // a listing file is open in this pass
@@ -16,11 +15,11 @@ extern int32_t clist_flag; // skipped lines and conditionals are listed
 extern int32_t dlist_flag; // debug directives and lines of debug sections are listed
 extern int32_t mlist_flag; // lines of expansions are listed
 
-// Opens the listing at the head of a pass that lists. A file that can't be created is told; the
+// Starts the listing at the head of a pass that lists. A file that can't be created is told; the
 // pass then has no listing.
 void open_listing();
 
-// Ends the listing, under -c with the symbol table.
+// Ends the listing, under -c with the symbol table, and puts it and the Verilog file in place.
 void close_listing();
 
 // Called ahead of each line of the listing: begins a new page when the present one is full.

@@ -6,6 +6,8 @@
 #include "expr/evaluator.h"
 #include "expr/lexer.h"
 #include "listing/diagnostics.h"
+#include "output/byte_stream.h"
+#include "output/output_files.h"
 #include "output/section_table.h"
 #include <cstdio>
 #include <cstring>
@@ -16,7 +18,8 @@ constexpr int32_t RULE_WIDTH = 78;
 // Room for the line of one `funa`.
 constexpr size_t FUNA_ROOM = 256;
 
-static std::FILE *verilog_stream;
+static ByteStream verilog_text = {nullptr, &verilog_text.head, nullptr, 0};
+static bool verilog_open;
 
 void add_dependency(const char *path)
 {
@@ -38,22 +41,28 @@ void open_verilog()
 {
     if (verilog_file_name == nullptr)
         return;
-    verilog_stream = create_output(verilog_file_name, "w");
-    if (verilog_stream == nullptr)
+    verilog_open = can_create_output(OutputKind::VERILOG, verilog_file_name);
+    if (!verilog_open)
         verilog_file_name = nullptr;
+}
+
+void drop_verilog()
+{
+    reset_stream(&verilog_text);
+    verilog_open = false;
 }
 
 void close_verilog()
 {
-    if (verilog_stream != nullptr)
-        close_output(verilog_stream, verilog_file_name);
-    verilog_stream = nullptr;
+    if (verilog_open)
+        place_output(OutputKind::VERILOG, verilog_file_name, verilog_text);
+    drop_verilog();
 }
 
 void write_verilog_line(const char *text)
 {
-    if (verilog_stream != nullptr)
-        std::fprintf(verilog_stream, "%s", text);
+    if (verilog_open)
+        stream_put_text(&verilog_text, text);
 }
 
 // The one term that may follow the value.

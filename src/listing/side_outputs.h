@@ -8,9 +8,12 @@ struct Keyword;
 // Adds a file to the dependency rule on standard output.
 void add_dependency(const char *path);
 
-// The Verilog file is opened together with the listing. One that can't be created is told and
-// not tried again.
+// The Verilog file is made together with the listing. One that can't be created is told and not
+// tried again.
 void open_verilog();
+
+// Forgets what a pass has made, or puts it in place.
+void drop_verilog();
 void close_verilog();
 
 // Writes text to the Verilog file, if it is open.

@@ -4,6 +4,7 @@
 
 #include "expr/cross_reference.h"
 #include "expr/symbol_table.h"
+#include "output/byte_stream.h"
 #include <algorithm>
 #include <cstring>
 #include <string_view>
@@ -50,75 +51,75 @@ static void sort_symbols()
     *link = nullptr;
 }
 
-static void print_literal(std::FILE *stream, const Symbol *symbol)
+static void print_literal(ByteStream *stream, const Symbol *symbol)
 {
     const size_t length = std::strlen(symbol->literal);
     const size_t padding = length <= LITERAL_WIDTH ? LITERAL_WIDTH - length : 0;
-    std::fprintf(stream, "\"%s\"%*s", symbol->literal, static_cast<int>(padding), "");
+    print_to(stream, "\"%s\"%*s", symbol->literal, static_cast<int>(padding), "");
 }
 
-static void print_state(std::FILE *stream, const Symbol *symbol)
+static void print_state(ByteStream *stream, const Symbol *symbol)
 {
     if (symbol->def_line == LINE_MULTIPLY_DEFINED)
-        std::fputs(" Multiply", stream);
+        stream_put_text(stream, " Multiply");
     else if (symbol->def_line == 0 && (symbol->attrs & ATTR_DEFINED) == 0)
-        std::fputs(" Not Defined", stream);
+        stream_put_text(stream, " Not Defined");
 }
 
-static void print_attributes(std::FILE *stream, const Symbol *symbol)
+static void print_attributes(ByteStream *stream, const Symbol *symbol)
 {
     const uint8_t shown = symbol->attrs ^ ATTR_REFERENCED;
     const char *separator = "";
     for (unsigned bit = 0; bit < std::size(attribute_names); ++bit) {
         if ((shown >> bit & 1) == 0)
             continue;
-        std::fprintf(stream, "%s %s", separator, attribute_names[bit]);
+        print_to(stream, "%s %s", separator, attribute_names[bit]);
         if (bit == 0 && (symbol->flags & SYM_WEAK))
-            std::fputs(" Weak", stream);
+            stream_put_text(stream, " Weak");
         separator = ",";
     }
 }
 
 // The definition is the first number of the first row, the uses follow.
-static void print_lines(std::FILE *stream, const Symbol *symbol)
+static void print_lines(ByteStream *stream, const Symbol *symbol)
 {
     const int width = symbol_column_width + 6;
     if (symbol->def_line != 0 && symbol->def_line != LINE_MULTIPLY_DEFINED)
-        std::fprintf(stream, "\n%*ld", width,
-                     static_cast<long>(static_cast<int32_t>(symbol->def_ordinal)));
+        print_to(stream, "\n%*ld", width,
+                 static_cast<long>(static_cast<int32_t>(symbol->def_ordinal)));
     else
-        std::fprintf(stream, "\n%*s", width, "***");
+        print_to(stream, "\n%*s", width, "***");
     int in_row = 1;
     for (const XrefChunk *chunk = symbol->xref.head; chunk != nullptr; chunk = chunk->next) {
         for (uint16_t i = 0; i < chunk->count; ++i) {
             if (in_row == NUMBERS_IN_ROW) {
-                std::fprintf(stream, "\n%*s", symbol_column_width, "");
+                print_to(stream, "\n%*s", symbol_column_width, "");
                 in_row = 0;
             }
-            std::fprintf(stream, "%6ld", static_cast<long>(static_cast<int32_t>(chunk->lines[i])));
+            print_to(stream, "%6ld", static_cast<long>(static_cast<int32_t>(chunk->lines[i])));
             ++in_row;
         }
     }
-    std::fputc('\n', stream);
+    stream_put_text(stream, "\n");
 }
 
-static void print_symbol(std::FILE *stream, const Symbol *symbol)
+static void print_symbol(ByteStream *stream, const Symbol *symbol)
 {
-    std::fprintf(stream, "%-*.*s ", symbol_column_width, static_cast<int>(symbol->name_length),
-                 symbol->name);
+    print_to(stream, "%-*.*s ", symbol_column_width, static_cast<int>(symbol->name_length),
+             symbol->name);
     if (symbol->flags & SYM_LITERAL)
         print_literal(stream, symbol);
     else
-        std::fprintf(stream, "%-10.08lx ", static_cast<unsigned long>(symbol->value));
+        print_to(stream, "%-10.08lx ", static_cast<unsigned long>(symbol->value));
     print_state(stream, symbol);
     print_attributes(stream, symbol);
     print_lines(stream, symbol);
 }
 
-void list_symbols(std::FILE *stream)
+void list_symbols(ByteStream *stream)
 {
     sort_symbols();
-    std::fputs("\nSymbol table:\n\n", stream);
+    stream_put_text(stream, "\nSymbol table:\n\n");
     for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
         if ((symbol->flags & (SYM_REGISTER | SYM_IN_DEBUG | SYM_LOCAL)) == 0)
             print_symbol(stream, symbol);

@@ -4,7 +4,10 @@
 
 #include "driver/memory.h"
 #include <algorithm>
+#include <cstdarg>
+#include <cstdio>
 #include <cstring>
+#include <string>
 
 void init_stream(ByteStream *stream)
 {
@@ -53,13 +56,45 @@ void stream_fill(ByteStream *stream, uint8_t byte, uint32_t count)
     }
 }
 
-uint32_t write_stream(const ByteStream *stream, std::FILE *file)
+void stream_put_text(ByteStream *stream, std::string_view text)
 {
-    uint32_t written = 0;
+    while (!text.empty()) {
+        if (stream->free_count == 0)
+            add_chunk(stream);
+        const size_t piece = std::min<size_t>(text.size(), stream->free_count);
+        std::memcpy(stream->write_point, text.data(), piece);
+        stream->write_point += piece;
+        stream->free_count -= static_cast<uint32_t>(piece);
+        text.remove_prefix(piece);
+    }
+}
+
+void print_to(ByteStream *stream, const char *format, ...)
+{
+    char room[1024];
+    std::va_list arguments;
+    va_start(arguments, format);
+    const auto length = static_cast<size_t>(std::vsnprintf(room, sizeof room, format, arguments));
+    va_end(arguments);
+    if (length < sizeof room) {
+        stream_put_text(stream, {room, length});
+        return;
+    }
+    std::string text(length + 1, '\0');
+    va_start(arguments, format);
+    std::vsnprintf(text.data(), text.size(), format, arguments);
+    va_end(arguments);
+    text.pop_back();
+    stream_put_text(stream, text);
+}
+
+uint32_t append_pieces(const ByteStream *stream, std::vector<std::span<const uint8_t>> *pieces)
+{
+    uint32_t total = 0;
     for (const CodeChunk *chunk = stream->head; chunk != nullptr; chunk = chunk->next) {
         const uint32_t size = chunk->next != nullptr ? CHUNK_SIZE : CHUNK_SIZE - stream->free_count;
-        std::fwrite(chunk->data, 1, size, file);
-        written += size;
+        pieces->emplace_back(chunk->data, size);
+        total += size;
     }
-    return written;
+    return total;
 }

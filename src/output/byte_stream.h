@@ -1,8 +1,10 @@
-// Growing byte streams: the contents and relocations of sections.
+// Growing byte streams: the contents and relocations of sections, and texts that become files.
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
+#include <span>
+#include <string_view>
+#include <vector>
 
 // The unit of allocation and of writing.
 constexpr uint32_t CHUNK_SIZE = 1024;
@@ -32,6 +34,11 @@ void stream_put_byte(ByteStream *stream, uint8_t byte);
 // `count` times the same byte.
 void stream_fill(ByteStream *stream, uint8_t byte, uint32_t count);
 
-// Writes the stream, piece by piece, and gives the number of bytes. Failures show in the file's
-// error state.
-uint32_t write_stream(const ByteStream *stream, std::FILE *file);
+void stream_put_text(ByteStream *stream, std::string_view text);
+
+// The same for a formatted text.
+[[gnu::format(printf, 2, 3)]] void print_to(ByteStream *stream, const char *format, ...);
+
+// Appends the pieces of the stream to `pieces`, uncopied, and gives their size. They hold until the
+// stream changes.
+uint32_t append_pieces(const ByteStream *stream, std::vector<std::span<const uint8_t>> *pieces);

@@ -1,24 +1,29 @@
-// The head and the section table hold offsets of what follows them, so they are written last, over
-// the room left for them.
+// The object is made in memory and put in place when nothing can go wrong any more: it is right or
+// it is not written. The contents of the sections are not copied for that. The head and the section
+// table hold offsets of what follows them, so they are made last.
 
 #include "output/object_file.h"
 
 #include "driver/file_names.h"
-#include "driver/host.h"
 #include "driver/settings.h"
 #include "expr/symbol_table.h"
 #include "listing/diagnostics.h"
 #include "output/debug_info.h"
+#include "output/output_files.h"
 #include "output/section_table.h"
 #include "target/target.h"
-#include <cstdio>
 #include <cstring>
 #include <vector>
 
 using Bytes = std::vector<uint8_t>;
 
-// The file being written, and how far it has come.
-static std::FILE *object_stream;
+// The object that waits to be put in place: head and section table, the pieces of the sections, and
+// the records behind them. Without a head there is none.
+static Bytes object_head;
+static std::vector<Piece> section_pieces;
+static Bytes object_records;
+
+// The offset in the file that has been reached.
 static uint32_t object_position;
 
 static void append_word(Bytes *bytes, uint32_t word)
@@ -27,14 +32,14 @@ static void append_word(Bytes *bytes, uint32_t word)
         bytes->push_back(static_cast<uint8_t>(word >> shift));
 }
 
-static void write_bytes(const void *bytes, size_t size)
+static void add_record(const Bytes &record)
 {
-    std::fwrite(bytes, 1, size, object_stream);
-    object_position += static_cast<uint32_t>(size);
+    object_records.insert(object_records.end(), record.begin(), record.end());
+    object_position += static_cast<uint32_t>(record.size());
 }
 
-// Writes the contents of a section and its relocations and appends its entry to the table.
-static void write_section(const Section *section, Bytes *table)
+// Adds the contents of a section and its relocations, and its entry to the table.
+static void add_section(const Section *section, Bytes *table)
 {
     table->push_back(section->attributes);
     table->push_back(section->name_length);
@@ -51,26 +56,26 @@ static void write_section(const Section *section, Bytes *table)
     } else {
         for (const ByteStream *stream : {&section->code_stream, &section->reloc_stream}) {
             append_word(table, object_position);
-            const uint32_t written = section->size != 0 ? write_stream(stream, object_stream) : 0;
-            append_word(table, written);
-            object_position += written;
+            const uint32_t size = section->size != 0 ? append_pieces(stream, &section_pieces) : 0;
+            append_word(table, size);
+            object_position += size;
         }
     }
     append_word(table, section->base_address);
     append_word(table, section->base_address);
 }
 
-static void write_sections(Bytes *table)
+static void add_sections(Bytes *table)
 {
     for (const Section *section = section_list; section != nullptr; section = section->next) {
         if (section->flags & SEC_USED)
-            write_section(section, table);
+            add_section(section, table);
     }
 }
 
 // A leading blank in the name is how the linker tells a weak definition: there is no attribute bit
 // for it.
-static void write_symbol(Symbol *symbol, bool weak_definition)
+static void add_symbol(Symbol *symbol, bool weak_definition)
 {
     if (symbol->flags & SYM_BIT)
         symbol->attrs |= ATTR_BIT;
@@ -82,7 +87,7 @@ static void write_symbol(Symbol *symbol, bool weak_definition)
     if (weak_definition)
         record.push_back(' ');
     record.insert(record.end(), symbol->name, symbol->name + symbol->name_length);
-    write_bytes(record.data(), record.size());
+    add_record(record);
 }
 
 static bool has_numbered_record(const Symbol *symbol)
@@ -91,20 +96,20 @@ static bool has_numbered_record(const Symbol *symbol)
 }
 
 // The symbols that relocations refer to by number come first, in the order of their numbers.
-static uint32_t write_numbered_symbols()
+static uint32_t add_numbered_symbols()
 {
     uint32_t count = 0;
     for (Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
         if (!has_numbered_record(symbol))
             continue;
-        write_symbol(symbol, (symbol->attrs & ATTR_DEFINED) && (symbol->flags & SYM_WEAK));
+        add_symbol(symbol, (symbol->attrs & ATTR_DEFINED) && (symbol->flags & SYM_WEAK));
         ++count;
     }
     return count;
 }
 
 // Under -pl the other symbols follow, for the debugger; no relocation reaches them.
-static uint32_t write_local_symbols()
+static uint32_t add_local_symbols()
 {
     constexpr uint16_t NEVER_KEPT =
         SYM_REGISTER | SYM_TESTED | SYM_IN_DEBUG | SYM_LOCAL | SYM_LITERAL;
@@ -114,13 +119,13 @@ static uint32_t write_local_symbols()
             (symbol->flags & NEVER_KEPT))
             continue;
         symbol->attrs &= static_cast<uint8_t>(~ATTR_PUBLIC);
-        write_symbol(symbol, false);
+        add_symbol(symbol, false);
         ++count;
     }
     return count;
 }
 
-static uint32_t write_debug_records()
+static uint32_t add_debug_records()
 {
     uint32_t count = 0;
     const DebugRecord *record = first_written_record(debug_records);
@@ -131,7 +136,7 @@ static uint32_t write_debug_records()
         bytes.push_back(static_cast<uint8_t>(record->section->number));
         bytes.push_back(record->text_length);
         bytes.insert(bytes.end(), record->text, record->text + record->text_length);
-        write_bytes(bytes.data(), bytes.size());
+        add_record(bytes);
         ++count;
     }
     return count;
@@ -144,37 +149,42 @@ static void append_area(Bytes *head, uint32_t count, uint32_t offset)
     append_word(head, object_position - offset);
 }
 
-static void write_parts()
+void build_object_file()
 {
+    drop_object_file();
+    if (!can_create_output(OutputKind::OBJECT, object_file_name))
+        return;
     object_position = OBJECT_HEAD_SIZE + SECTION_ENTRY_SIZE * static_cast<uint32_t>(section_count);
-    std::fseek(object_stream, static_cast<long>(object_position), SEEK_SET);
-
     Bytes table;
-    write_sections(&table);
+    add_sections(&table);
 
-    Bytes head = {OBJECT_MAGIC, object_machine, object_machine_variant,
-                  static_cast<uint8_t>(section_count)};
+    object_head = {OBJECT_MAGIC, object_machine, object_machine_variant,
+                   static_cast<uint8_t>(section_count)};
     const uint32_t symbol_offset = object_position;
-    uint32_t symbol_total = write_numbered_symbols();
+    uint32_t symbol_total = add_numbered_symbols();
     if (keep_locals)
-        symbol_total += write_local_symbols();
-    append_area(&head, symbol_total, symbol_offset);
+        symbol_total += add_local_symbols();
+    append_area(&object_head, symbol_total, symbol_offset);
 
     const uint32_t debug_offset = object_position;
-    const uint32_t debug_total = write_debug_records();
-    append_area(&head, debug_total, debug_offset);
-
-    std::fseek(object_stream, 0, SEEK_SET);
-    head.insert(head.end(), table.begin(), table.end());
-    std::fwrite(head.data(), 1, head.size(), object_stream);
+    const uint32_t debug_total = add_debug_records();
+    append_area(&object_head, debug_total, debug_offset);
+    object_head.insert(object_head.end(), table.begin(), table.end());
 }
 
-void write_object_file()
+void place_object_file()
 {
-    object_stream = create_output(object_file_name, "wb");
-    if (object_stream == nullptr)
+    if (object_head.empty())
         return;
-    write_parts();
-    if (!close_output(object_stream, object_file_name))
-        remove_output(object_file_name);
+    std::vector<Piece> pieces = {object_head};
+    pieces.insert(pieces.end(), section_pieces.begin(), section_pieces.end());
+    pieces.emplace_back(object_records);
+    place_output(OutputKind::OBJECT, object_file_name, pieces);
+}
+
+void drop_object_file()
+{
+    object_head.clear();
+    section_pieces.clear();
+    object_records.clear();
 }

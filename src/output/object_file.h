@@ -1,7 +1,12 @@
-// Writes the object file. Its format is told in docs/object-format.md.
+// The object file, whose format is in docs/object-format.md.
 #pragma once
 
-// Writes object_file_name from the sections, symbols and debug records of the last pass. Only when
-// the source had no error. A file that can't be created is told and not counted; one that can't be
-// written in full is told, counted and deleted.
-void write_object_file();
+// Makes the object file in memory, after the last pass of a file without errors. One that can't be
+// created is told, and nothing is made. The symbols then stand in the list as they are in the file.
+void build_object_file();
+
+// Puts the object file in place, if one was made. A failure to write is told and counted.
+void place_object_file();
+
+// Drops the object file that was made.
+void drop_object_file();

@@ -1,6 +1,7 @@
 // Faults from outside: what the files, the streams and the memory of the host do to a run.
 #include "support/run.h"
 
+#include <array>
 #include <gtest/gtest.h>
 
 TEST(Host, SourcesAreNeverOverwritten)
@@ -24,12 +25,99 @@ TEST(Host, SourcesAreNeverOverwritten)
     }
 }
 
+TEST(Host, OutputsGiveWayToEachOther)
+{
+    const std::string refused = "#error nvasm8 a.s:0 can't create ";
+    struct Case {
+        std::string command;
+        std::string error;
+        std::string object; // which is one, and not what another output made of it
+    };
+    const std::vector<Case> cases = {
+        {"$NVASM8 -o x.o +l d/../x.o a.s", refused + "d/../x.o\n", "x.o"},
+        {"$NVASM8 -l -o a.ls a.s", refused + "a.ls\n", "a.ls"},
+        {"$NVASM8 +v x.o -o x.o a.s", refused + "x.o\n", "x.o"},
+        {"ln -s a.o x.o; $NVASM8 +v x.o a.s", refused + "x.o\n", "a.o"},
+        {"$NVASM8 +v a.ls a.s", refused + "a.ls\n", "a.o"},
+        {"$NVASM8 -o /dev/null +l /dev/null a.s; $NVASM8 a.s", "", "a.o"},
+        {"$NVASM8 a.s a.asm", "#error nvasm8 a.asm:0 can't create a.o\n", "a.o"},
+        {"$NVASM8 a.s; $NVASM8 +e a.o a.s", "can't create a.o", "a.o"},
+        {"$NVASM8 a.s; ln a.s l; $NVASM8 -o l a.s", refused + "l\n", "a.o"},
+        {"ln -s d/t l; $NVASM8 -o l a.s", "", "d/t"},
+    };
+    for (const Case &c : cases) {
+        const auto run =
+            run_shell(c.command, {{"a.s", " nop\n"}, {"a.asm", " dc.b 1\n"}, {"d/x", ""}});
+        EXPECT_EQ(run.err, c.error) << c.command;
+        EXPECT_EQ(run.files.at(c.object)[0], '\xcc') << c.command;
+        EXPECT_EQ(run.files.at("a.s"), " nop\n") << c.command;
+    }
+}
+
+TEST(Host, OutputsAreReplacedWhole)
+{
+    // Too long a path for any other name beside the object: the file itself is written.
+    const std::string here = "p=$(printf './%.0s' $(seq 2044))a.o; ";
+    const std::string made = "export SOURCE_DATE_EPOCH=1; $NVASM8 -si a.s; cp a.o made; ";
+    struct Case {
+        std::string command;
+        std::string out;
+    };
+    const std::vector<Case> cases = {
+        {made + "chmod 604 a.o; ln -s a.o l; $NVASM8 -si -o l a.s; stat -c %a a.o", "604\n"},
+        {made + here + "$NVASM8 -si -o $p a.s", ""},
+        {made + here + "head -c 9000 made made >a.o; $NVASM8 -si -o $p a.s", ""},
+        {made + here + "echo old >a.o; $NVASM8 -si -o $p a.s", ""},
+        {made + here + "rm a.o; $NVASM8 -si -o $p a.s", ""},
+        {made + "$NVASM8 -si -o /dev/stdout a.s | cat >a.o", ""},
+        {made + "$NVASM8 -si -o /dev/stdout a.s >a.o", ""},
+        {made + "echo old >made; ulimit -f 8; cp made a.o; $NVASM8 -si a.s", ""},
+        {made + here + "echo old >made; ulimit -f 8; cp made a.o; $NVASM8 -si -o $p a.s", ""},
+    };
+    for (const Case &c : cases) {
+        const auto run = run_shell(c.command + "; ls -A >list", {{"a.s", " dcb.b 5000,1\n"}});
+        EXPECT_EQ(run.out, c.out) << c.command;
+        EXPECT_TRUE(run.files.at("a.o") == run.files.at("made")) << c.command;
+        EXPECT_EQ(run.files.at("list").find(".nvasm8"), std::string::npos) << c.command;
+    }
+}
+
+TEST(Host, InputsThatFailToBeReadAreErrors)
+{
+    // The host opens this file and then refuses to read it at its start.
+    const std::string file = "/proc/self/mem";
+    const std::string told = "can't read " + file + "\n";
+    const std::string inside = "#error nvasm8 " + file + ":1\t" + told;
+    const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
+        {{"include.s"}, inside},
+        {{"-md", "include.s"}, inside},
+        {{"-h", file, "a.s"}, inside},
+        {{file}, inside},
+        {{"-l", "-b", "span.s"}, "#error nvasm8 span.s:1\t" + told},
+        {{"-l", "span.s"}, "#error nvasm8 span.s:1\t" + told},
+        {{"-i", file, "a.s"}, told},
+    };
+    for (const auto &[arguments, error] : cases) {
+        const auto run = run_program(arguments, {{"include.s", " include \"" + file + "\"\n"},
+                                                 {"span.s", " .source \"" + file + ":1\"\n"},
+                                                 {"a.s", ""}});
+        EXPECT_EQ(run.err + std::to_string(run.status), error + "1");
+        EXPECT_EQ(run.files.size(), arguments[0] == "-l" ? 4u : 3u) << arguments[0];
+    }
+}
+
 TEST(Host, SourcesThatCannotBeReadTwiceAreNone)
 {
     const auto run =
         run_shell("mkfifo p && $NVASM8 a.s p; test ! -e p.o", {{"a.s", " include \"p\"\n"}});
     EXPECT_EQ(run.err, "#error nvasm8 a.s:1\tcan't open p\ncan't open p\n");
     EXPECT_EQ(run.status, 0);
+    const auto devices = run_shell("mkfifo p; $NVASM8 -ip -l s.s; $NVASM8 d.s",
+                                   {{"s.s", " .source \"p:1\"\n"},
+                                    {"d.s", " include \"/dev/null\"\n include \"/dev/zero\"\n"}});
+    EXPECT_EQ(devices.err, "#error nvasm8 s.s:1\tcan't open source p\n"
+                           "#error nvasm8 d.s:2\tcan't open /dev/zero\n");
+    EXPECT_FALSE(devices.files.contains("s.o"));
     const auto odd =
         run_program({"-l", "-x", "d \xc3\xbc/\xff 1.s"}, {{"d \xc3\xbc/\xff 1.s", " nop\n"}});
     EXPECT_EQ(odd.err, "");
@@ -56,19 +144,34 @@ TEST(Host, ClosedStreamsAreNoFiles)
 
 TEST(Host, OutputsCutShortLeaveNoObject)
 {
-    const auto run = run_shell("ulimit -f 8; $NVASM8 -l -m a.s", {{"a.s", " ds.b 100000\n"}});
-    EXPECT_TRUE(run.err.starts_with("#error nvasm8 a.s:0 can't write a.o\n")) << run.err;
-    EXPECT_EQ(run.status, 1);
+    const std::string lines = " mlist on\n repeat 300\n nop\n endr\n";
+    const std::vector<std::array<std::string, 3>> cases = {
+        {"-l", " ds.b 100000\n", "a.o"},
+        {"-l", lines, "a.ls"}, // the object would have had room
+        {"+v/dev/full", "&x\n", "/dev/full"},
+    };
+    for (const auto &[option, source, name] : cases) {
+        const auto run = run_shell("ulimit -f 8; $NVASM8 " + option + " -m a.s",
+                                   {{"a.s", source}, {"a.o", "old"}});
+        EXPECT_EQ(run.err, "#error nvasm8 a.s:0 can't write " + name + "\n");
+        EXPECT_EQ(run.status, 1);
+        EXPECT_EQ(run.files.at("a.o"), "old") << name;
+    }
+    const auto run = run_shell("$NVASM8 a.s >/dev/full", {{"a.s", " messg \"m\"\n"}});
+    EXPECT_EQ(run.err, "#error nvasm8 a.s:0 can't write standard output\n");
     EXPECT_FALSE(run.files.contains("a.o"));
 }
 
-TEST(Host, AnInterruptEndsTheRun)
+TEST(Host, SignalsEndTheRun)
 {
-    const auto run = run_shell("$NVASM8 a.s & sleep 0.3; kill -INT $!; wait $!",
-                               {{"a.s", "m: macro\n repeat 60000\n m\n endr\n endm\n repeat 60000\n"
-                                        " repeat 60000\n nop\n endr\n endr\n"}});
-    EXPECT_EQ(run.status, 2);
-    EXPECT_FALSE(run.files.contains("a.o"));
+    for (const auto &[signal, status] : {std::pair("INT", 2), {"TERM", 143}, {"HUP", 129}}) {
+        const auto run =
+            run_shell(std::string("$NVASM8 a.s & sleep 0.3; kill -") + signal + " $!; wait $!",
+                      {{"a.s", "m: macro\n repeat 60000\n m\n endr\n endm\n repeat 60000\n"
+                               " repeat 60000\n nop\n endr\n endr\n"}});
+        EXPECT_EQ(run.status, status);
+        EXPECT_FALSE(run.files.contains("a.o"));
+    }
 }
 
 TEST(Host, AFileThatVanishesIsMissed)
@@ -80,6 +183,13 @@ TEST(Host, AFileThatVanishesIsMissed)
     EXPECT_TRUE(run.err.ends_with("#error nvasm8 a.s:6\tcan't open i\n")) << run.err;
     EXPECT_EQ(run.status, 1);
     EXPECT_FALSE(run.files.contains("a.o"));
+    // One that comes later was missed by the sizing pass.
+    const auto late = run_shell("$NVASM8 a.s & sleep 0.1; echo >i; wait $!",
+                                {{"a.s", " include \"i\"\n" + work}});
+    EXPECT_EQ(late.err, "#error nvasm8 a.s:1\tcan't open i\n");
+    EXPECT_EQ(late.status, 1);
+    const auto main = run_shell("$NVASM8 s b & sleep 0.1; echo >b; wait $!", {{"s", work}});
+    EXPECT_TRUE(main.files.contains("b.o")); // it is there in time for all its passes
 }
 
 TEST(Host, WhatCannotBeHeldEndsAtOnce)

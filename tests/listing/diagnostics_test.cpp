@@ -55,6 +55,16 @@ TEST(Diagnostics, ErrorFileStaysOnlyWithErrors)
     EXPECT_EQ(bad.status, 1);
     const auto good = run_program({"+eer", "b.s"}, {{"b.s", " nop\n"}, {"er", "old"}});
     EXPECT_FALSE(good.files.contains("er"));
+    // One that turns out to be an input is left alone.
+    const auto input =
+        run_program({"+eer", "c.s"}, {{"c.s", " include \"er\"\n"}, {"er", " nop\n"}});
+    EXPECT_EQ(input.files.at("er") + input.err + std::to_string(input.status), " nop\n0");
+    const auto told =
+        run_program({"+eer", "c.s"}, {{"c.s", " include \"er\"\n fail 1\n"}, {"er", ""}});
+    EXPECT_EQ(told.err, "can't create er\n#error nvasm8 c.s:2\tfail 1\n");
+    // What was told before the run broke off is not lost.
+    EXPECT_EQ(run_program({"+eer", "d.s"}, {{"d.s", "l:\nl:\n nop\n ds.b $7fffffff\n"}}).err,
+              "no memory\n#error nvasm8 d.s:2\tsymbol l multiply defined\n");
 }
 
 TEST(Diagnostics, OutputsCountOnlyWhenBroken)

@@ -1,0 +1,146 @@
+// An output is right or it isn't written. So nothing is written before it is complete, and nothing
+// that the run reads, or has written under another name, is written over. A file that plainly can't
+// be created is told ahead of time and leaves the status alone; what goes wrong behind that is an
+// error.
+
+#include "output/output_files.h"
+
+#include "driver/file_names.h"
+#include "driver/settings.h"
+#include "listing/diagnostics.h"
+#include "output/byte_stream.h"
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+// What a claim is found by, besides its kind.
+static const char *claimant(OutputKind kind)
+{
+    return kind == OutputKind::OBJECT || kind == OutputKind::LISTING ? source_file_name : nullptr;
+}
+
+static void claim_outputs(std::span<char *const> sources)
+{
+    for (const char *source : sources)
+        claim_output(OutputKind::OBJECT, source, object_name_of(source).c_str());
+    for (const char *source : sources) {
+        if (listing_enabled)
+            claim_output(OutputKind::LISTING, source, listing_name_of(source).c_str());
+    }
+    if (verilog_file_name != nullptr)
+        claim_output(OutputKind::VERILOG, nullptr, verilog_file_name);
+}
+
+void claim_run_files(std::span<char *const> sources)
+{
+    for (const char *source : sources)
+        note_input(source);
+    if (header_file_name != nullptr)
+        note_input(header_file_name);
+    if (!opt_make_deps)
+        claim_outputs(sources);
+}
+
+bool can_create_output(OutputKind kind, const char *name)
+{
+    if (!falls_on_another(kind, claimant(kind), name) && takes_output(name))
+        return true;
+    print_file_error_prefix(source_file_name);
+    std::fprintf(stderr, "can't create %s\n", name);
+    return false;
+}
+
+static void report_unwritten(const char *name)
+{
+    print_file_error_prefix(source_file_name);
+    std::fprintf(stderr, "can't write %s\n", name);
+    ++error_count;
+}
+
+void place_output(OutputKind kind, const char *name, std::span<const Piece> pieces)
+{
+    if (falls_on_another(kind, claimant(kind), name)) {
+        print_file_error_prefix(source_file_name);
+        std::fprintf(stderr, "can't create %s\n", name);
+    } else if (!write_output(name, pieces)) {
+        report_unwritten(name);
+    }
+}
+
+void place_output(OutputKind kind, const char *name, const ByteStream &contents)
+{
+    std::vector<Piece> pieces;
+    append_pieces(&contents, &pieces);
+    place_output(kind, name, pieces);
+}
+
+// Shows what was gathered where it can still be seen.
+static void release_diagnostics()
+{
+    std::vector<Piece> pieces;
+    append_pieces(&gathered_errors, &pieces);
+    for (const Piece &piece : pieces)
+        std::fwrite(piece.data(), 1, piece.size(), stderr);
+    reset_stream(&gathered_errors);
+}
+
+bool open_error_file()
+{
+    if (error_file_name == nullptr)
+        return true;
+    if (falls_on_another(OutputKind::ERRORS, nullptr, error_file_name) ||
+        !takes_output(error_file_name)) {
+        std::fprintf(stderr, messages[MSG_CANT_CREATE], error_file_name);
+        return false;
+    }
+    error_stream = nullptr;
+    // A run that ends in its middle, as exhausted memory makes it, has told what it had to tell.
+    std::atexit(release_diagnostics);
+    return true;
+}
+
+static bool remove_error_file()
+{
+    reset_stream(&gathered_errors);
+    if (falls_on_another(OutputKind::ERRORS, nullptr, error_file_name) ||
+        remove_output(error_file_name))
+        return true;
+    report_unwritten(error_file_name);
+    return false;
+}
+
+bool close_error_file(bool any_errors)
+{
+    error_stream = stderr;
+    if (!any_errors)
+        return remove_error_file();
+    std::vector<Piece> pieces;
+    append_pieces(&gathered_errors, &pieces);
+    if (falls_on_another(OutputKind::ERRORS, nullptr, error_file_name)) {
+        std::fprintf(stderr, messages[MSG_CANT_CREATE], error_file_name);
+        std::fputc('\n', stderr);
+    } else if (!write_output(error_file_name, pieces)) {
+        report_unwritten(error_file_name);
+    } else {
+        std::fprintf(stderr, "errors reported in %s\n", error_file_name);
+        reset_stream(&gathered_errors);
+        return true;
+    }
+    release_diagnostics();
+    return false;
+}
+
+bool flush_standard_output()
+{
+    static bool failed;
+    if (std::fflush(stdout) == 0 && !std::ferror(stdout))
+        return !failed;
+    if (!failed) {
+        if (source_file_name != nullptr)
+            print_file_error_prefix(source_file_name);
+        std::fputs("can't write standard output\n", stderr);
+    }
+    failed = true;
+    return false;
+}

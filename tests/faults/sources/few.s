@@ -1,0 +1,2 @@
+        nopp
+        ldw x,#nowhere

@@ -7,13 +7,11 @@
 #include <climits>
 #include <csignal>
 #include <cstdlib>
+#include <dirent.h>
 #include <fcntl.h>
-#include <filesystem>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
-
-namespace fs = std::filesystem;
 
 // Calls again when a signal has come in between.
 template <typename Call> static auto persist(Call call)
@@ -77,6 +75,8 @@ static Opening failed_opening(int error)
 {
     if (error == EMFILE || error == ENFILE)
         return Opening::EXHAUSTED;
+    if (error == EACCES || error == EPERM)
+        return Opening::DENIED;
     return is_absence(error) ? Opening::ABSENT : Opening::FAILED;
 }
 
@@ -99,26 +99,41 @@ Opening open_for_reading(const char *path, std::FILE **file)
     return Opening::FAILED;
 }
 
-// Names in `directory` that `wanted` accepts, sorted as bytes so that builds are reproducible.
-// `wanted` sets its second argument when it could not tell.
-template <typename Predicate>
-static std::optional<std::vector<std::string>> sorted_entries(const std::string &directory,
-                                                              Predicate wanted)
+// What stands under `name` in an open directory, the links followed or not; none when the host
+// could not tell. A name that is gone by now, or hidden, has mode 0.
+static std::optional<mode_t> mode_of_entry(DIR *directory, const char *name, int flags)
+{
+    struct stat status;
+    if (persist([&] { return fstatat(dirfd(directory), name, &status, flags); }) == 0)
+        return status.st_mode;
+    return is_absence(errno) ? std::optional<mode_t>(0) : std::nullopt;
+}
+
+// Names of the entries of `directory` that have the wanted name and the wanted mode, sorted as
+// bytes so that builds are reproducible. A directory that may not be read has none.
+template <typename NamePredicate, typename ModePredicate>
+static std::optional<std::vector<std::string>>
+sorted_entries(const char *directory, int flags, NamePredicate is_wanted, ModePredicate has_kind)
 {
     std::vector<std::string> names;
-    std::error_code error;
-    fs::directory_iterator entry(directory.empty() ? "." : directory, error);
-    if (error)
-        return is_absence(error.value()) ? std::optional(names) : std::nullopt;
-    while (!error && entry != fs::directory_iterator()) {
-        std::error_code entry_error;
-        if (wanted(*entry, entry_error))
-            names.push_back(entry->path().filename().string());
-        if (entry_error && !is_absence(entry_error.value()))
-            return std::nullopt;
-        entry.increment(error);
+    errno = 0;
+    DIR *stream = opendir(directory);
+    if (stream == nullptr)
+        return is_absence(errno) ? std::optional(names) : std::nullopt;
+    bool failed = false;
+    errno = 0;
+    while (const dirent *entry = readdir(stream)) {
+        if (is_wanted(entry->d_name)) {
+            const std::optional<mode_t> mode = mode_of_entry(stream, entry->d_name, flags);
+            failed = failed || !mode;
+            if (mode && has_kind(*mode))
+                names.emplace_back(entry->d_name);
+        }
+        errno = 0;
     }
-    if (error)
+    failed = failed || errno != 0;
+    closedir(stream);
+    if (failed)
         return std::nullopt;
     std::sort(names.begin(), names.end());
     return names;
@@ -126,10 +141,9 @@ static std::optional<std::vector<std::string>> sorted_entries(const std::string 
 
 std::optional<std::vector<std::string>> subdirectories(const char *path)
 {
-    return sorted_entries(path, [](const fs::directory_entry &entry, std::error_code &error) {
-        return entry.path().filename().string().front() != '.' && !entry.is_symlink(error) &&
-               !error && entry.is_directory(error);
-    });
+    return sorted_entries(
+        path, AT_SYMLINK_NOFOLLOW, [](const char *name) { return name[0] != '.'; },
+        [](mode_t mode) { return S_ISDIR(mode); });
 }
 
 // Matches the whole of `name`. On a mismatch behind a "*" the star takes one character more; only
@@ -162,13 +176,12 @@ static bool matches_pattern(std::string_view name, std::string_view pattern)
 std::optional<std::vector<std::string>> matching_files(const std::string &directory,
                                                        const char *pattern)
 {
-    return sorted_entries(directory,
-                          [pattern](const fs::directory_entry &entry, std::error_code &error) {
-                              const std::string name = entry.path().filename().string();
-                              if (name.front() == '.' && pattern[0] != '.')
-                                  return false;
-                              return matches_pattern(name, pattern) && entry.is_regular_file(error);
-                          });
+    return sorted_entries(
+        directory.empty() ? "." : directory.c_str(), 0,
+        [pattern](const char *name) {
+            return (name[0] != '.' || pattern[0] == '.') && matches_pattern(name, pattern);
+        },
+        [](mode_t mode) { return S_ISREG(mode); });
 }
 
 // The directory part of a path, its last separator included; empty for the working directory.
@@ -184,7 +197,7 @@ static std::optional<std::string> read_link(const std::string &path)
     const ssize_t length = persist([&] { return readlink(path.c_str(), text, sizeof text); });
     if (length >= 0)
         return std::string(text, static_cast<size_t>(length));
-    if (is_absence(errno))
+    if (errno == EINVAL || errno == ENOENT)
         return std::string();
     return std::nullopt;
 }
@@ -268,7 +281,8 @@ bool takes_output(const char *path)
 {
     struct stat status;
     if (!read_status(path, &status)) {
-        if (is_denied(path, F_OK) && errno != ENOENT)
+        const bool missing = errno == ENOENT;
+        if (!missing && is_denied(path, F_OK) && errno != ENOENT)
             return false;
         return takes_new_file(path);
     }

@@ -22,10 +22,10 @@ enum class PathKind { MISSING, DIRECTORY, REGULAR, OTHER, UNKNOWN };
 // What stands under `path`, symbolic links followed.
 PathKind path_kind(const char *path);
 
-// What comes of opening an input. ABSENT is an answer: there is no such file, it may not be read,
-// or it is neither a regular file nor the null device. EXHAUSTED: too many files are open. FAILED:
-// the host could not tell.
-enum class Opening { OPEN, ABSENT, EXHAUSTED, FAILED };
+// What comes of opening an input. ABSENT is an answer: there is no such file, or it is neither a
+// regular file nor the null device. DENIED: it may not be read. EXHAUSTED: too many files are open.
+// FAILED: the host could not tell.
+enum class Opening { OPEN, ABSENT, DENIED, EXHAUSTED, FAILED };
 
 // Opens an input for reading, byte for byte. Inputs are read by each pass anew, so that a pipe is
 // none, and never waited for. `file` is set if the result is OPEN.

@@ -72,7 +72,7 @@ WordFile read_word_file(const char *name)
     WordFile file;
     std::FILE *stream = nullptr;
     const Opening opening = open_for_reading(name, &stream);
-    if (opening == Opening::ABSENT) {
+    if (opening == Opening::ABSENT || opening == Opening::DENIED) {
         file.error = std::string("can't open file ") + name;
         return file;
     }

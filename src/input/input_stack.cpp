@@ -177,6 +177,7 @@ const char *next_line()
 // there the search goes on: a name that could not be looked up must not give way to another file.
 static Opening open_on_include_list(const char *name, std::FILE **file)
 {
+    Opening result = Opening::ABSENT;
     for (int32_t i = 0; i < include_list.count; ++i) {
         const char *path = include_list.items[i];
         const std::string joined = std::string(path) + path_separator + name;
@@ -186,10 +187,12 @@ static Opening open_on_include_list(const char *name, std::FILE **file)
         }
         std::strcpy(line_buffer, joined.c_str());
         const Opening opening = open_for_reading(line_buffer, file);
-        if (opening != Opening::ABSENT)
+        if (opening == Opening::DENIED)
+            result = opening;
+        else if (opening != Opening::ABSENT)
             return opening;
     }
-    return Opening::ABSENT;
+    return result;
 }
 
 static bool has_file_record(const char *name)
@@ -235,8 +238,10 @@ static Opening open_source(const char *name, const char **opened_name, std::FILE
         return Opening::EXHAUSTED;
     *opened_name = name;
     Opening opening = open_for_reading(name, file);
-    if (opening == Opening::ABSENT && name[0] != path_separator) {
-        opening = open_on_include_list(name, file);
+    const bool goes_on = opening == Opening::ABSENT || opening == Opening::DENIED;
+    if (goes_on && name[0] != path_separator) {
+        const Opening below = open_on_include_list(name, file);
+        opening = below != Opening::ABSENT ? below : opening;
         *opened_name = line_buffer;
     }
     if (opening == Opening::EXHAUSTED) {
@@ -295,9 +300,10 @@ static NameState open_name(const char *name)
     const Opening opening = open_source(name, &opened_name, &file);
     if (opening == Opening::EXHAUSTED)
         return NameState::MISSING;
-    if (opening == Opening::FAILED)
+    // A rule goes without files that aren't there, not without those that it can't see.
+    if (opening == Opening::FAILED || (opening == Opening::DENIED && opt_make_deps))
         return NameState::CHANGED;
-    if (opening == Opening::ABSENT)
+    if (opening != Opening::OPEN)
         opened_name = "";
     const std::string &first_name = first_opened_name(name, opened_name);
     if (first_name == opened_name && opening == Opening::OPEN) {

@@ -98,6 +98,7 @@ static void open_span_file(const char *name)
         note_input(name);
         break;
     case Opening::ABSENT:
+    case Opening::DENIED:
         record_error(CANT_OPEN_SOURCE, 0, name);
         // A void pass drops the error: the next one tries again.
         if (pass_must_repeat)

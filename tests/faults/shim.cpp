@@ -1,6 +1,7 @@
 // Preloaded into a program under test. REFUSED=5-7 refuses the 5th to the 7th allocation of main(),
 // REFUSED=5- the 5th and all that follow. Two system calls without effect show in a trace where
 // main() begins, and at the end how many allocations were asked for.
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
@@ -22,7 +23,10 @@ static unsigned long last_refused = -1UL;
 
 static bool is_refused()
 {
-    return in_main && ++asked >= first_refused && asked <= last_refused;
+    const bool refused = in_main && ++asked >= first_refused && asked <= last_refused;
+    if (refused)
+        errno = ENOMEM;
+    return refused;
 }
 
 extern "C" void *malloc(size_t size)

@@ -6,12 +6,12 @@
 #include "input_end.h"
 
 #include "driver/passes.h"
-#include "driver/settings.h"
+#include "base/settings.h"
 #include "expr/evaluator.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
-#include "listing/diagnostics.h"
+#include "base/diagnostics.h"
 #include "output/resolver.h"
 #include "output/section_table.h"
 #include "stmt/keywords.h"
@@ -84,7 +84,7 @@ static const OpcodeEntry *first_row(size_t number)
 
 static void start_line(const char *text)
 {
-    flush_error(nullptr);
+    flush_error();
     reset_lexer();
     dot_in_names = 1;
     expression_nesting = 0;
@@ -136,6 +136,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (setjmp(input_end) == 0)
         run_passes(lines);
     stop_input();
-    flush_error(nullptr);
+    flush_error();
     return 0;
 }

@@ -7,9 +7,9 @@
 #include "input_end.h"
 
 #include "driver/debug_prologue.h"
-#include "driver/file_names.h"
+#include "base/file_names.h"
 #include "driver/passes.h"
-#include "driver/settings.h"
+#include "base/settings.h"
 #include "expr/evaluator.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
@@ -17,7 +17,7 @@
 #include "input/conditional.h"
 #include "input/input_stack.h"
 #include "input/macro.h"
-#include "listing/diagnostics.h"
+#include "base/diagnostics.h"
 #include "listing/listing.h"
 #include "stmt/keywords.h"
 #include "stmt/symbol_directives.h"
@@ -222,7 +222,7 @@ static void set_options(unsigned bits, bool may_list)
     dot_in_names = 1;
     number_suffixes_allowed = 0;
     expression_nesting = 0;
-    line_directive_file = nullptr;
+    line_directive_position.file = nullptr;
 }
 
 // Takes the state apart that an input has left in the middle of a pass.
@@ -244,7 +244,7 @@ static void clean_up()
     pass_must_repeat = 0;
     list_state = 0;
     close_open_conditionals();
-    flush_error(nullptr);
+    flush_error();
     close_listing();
     reset_symbols();
 }

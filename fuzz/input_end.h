@@ -3,7 +3,7 @@
 // --wrap=exit, and included by one file of a target only.
 #pragma once
 
-#include "driver/memory.h"
+#include "base/memory.h"
 #include <csetjmp>
 #include <cstddef>
 #include <cstdint>

@@ -2,15 +2,16 @@
 
 #include "driver/assembler.h"
 
+#include "driver/command_line.h"
 #include "driver/debug_prologue.h"
-#include "driver/file_names.h"
-#include "driver/host.h"
-#include "driver/memory.h"
-#include "driver/passes.h"
-#include "driver/settings.h"
+#include "base/file_names.h"
+#include "base/host.h"
+#include "base/memory.h"
+#include "driver/source_file.h"
+#include "base/settings.h"
 #include "expr/symbol_table.h"
-#include "listing/diagnostics.h"
-#include "output/output_files.h"
+#include "base/diagnostics.h"
+#include "base/output_files.h"
 #include "stmt/keywords.h"
 #include "stmt/symbol_directives.h"
 #include <cstdio>
@@ -53,7 +54,7 @@ static bool assemble_sources(int source_count, char **sources)
         if (assemble_source_file() != 0)
             any_errors = true;
         if (i + 1 < source_count)
-            reset_symbols();
+            forget_source_file();
     }
     return any_errors;
 }

@@ -3,9 +3,9 @@
 
 #include "driver/debug_prologue.h"
 
-#include "driver/file_names.h"
-#include "driver/memory.h"
-#include "driver/settings.h"
+#include "base/file_names.h"
+#include "base/memory.h"
+#include "base/settings.h"
 #include "expr/lexer.h"
 #include "input/macro.h"
 #include <cstdio>
@@ -46,6 +46,6 @@ void expand_debug_prologue(uint32_t line_total)
     std::snprintf(argument, sizeof argument, "%s,%ld\n", name,
                   static_cast<long>(static_cast<int32_t>(line_total)));
     line_cursor = argument;
-    expand_macro(prologue, nullptr);
+    expand_macro(prologue, {});
     line_cursor = "";
 }

@@ -2,8 +2,8 @@
 
 #include "driver/include_paths.h"
 
-#include "driver/host.h"
-#include "driver/memory.h"
+#include "base/host.h"
+#include "base/memory.h"
 #include "driver/word_file.h"
 #include <algorithm>
 #include <cstdio>

@@ -1,7 +1,7 @@
 // The list of directories that an include file is searched in.
 #pragma once
 
-#include "driver/options.h"
+#include "base/settings.h"
 
 // Appends the paths of the environment variable `variable`, separated by ";", to `array`; one
 // trailing backslash of each is cut. More paths than the array holds end the process with status 1

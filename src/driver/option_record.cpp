@@ -2,7 +2,7 @@
 
 #include "driver/option_record.h"
 
-#include "driver/settings.h"
+#include "base/settings.h"
 #include "output/debug_info.h"
 
 void write_option_record()

@@ -4,9 +4,9 @@
 
 #include "driver/options.h"
 
-#include "driver/host.h"
-#include "driver/memory.h"
-#include "driver/number.h"
+#include "base/host.h"
+#include "base/memory.h"
+#include "base/number.h"
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -18,9 +18,6 @@ static constexpr const char *MAKER = "NOVRIN Software";
 static constexpr const char *VERSION = "V4.8.1";
 static constexpr const char *RELEASE_DATE = "14 Dec 2023";
 static constexpr const char *PLATFORM = "Win32";
-
-const char *program_name;
-int32_t debug_mode;
 
 // Where the parser stands: the words not looked at yet.
 struct WordList {

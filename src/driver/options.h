@@ -1,15 +1,9 @@
 // A small command-line engine that knows nothing of assembly: options are described by texts.
 #pragma once
 
+#include "base/settings.h"
 #include <cstdint>
 #include <span>
-
-// The values of an option that may be given several times, in command-line order.
-struct TextArray {
-    const char **items;
-    int32_t capacity;
-    int32_t count;
-};
 
 // One option. The text is its key, up to the first blank, and what the usage listing shows. In the
 // key "#" takes a number, "*" a text (both from the rest of the word or from the next one), "?" one
@@ -22,13 +16,6 @@ struct OptionDescriptor {
     const char **name;
     TextArray *array;
 };
-
-// The name of the tool as the first word of the command line gives it: without directory, up to
-// the first dot, in lower case. Set once by parse_options.
-extern const char *program_name;
-
-// Not 0 when the environment has NVDEBUG. Has no effect on assembly.
-extern int32_t debug_mode;
 
 // Parses the options; on return *argc and *argv hold the file arguments alone, wildcards expanded.
 // `title` stands in the banner, `files_word` in the usage line; without it (none) the caller takes

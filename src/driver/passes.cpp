@@ -1,36 +1,53 @@
-// The assembler has no fix-up lists: it runs over the whole text until no label moves. A clean file
-// takes a sizing pass (0), passes 1 to n, the last of which moved nothing, and, when a listing is
-// wanted and branches are optimised, one pass more that does nothing new but list.
+// How the sizes settle.
+//
+// STM8 branches reach 128 bytes back and 127 ahead; what lies further takes a longer form, and how far
+// a label lies depends on the forms of all branches in between. The assembler keeps no fix-up lists,
+// no expression trees and no record of instructions. It runs over the whole text again and again, and
+// in each pass chooses every form anew from the values that the symbols have at that moment: of this
+// pass for labels above, of the pass before for labels below. A pass in which some label or equate
+// got another value than it held is void; the first pass that moves nothing is the result, since what
+// it assumed of the labels below is what it found.
+//
+// Take a branch `jrne far`, then 60 bytes, a jump `jra far`, 60 bytes more, two branches that come out
+// short, and `far`. In the sizing pass, number 0, `far` is unknown, so each of the four takes its
+// longest form: 6 bytes for a conditional branch (the inverted branch round a jpf of 4), 4 for the
+// jump. Pass 1 knows a first value for `far`, 142 bytes behind the first branch: too far for it, near
+// enough for the jump and for the last two branches, which shrink to 2 bytes each. `far` moves down by
+// 10, so pass 1 is void, and with it what the first branch saw. In pass 2 it sees `far` at 132: still
+// too far. No jump to `far` stands above that it could hop through (find_jump looks only at what this
+// pass has recorded), so it keeps its long form; a branch below the `jra` in its place would go to the
+// jump in 2 bytes. Nothing moves any more: pass 2 stands. A label that is settled in pass n can
+// let those above it settle in pass n + 1, so long programs take many passes; and a program whose
+// labels decide conditions may walk in a circle, which hash_state finds.
+//
+// When a listing is wanted and branches are optimised, one pass more does the same again and lists.
 
 #include "driver/passes.h"
 
+#include "base/diagnostics.h"
+#include "base/file_names.h"
+#include "base/pass_state.h"
+#include "base/position.h"
+#include "base/settings.h"
 #include "driver/debug_prologue.h"
-#include "driver/file_names.h"
-#include "driver/option_record.h"
-#include "driver/settings.h"
-#include "expr/keyword_table.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
 #include "input/conditional.h"
 #include "input/input_stack.h"
 #include "input/macro.h"
-#include "listing/diagnostics.h"
 #include "listing/listing.h"
 #include "output/debug_info.h"
-#include "output/object_file.h"
-#include "output/output_files.h"
-#include "output/resolver.h"
 #include "output/section_table.h"
 #include "stmt/statement.h"
-#include <cstdio>
 
-int32_t pass_number;
-int32_t pass_must_repeat;
-int32_t forced_pass_flags;
-void (*target_pass_hook)();
+// The word of which a target may set bit 1 to have one pass more; this one doesn't.
+constexpr int32_t BRANCH_OPTIMISATION = 1;
+constexpr int32_t EXTRA_PASS = 2;
+static int32_t forced_pass_flags;
 
-// listing_enabled is held here while the optimising passes run.
-static int32_t listing_deferred;
+// Whether a pass that lists is due behind the others, and whether the present one may list.
+static bool listing_deferred;
+static bool listing_allowed;
 
 // Whether this source file was reported as missing.
 static bool missing_source_told;
@@ -38,100 +55,44 @@ static bool missing_source_told;
 // Lines of the main source as counted by the pass before; 0 ahead of the first pass of the run.
 static uint32_t source_line_total;
 
-constexpr int32_t BRANCH_OPTIMISATION = 1;
-constexpr int32_t EXTRA_PASS = 2;
-
-// The object file has one byte for the number of its sections.
-constexpr int32_t SECTIONS_MAX = 255;
-
 // Values that come back to those of an earlier pass never settle: some pair of decisions undoes
 // itself for ever. Values that drift without end are given up after so many passes, and one more
 // for each symbol, since a chain of definitions in reverse order settles one symbol a pass.
 constexpr uint32_t DRIFTING_PASSES_MAX = 1000;
 
-// Sections and symbols whose need shows only in a later pass may bring up others in turn, but not
-// without end.
-constexpr int32_t SIZING_PASSES_MAX = 100;
-
-bool sizing_repeated;
-
-// How many void passes may still have errors that don't count, however far the pass had come when
-// it turned out void. What looks wrong only because a symbol comes late is right a pass later.
-constexpr int32_t FORGIVEN_PASSES_MAX = 8;
-static int32_t forgiven_passes_left;
-
-// A fingerprint of what decided which text this pass assembles, that of the pass before, and
-// whether two passes have differed in their text or in the sections of their symbols.
-static uint64_t text_decisions;
-static uint64_t last_text_decisions;
-static bool passes_differ;
-
-bool values_must_settle()
+void prepare_passes()
 {
-    return pass_number != 0 && (error_count == 0 || pass_number == 1 || forgiven_passes_left != 0);
+    listing_deferred = listing_enabled && !opt_no_branch_opt;
+    listing_allowed = listing_enabled && opt_no_branch_opt;
+    forced_pass_flags = opt_no_branch_opt ? 0 : BRANCH_OPTIMISATION;
+    missing_source_told = false;
 }
 
-bool uses_must_settle()
+static void reset_state_for_pass()
 {
-    return pass_number != 0 && (error_count == 0 || forgiven_passes_left != 0);
-}
-
-static uint64_t mix(uint64_t hash, uint64_t value)
-{
-    hash = (hash ^ value) * 0x9E3779B97F4A7C15;
-    return hash ^ hash >> 29;
-}
-
-void note_text_decision(uint32_t decision)
-{
-    text_decisions = mix(text_decisions, decision);
-}
-
-void note_unlike_passes()
-{
-    passes_differ = true;
-}
-
-void request_another_pass()
-{
-    pass_must_repeat = 1;
-    list_state |= LIST_OFF;
-}
-
-static void reset_pass_state()
-{
-    pass_must_repeat = 0;
-    text_decisions = 1;
-    mlist_flag = 0;
-    dlist_flag = 0;
-    clist_flag = 0;
-    last_label = nullptr;
+    begin_pass();
     forced_pass_flags &= BRANCH_OPTIMISATION;
+    reset_listing_for_pass();
+    reset_statements_for_pass();
     scope_number = 0;
-
     reset_sections_for_pass();
     reset_input();
     reset_debug_records();
     write_info_header();
     reset_macro_state();
-    if (target_pass_hook != nullptr)
-        target_pass_hook();
 }
 
-// A missing source says nothing in the sizing pass and is told and counted by the pass behind it;
-// one that the host failed to open is told at once. The error that open_main_source recorded stays
-// pending: the next source file of the command line prints it, at its first statement.
+// A missing source says nothing in the sizing pass and is reported and counted by the pass after it;
+// one that the host failed to open is reported at once. The error that open_main_source recorded
+// stays pending: the next source file of the command line prints it, at its first statement.
 static void report_missing_source()
 {
     if (pass_number++ == 0 && !input_failed())
         return;
     if (!missing_source_told)
-        report_without_line(messages[MSG_CANT_OPEN], source_file_name);
+        report_without_line(messages::CANT_OPEN, source_file_name);
     missing_source_told = true;
-    if (listing_deferred) {
-        listing_deferred = 0;
-        listing_enabled = 1;
-    }
+    listing_deferred = false;
 }
 
 static void close_debug_scopes()
@@ -140,22 +101,20 @@ static void close_debug_scopes()
     debug_end_of_file(source_file_name, source_line_total);
 }
 
-// One pass over the source. The result is not 0 when another pass is needed.
-static int32_t run_pass()
+bool run_pass()
 {
-    reset_pass_state();
+    reset_state_for_pass();
     if (!open_main_source(source_file_name)) {
         report_missing_source();
-        return 0;
+        return false;
     }
-    open_listing();
+    open_listing(listing_allowed);
     // The header lies on top of the source, so its lines come first.
     if (header_file_name != nullptr && !open_include(header_file_name))
-        flush_error(nullptr);
+        flush_error();
     if (debug_lines)
         expand_debug_prologue(source_line_total);
 
-    const int32_t errors_before = error_count;
     while (const char *line = next_line())
         process_statement(line);
 
@@ -165,43 +124,12 @@ static int32_t run_pass()
     if (pass_number != 0)
         pad_even_sections();
     close_open_conditionals();
-    if (pass_must_repeat && forgiven_passes_left != 0 && error_count != errors_before) {
-        error_count = errors_before;
-        --forgiven_passes_left;
-    }
-    passes_differ = passes_differ || (pass_number != 0 && text_decisions != last_text_decisions);
-    last_text_decisions = text_decisions;
-    ++pass_number;
+    end_pass();
     if (!pass_must_repeat && (forced_pass_flags & EXTRA_PASS) && error_count == 0) {
         forced_pass_flags = 0;
-        pass_must_repeat = 1;
+        pass_must_repeat = true;
     }
     return pass_must_repeat;
-}
-
-// The greatest room for sections asked for with `new`: merges them in groups, the smallest that
-// will do, and sizes the source once more.
-static void merge_new_sections()
-{
-    const int32_t room = new_section_counter - section_count + SECTIONS_MAX;
-    const int32_t wanted = new_section_counter;
-    new_section_group = 2;
-    while (new_section_group < wanted && wanted / new_section_group >= room)
-        ++new_section_group;
-    undo_macros();
-    reset_symbols();
-    init_sections();
-    pass_number = 0;
-    run_pass();
-}
-
-static void handle_section_overflow()
-{
-    if (new_section_counter > section_count - SECTIONS_MAX)
-        merge_new_sections();
-    if (section_count > SECTIONS_MAX)
-        print_direct_error(current_file_name(), current_line(), messages[MSG_TOO_MANY_SECTIONS], 0,
-                           nullptr);
 }
 
 // A fingerprint of all that the next pass depends on.
@@ -209,7 +137,8 @@ static uint64_t hash_state()
 {
     const RecordingState recording = recording_state();
     uint64_t hash = mix(default_base, hash_debug_records());
-    hash = mix(hash, static_cast<uint32_t>(recording.repeat_code));
+    hash = mix(hash, static_cast<uint32_t>(recording.form));
+    hash = mix(hash, static_cast<uint32_t>(recording.count));
     hash = mix(hash, static_cast<uint32_t>(recording.macro_nesting));
     hash = mix(hash, static_cast<uint32_t>(recording.repeat_nesting));
     for (const Section *section = section_list; section != nullptr; section = section->next)
@@ -233,15 +162,15 @@ static uint32_t count_symbols()
 
 static void report_unsettled_labels()
 {
-    pass_must_repeat = 0;
-    record_error("labels do not settle", 0, nullptr);
-    flush_error(nullptr);
+    pass_must_repeat = false;
+    record_error("labels do not settle");
+    flush_error();
 }
 
-// Passes until nothing moves. At least one runs. The state after a pass is compared with that after
+// The state after a pass is compared with that after
 // the last pass whose number was a power of two: a circle of any length is thus found within twice
 // the passes that lead into it and round it.
-static void run_passes_until_settled()
+void run_passes_until_settled()
 {
     uint32_t passes = 0;
     uint32_t remembered_pass = 1;
@@ -261,145 +190,10 @@ static void run_passes_until_settled()
     }
 }
 
-static void hold_listing_back()
-{
-    listing_deferred = listing_enabled && !opt_no_branch_opt;
-    if (listing_deferred)
-        listing_enabled = 0;
-    forced_pass_flags = opt_no_branch_opt ? 0 : BRANCH_OPTIMISATION;
-}
-
-static void run_listing_pass()
+void run_listing_pass()
 {
     if (!listing_deferred)
         return;
-    listing_enabled = 1;
+    listing_allowed = true;
     run_pass();
-}
-
-// What no pass resets, as a source file finds it.
-struct CarriedState {
-    uint32_t default_base;
-    const char *line_directive_file;
-    uint32_t line_directive_bias;
-    RecordingState recording;
-};
-static CarriedState carried_state;
-
-static void note_carried_state()
-{
-    carried_state = {default_base, line_directive_file, line_directive_bias, recording_state()};
-}
-
-static void size_source()
-{
-    run_pass();
-    if (section_count > SECTIONS_MAX)
-        handle_section_overflow();
-}
-
-// Starts the source file over. Nothing of it stays but what find_late_needs has remembered, and how
-// `new` sections are merged.
-static void size_source_again()
-{
-    default_base = carried_state.default_base;
-    line_directive_file = carried_state.line_directive_file;
-    line_directive_bias = carried_state.line_directive_bias;
-    restore_recording_state(carried_state.recording);
-    undo_macros();
-    reset_symbols();
-    forget_files();
-    init_sections();
-    pass_number = 0;
-    error_count = 0;
-    sizing_repeated = true;
-    size_source();
-}
-
-// Passes until the object is right, or errors keep it from being written. The source is sized again
-// as long as the passes need sections or symbols that have no number.
-static void run_passes_until_numbered(bool report_undefined_at_once)
-{
-    for (int32_t sizings = 1;; ++sizings) {
-        resolve_symbols(report_undefined_at_once);
-        run_passes_until_settled();
-        if (error_count != 0 || sizings == SIZING_PASSES_MAX || !find_late_needs())
-            break;
-        size_source_again();
-    }
-    if (error_count == 0)
-        report_late_undefined();
-}
-
-// Where the passes differ, what looks wrong in one of them may be right in the one that counts: a
-// symbol is defined behind a condition that only later passes answer so, a branch meets its label
-// in a section that only later passes select. Such a source gets a second chance without a word, in
-// which only the settled pass is judged; if it fails that, too, the first course is taken again.
-static void assemble_sized_source()
-{
-    if (error_count != 0) {
-        run_passes_until_numbered(true);
-        return;
-    }
-    hold_messages();
-    run_passes_until_numbered(true);
-    if (error_count == 0 || !passes_differ) {
-        release_messages();
-        return;
-    }
-    size_source_again();
-    forgiven_passes_left = FORGIVEN_PASSES_MAX;
-    run_passes_until_numbered(false);
-    forgiven_passes_left = 0;
-    drop_messages();
-    if (error_count == 0)
-        return;
-    size_source_again();
-    run_passes_until_numbered(true);
-}
-
-// The object is put in place last, when all that comes with it is where it should be.
-static void finish_outputs()
-{
-    drop_object_file();
-    if (error_count == 0) {
-        write_option_record();
-        build_object_file();
-    }
-    close_listing();
-    if (!flush_standard_output())
-        ++error_count;
-    if (error_count == 0)
-        place_object_file();
-}
-
-int32_t assemble_source_file()
-{
-    derive_file_names();
-    forget_files();
-    forget_late_needs();
-    init_sections();
-    note_carried_state();
-    pass_number = 0;
-    error_count = 0;
-    new_section_group = 0;
-    sizing_repeated = false;
-    passes_differ = false;
-    missing_source_told = false;
-    hold_listing_back();
-
-    if (opt_make_deps) {
-        run_pass();
-        std::fputc('\n', stdout);
-        report_missed_file();
-        return input_failed() ? error_count : 0;
-    }
-    size_source();
-    assemble_sized_source();
-    run_listing_pass();
-    if (error_count == 0)
-        report_broken_numbering();
-    report_missed_file();
-    finish_outputs();
-    return error_count;
 }

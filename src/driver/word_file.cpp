@@ -3,9 +3,9 @@
 
 #include "driver/word_file.h"
 
-#include "driver/file_register.h"
-#include "driver/host.h"
-#include "driver/number.h"
+#include "base/file_register.h"
+#include "base/host.h"
+#include "base/number.h"
 #include <cstdio>
 
 constexpr size_t LINE_ROOM = 10240; // what a line may take, end mark included

@@ -3,9 +3,9 @@
 
 #include "expr/cross_reference.h"
 
-#include "driver/memory.h"
+#include "base/position.h"
+#include "base/memory.h"
 #include "expr/symbol_table.h"
-#include "input/input_stack.h"
 #include <algorithm>
 
 static bool holds_line(const XrefChunk *chunk, uint32_t line)

@@ -4,20 +4,21 @@
 
 #include "expr/evaluator.h"
 
-#include "driver/memory.h"
-#include "driver/number.h"
-#include "driver/passes.h"
-#include "driver/settings.h"
+#include "base/position.h"
+#include "base/memory.h"
+#include "base/number.h"
+#include "base/pass_state.h"
+#include "base/settings.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
-#include "listing/diagnostics.h"
+#include "base/diagnostics.h"
 #include "output/section_table.h"
-#include "target/target.h"
 
 // Operands nest only as deep as a line and its literals let them; deeper ones would exhaust the
 // stack, which ends the run as exhausted memory does.
 constexpr int32_t NESTING_MAX = 2000;
 int32_t expression_nesting;
+uint32_t address_page_bits;
 
 // Levels of the binary operators, by the low five bits of the token. 0: no such operator.
 static constexpr uint8_t precedence[32] = {
@@ -57,7 +58,7 @@ void expect_token(int32_t token)
     if (found == token)
         return;
     unget_token(found);
-    record_error(MSG_SYNTAX_ERROR);
+    record_error(messages::SYNTAX_ERROR);
 }
 
 static bool fits(const ExprValue &value, int32_t lowest)
@@ -81,7 +82,7 @@ bool fits_byte(const ExprValue &value)
 static void divide(uint32_t *left, int32_t token, uint32_t right)
 {
     if (right == 0)
-        record_error(MSG_ZERO_DIVIDE);
+        record_error(messages::ZERO_DIVIDE);
     else if (token == TOK_PERCENT)
         *left %= right; // unsigned, though "/" is signed
     else                // in 64 bits, as the lowest number divided by -1 has to wrap
@@ -155,12 +156,12 @@ static void add_relocatable(ExprValue *left, const ExprValue &right)
     left->value += right.value;
     if (is_relocatable(right)) {
         if (is_relocatable(*left) || selects_part(right))
-            record_error(MSG_BAD_RELOCATABLE);
+            record_error(messages::BAD_RELOCATABLE);
         left->reloc = right.reloc;
         left->section_number = right.section_number;
         left->symbol = right.symbol;
     } else if (selects_part(*left)) {
-        record_error(MSG_BAD_RELOCATABLE);
+        record_error(messages::BAD_RELOCATABLE);
     }
 }
 
@@ -173,15 +174,15 @@ static void subtract_relocatable(ExprValue *left, const ExprValue &right)
 {
     left->value -= right.value;
     if (!is_relocatable(*left)) {
-        record_error(MSG_BAD_RELOCATABLE);
+        record_error(messages::BAD_RELOCATABLE);
     } else if (is_relocatable(right)) {
         // The distance of two places in one section is a number. Part selections are not looked at.
         if (left->section_number != right.section_number || is_undefined(left->symbol) ||
             is_undefined(right.symbol))
-            record_error(MSG_BAD_RELOCATABLE);
+            record_error(messages::BAD_RELOCATABLE);
         set_absolute(left, left->value);
     } else if (selects_part(*left)) {
-        record_error(MSG_BAD_RELOCATABLE);
+        record_error(messages::BAD_RELOCATABLE);
     }
 }
 
@@ -194,7 +195,7 @@ static void apply_operator(ExprValue *left, int32_t token, const ExprValue &righ
     else if (token == TOK_MINUS)
         subtract_relocatable(left, right);
     else
-        record_error(MSG_BAD_RELOCATABLE);
+        record_error(messages::BAD_RELOCATABLE);
 }
 
 // Applies operators of a level above `floor` to `left`, beginning with `pending`.
@@ -233,7 +234,7 @@ static void parse_unary(ExprValue *out, int32_t token)
 {
     parse_primary(out);
     if (is_relocatable(*out))
-        record_error(MSG_BAD_RELOCATABLE);
+        record_error(messages::BAD_RELOCATABLE);
     if (token == TOK_NOT)
         out->value = out->value == 0;
     else if (token == TOK_COMPLEMENT)
@@ -247,7 +248,7 @@ static void parse_unary(ExprValue *out, int32_t token)
 static uint32_t character_constant()
 {
     if (token_length() > 4)
-        record_error("bad character constant", 0, nullptr);
+        record_error("bad character constant");
     uint32_t value = 0;
     for (int32_t i = 0; i < token_length(); ++i)
         value = (value << 8) + static_cast<unsigned char>(token_text()[i]);
@@ -266,7 +267,7 @@ static uint32_t prefixed_number(int32_t prefix)
     uint32_t value;
     const char *end = parse_number(line_cursor, &value, base);
     if (end == line_cursor)
-        record_error(MSG_BAD_CONSTANT);
+        record_error(messages::BAD_CONSTANT);
     line_cursor = end;
     return value;
 }
@@ -316,7 +317,7 @@ static void note_reference(Symbol *symbol)
     // Without -u an undefined symbol is told once, at the end of the sizing pass.
     if (pass_number != 0 && undefined_in_listing &&
         (symbol->attrs & (ATTR_DEFINED | ATTR_PUBLIC)) == 0)
-        record_error(messages[MSG_NOT_DEFINED], symbol->name_length, symbol->name);
+        record_error(messages::NOT_DEFINED, symbol_name(*symbol));
 }
 
 static void symbol_value(ExprValue *out, Symbol *symbol)
@@ -336,7 +337,7 @@ static void symbol_value(ExprValue *out, Symbol *symbol)
 static uint32_t string_length()
 {
     if (next_token() != TOK_STRING)
-        record_error(MSG_SYNTAX_ERROR);
+        record_error(messages::SYNTAX_ERROR);
     expect_token(TOK_RPAREN);
     return static_cast<uint32_t>(token_length());
 }
@@ -347,7 +348,7 @@ static uint32_t defined_test()
     if (next_token() == TOK_SYMBOL)
         defined = is_defined_above(token_symbol);
     else
-        record_error(MSG_MISSING_STRING);
+        record_error(messages::MISSING_STRING);
     expect_token(TOK_RPAREN);
     return defined;
 }
@@ -355,7 +356,7 @@ static uint32_t defined_test()
 static void take_low(ExprValue *out)
 {
     if (selects_part(*out))
-        record_error(MSG_BAD_RELOCATABLE);
+        record_error(messages::BAD_RELOCATABLE);
     if (is_relocatable(*out))
         out->reloc = RELOC_ZPAGE;
     else
@@ -368,7 +369,7 @@ static void take_part(ExprValue *out, int32_t function)
 {
     const bool paged = function == TOK_PHIGH || function == TOK_PLOW;
     if (selects_part(*out) || (paged && !is_relocatable(*out)))
-        record_error(MSG_BAD_RELOCATABLE);
+        record_error(messages::BAD_RELOCATABLE);
     if (function == TOK_PLOW)
         out->reloc |= RELOC_PLOW;
     else if (function == TOK_PHIGH)
@@ -442,7 +443,7 @@ static void parse_operand_token(ExprValue *out, int32_t token)
         parse_function(out, token);
         break;
     default:
-        record_error(MSG_SYNTAX_ERROR);
+        record_error(messages::SYNTAX_ERROR);
         set_absolute(out, 0);
         break;
     }
@@ -474,17 +475,17 @@ uint32_t parse_simple_value()
         return current_location();
     default:
         unget_token(token);
-        record_error(MSG_SYNTAX_ERROR);
+        record_error(messages::SYNTAX_ERROR);
         return 0;
     }
 }
 
-void base_directive(Keyword *, const char *, uint32_t)
+static void base_directive(const Statement &)
 {
     ExprValue value;
     parse_expression(&value);
     if (is_relocatable(value))
-        record_error(MSG_RELOCATABLE_NOT_ALLOWED);
+        record_error(messages::RELOCATABLE_NOT_ALLOWED);
     switch (value.value) {
     case 2:
     case 8:
@@ -493,7 +494,15 @@ void base_directive(Keyword *, const char *, uint32_t)
         default_base = value.value;
         break;
     default:
-        record_error("invalid base", 0, nullptr);
+        record_error("invalid base");
         break;
     }
+}
+
+std::span<const DirectiveRow> base_directives()
+{
+    static constexpr DirectiveRow rows[] = {
+        {"base", base_directive, 0, KW_PLAIN},
+    };
+    return rows;
 }

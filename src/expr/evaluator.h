@@ -1,9 +1,10 @@
 // Expressions: read from the token stream, computed at once.
 #pragma once
 
+#include "expr/keyword_table.h"
 #include <cstdint>
+#include <span>
 
-struct Keyword;
 struct Symbol;
 
 // ExprValue::reloc. 0 is absolute; otherwise the low four bits are the kind of address and the
@@ -26,8 +27,8 @@ struct ExprValue {
     uint8_t reloc;          // RELOC_
 };
 
-// How deep operands are nested at the moment; 0 between statements.
-extern int32_t expression_nesting;
+// How far `page` shifts an absolute value. Set by the target.
+extern uint32_t address_page_bits;
 
 // Reads a whole expression; the token that can't continue it goes back. Records "bad relocatable
 // expression", "zero divide", "bad character constant", "bad constant", "missing string", "syntax
@@ -46,4 +47,4 @@ bool fits_byte(const ExprValue &value);
 uint32_t parse_simple_value();
 
 // The directive `base`.
-void base_directive(Keyword *keyword, const char *label, uint32_t length);
+std::span<const DirectiveRow> base_directives();

@@ -3,56 +3,63 @@
 
 #include "expr/keyword_table.h"
 
-#include "driver/memory.h"
-#include "driver/number.h"
+#include "base/memory.h"
+#include "base/number.h"
 #include "expr/symbol_table.h"
-#include "input/macro.h"
+#include <algorithm>
 #include <cstring>
 
 // Enough for the vocabulary and for the macros of large programs.
 constexpr int BUCKET_BITS = 12;
 constexpr size_t FOLDED_ROOM = 256;
 
-int32_t bypass_macro;
+bool bypass_macro;
 
 static Keyword *keyword_buckets[size_t{1} << BUCKET_BITS];
 
-// Folds the name into `folded` and gives its bucket.
-static Keyword **fold_name(const char *name, uint8_t length, char *folded)
+// A name in lower case, and the chain that it belongs to.
+struct FoldedName {
+    char text[FOLDED_ROOM];
+    uint8_t length;
+    Keyword **bucket;
+};
+
+static void fold_name(std::string_view full_name, FoldedName *folded)
 {
-    for (uint8_t i = 0; i < length; ++i)
-        folded[i] = lower_case(name[i]);
-    const uint32_t hash = hash_name(folded, length) * 0x9E3779B1;
-    return &keyword_buckets[hash >> (32 - BUCKET_BITS)];
+    const std::string_view name = counted_name(full_name);
+    folded->length = static_cast<uint8_t>(name.size());
+    std::transform(name.begin(), name.end(), folded->text, lower_case);
+    const uint32_t hash = hash_name({folded->text, folded->length}) * 0x9E3779B1;
+    folded->bucket = &keyword_buckets[hash >> (32 - BUCKET_BITS)];
 }
 
-static Keyword *new_keyword(const char *name, uint8_t length, Keyword *next)
+Keyword *add_keyword(std::string_view name, uint8_t argument, uint16_t flags)
 {
-    auto *keyword = new_node<Keyword>(next, length);
+    FoldedName folded;
+    fold_name(name, &folded);
+    auto *keyword = new_node<Keyword>(*folded.bucket, folded.length);
     keyword->name = reinterpret_cast<char *>(keyword + 1);
-    keyword->name_length = length;
-    std::memcpy(keyword->name, name, length);
+    keyword->name_length = folded.length;
+    std::memcpy(keyword->name, folded.text, folded.length);
+    keyword->argument = argument;
+    keyword->flags = flags;
+    *folded.bucket = keyword;
     return keyword;
 }
 
-Keyword *add_keyword(const char *name, uint32_t length, uint8_t argument, uint8_t flags)
+void add_directives(std::span<const DirectiveRow> rows)
 {
-    char folded[FOLDED_ROOM];
-    const uint8_t counted = counted_length(name, length);
-    Keyword **bucket = fold_name(name, counted, folded);
-    *bucket = new_keyword(folded, counted, *bucket);
-    (*bucket)->argument = argument;
-    (*bucket)->flags = flags;
-    return *bucket;
+    for (const DirectiveRow &row : rows)
+        add_keyword(row.name, row.argument, row.flags)->action = row.action;
 }
 
-Keyword *find_keyword(const char *name, uint32_t length)
+Keyword *find_keyword(std::string_view name)
 {
-    char folded[FOLDED_ROOM];
-    const uint8_t counted = counted_length(name, length);
-    Keyword *keyword = *fold_name(name, counted, folded);
-    while (keyword != nullptr &&
-           (keyword->name_length != counted || std::memcmp(keyword->name, folded, counted) != 0))
+    FoldedName folded;
+    fold_name(name, &folded);
+    Keyword *keyword = *folded.bucket;
+    while (keyword != nullptr && (keyword->name_length != folded.length ||
+                                  std::memcmp(keyword->name, folded.text, folded.length) != 0))
         keyword = keyword->next;
     if (keyword != nullptr && bypass_macro && (keyword->flags & KW_MACRO) && keyword->argument != 0)
         return keyword->next;
@@ -83,16 +90,9 @@ bool is_directive_stem(const Keyword *keyword)
     return (keyword->flags & KW_DIRECTIVE) != 0;
 }
 
-bool has_action(const Keyword *keyword, DirectiveAction action)
-{
-    return (keyword->flags & (KW_INSTRUCTION | KW_MACRO)) == 0 && keyword->action == action;
-}
-
-// The shadow's action or rows go back to the keyword.
-static void undo_macro(Keyword *keyword)
+void undo_macro(Keyword *keyword)
 {
     Keyword *shadow = keyword->next;
-    free_body(keyword->body);
     if (shadow->flags & KW_INSTRUCTION)
         keyword->opcodes = shadow->opcodes;
     else
@@ -102,28 +102,19 @@ static void undo_macro(Keyword *keyword)
     keyword->next = xfree(shadow, shadow->next);
 }
 
-void undo_macros()
+void forget_macro(Keyword *keyword)
 {
-    for (Keyword *keyword : keyword_buckets) {
-        for (; keyword != nullptr; keyword = keyword->next) {
-            if ((keyword->flags & KW_MACRO) && keyword->argument != 0)
-                undo_macro(keyword);
-        }
-    }
+    keyword->name_length = 0;
+    keyword->body = nullptr;
+    keyword->flags &= static_cast<uint16_t>(~KW_MACRO);
 }
 
-void forget_macros()
+void visit_macros(void (*visit)(Keyword *))
 {
     for (Keyword *keyword : keyword_buckets) {
         for (; keyword != nullptr; keyword = keyword->next) {
-            if ((keyword->flags & KW_MACRO) == 0)
-                continue;
-            // The empty record stays in the chain, where no name finds it again.
-            keyword->name_length = 0;
-            free_body(keyword->body);
-            keyword->body = nullptr;
-            keyword->flags &= static_cast<uint8_t>(~KW_MACRO);
+            if (keyword->flags & KW_MACRO)
+                visit(keyword);
         }
     }
-    free_retired_bodies();
 }

@@ -4,10 +4,10 @@
 
 #include "expr/lexer.h"
 
-#include "driver/number.h"
+#include "base/number.h"
 #include "expr/cross_reference.h"
 #include "expr/symbol_table.h"
-#include "listing/diagnostics.h"
+#include "base/diagnostics.h"
 #include <cstring>
 #include <string_view>
 
@@ -16,9 +16,9 @@ Symbol *token_symbol;
 uint32_t token_register;
 uint32_t token_number;
 char token_string[1 + TOKEN_STRING_MAX + 1];
-int32_t dot_in_names = 1;
+bool dot_in_names = true;
 uint32_t default_base = 10;
-int32_t number_suffixes_allowed;
+bool number_suffixes_allowed;
 
 constexpr size_t BACK_TOKENS_MAX = 5;
 constexpr size_t LITERAL_DEPTH_MAX = 5;
@@ -60,7 +60,7 @@ void reset_lexer()
 void unget_token(int32_t token)
 {
     if (back_token_count == BACK_TOKENS_MAX)
-        record_error("too many back tokens", 0, nullptr);
+        record_error("too many back tokens");
     else
         back_tokens[back_token_count++] = token;
 }
@@ -85,26 +85,26 @@ static bool is_argument_notation(const char *text)
     return std::strchr("@\\(#", c) != nullptr || is_letter(c) || is_digit(c);
 }
 
-// A local label: digits, then "$". In mode 1 argument notation may stand among the digits.
-static const char *scan_local_label(int32_t mode)
+// A local label: digits, then "$". In a raw line argument notation may stand among the digits.
+static std::string_view scan_local_label(bool raw)
 {
     const char *c = line_cursor;
     for (;;) {
         if (is_digit(*c))
             ++c;
-        else if (mode != 0 && c[0] == '\\' && (c[1] == '#' || is_letter(c[1]) || is_digit(c[1])))
+        else if (raw && c[0] == '\\' && (c[1] == '#' || is_letter(c[1]) || is_digit(c[1])))
             c += 2;
         else
             break;
     }
     if (*c != '$')
-        return nullptr;
+        return {};
     const char *start = line_cursor;
     line_cursor = c + 1;
-    return start;
+    return {start, line_cursor};
 }
 
-const char *scan_name(int32_t mode)
+std::string_view scan_name(bool raw)
 {
     const char *start = line_cursor;
     const char *c = start;
@@ -113,7 +113,7 @@ const char *scan_name(int32_t mode)
     for (;;) {
         if (is_letter(*c) || *c == '_') {
             ++c;
-        } else if (mode != 0 && is_argument_notation(c)) {
+        } else if (raw && is_argument_notation(c)) {
             c += 2;
         } else if (in_parentheses && *c == ')') {
             ++c;
@@ -124,15 +124,15 @@ const char *scan_name(int32_t mode)
         } else {
             break;
         }
-        if (mode != 0 && c[-1] == '(')
+        if (raw && c[-1] == '(')
             in_parentheses = true;
-        else if (mode != 0 && c[-1] == ')')
+        else if (raw && c[-1] == ')')
             in_parentheses = false;
     }
     if (c == start)
-        return is_digit(*c) ? scan_local_label(mode) : nullptr;
+        return is_digit(*c) ? scan_local_label(raw) : std::string_view();
     line_cursor = c;
-    return start;
+    return {start, c};
 }
 
 static bool is_number_character(char c)
@@ -173,7 +173,7 @@ static const char *scan_number(const char *text, uint32_t *value)
     const char *stop = parse_number(text, value, base);
     if (stop == end - 1)
         return end;
-    record_error(MSG_BAD_CONSTANT);
+    record_error(messages::BAD_CONSTANT);
     return stop;
 }
 
@@ -183,8 +183,7 @@ static int32_t read_number_or_local_label()
     while (is_digit(*end))
         ++end;
     if (*end == '$') {
-        const auto length = static_cast<uint32_t>(end + 1 - line_cursor);
-        token_symbol = find_symbol(line_cursor, length);
+        token_symbol = find_symbol({line_cursor, end + 1});
         line_cursor = end + 1;
         if (token_symbol->source_file == nullptr)
             record_xref(token_symbol);
@@ -207,11 +206,11 @@ static int32_t read_string(char quote)
         if (count < TOKEN_STRING_MAX)
             token_string[1 + count++] = *line_cursor;
         else
-            record_error("string constant too long", 0, nullptr);
+            record_error("string constant too long");
         ++line_cursor;
     }
     if (*line_cursor == '\0')
-        record_error("bad string constant", 0, nullptr);
+        record_error("bad string constant");
     else
         ++line_cursor;
     token_string[1 + count] = '\0';
@@ -317,7 +316,7 @@ static void enter_literal(Symbol *literal)
     ++literals_read;
     unstacked_literals += has_room ? 0 : 1;
     if (literals_read > LITERALS_PER_STATEMENT_MAX || unstacked_literals > UNSTACKED_LITERALS_MAX) {
-        record_error("too many embedded literals", 0, nullptr);
+        record_error("too many embedded literals");
         literal_depth = 0;
         line_cursor = "";
         return;
@@ -325,7 +324,7 @@ static void enter_literal(Symbol *literal)
     if (has_room)
         literal_stack[literal_depth++] = line_cursor;
     else
-        record_error("too many embedded literals", 0, nullptr);
+        record_error("too many embedded literals");
     line_cursor = literal->literal;
     record_xref(literal);
     literal->attrs |= ATTR_REFERENCED;
@@ -334,16 +333,11 @@ static void enter_literal(Symbol *literal)
 // Reads a name. False when it is that of a literal, whose text now stands at the cursor.
 static bool read_name(int32_t *token)
 {
-    const char *name = scan_name(0);
-    if (name == nullptr) {
-        *token = TOK_NONE;
+    const std::string_view name = scan_name();
+    *token = name.empty() ? TOK_NONE : function_token(name);
+    if (name.empty() || *token != TOK_NONE)
         return true;
-    }
-    const auto length = static_cast<uint32_t>(line_cursor - name);
-    *token = function_token({name, length});
-    if (*token != TOK_NONE)
-        return true;
-    token_symbol = find_symbol(name, length);
+    token_symbol = find_symbol(name);
     if (token_symbol->flags & SYM_LITERAL) {
         enter_literal(token_symbol);
         return false;
@@ -385,5 +379,22 @@ int32_t next_token()
         int32_t token;
         if (read_name(&token))
             return token;
+    }
+}
+
+int32_t read_on_off()
+{
+    skip_blanks();
+    if (lower_case(line_cursor[0]) != 'o')
+        return -1;
+    switch (lower_case(line_cursor[1])) {
+    case 'f': // "of" will do
+        line_cursor += lower_case(line_cursor[2]) == 'f' ? 3 : 2;
+        return 0;
+    case 'n':
+        line_cursor += 2;
+        return 1;
+    default:
+        return -1;
     }
 }

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 struct Symbol;
 
@@ -72,14 +73,14 @@ extern uint32_t token_number;   // the last number, or the character count of th
 // A length byte (the count modulo 256), the characters, a zero byte.
 extern char token_string[1 + TOKEN_STRING_MAX + 1];
 
-// 1 while "." counts as a letter; 0 while the operand parser reads a bracketed operand.
-extern int32_t dot_in_names;
+// Whether "." counts as a letter; not while the operand parser reads a bracketed operand.
+extern bool dot_in_names;
 
 // The radix of numbers without a mark. 10 at program start, changed by `base`, never reset.
 extern uint32_t default_base;
 
 // Set while `#define` reads its value: C's suffixes l and u may follow a number.
-extern int32_t number_suffixes_allowed;
+extern bool number_suffixes_allowed;
 
 // Reads the next token. Records "too many embedded literals", "string constant too long", "bad
 // string constant", "bad constant".
@@ -98,9 +99,13 @@ void skip_blanks();
 // Moves the cursor to the end of the line.
 void skip_line();
 
-// If a name stands at the cursor, moves behind it and gives its start, else none; its length is
-// then line_cursor minus the start. Mode 1 takes macro argument notation as part of a name.
-const char *scan_name(int32_t mode);
+// If a name stands at the cursor, moves after it and gives it; else the result is empty. A raw line,
+// one of a body or of skipped code, may have macro argument notation as part of a name.
+std::string_view scan_name(bool raw = false);
+
+// Reads the word "on" or "off" at the cursor: 1, 0, or -1 when something else stands there, which
+// is left for the end-of-statement check.
+int32_t read_on_off();
 
 // The text of the last string token, zero-terminated.
 inline const char *token_text()

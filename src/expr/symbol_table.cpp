@@ -5,12 +5,11 @@
 
 #include "expr/symbol_table.h"
 
-#include "driver/memory.h"
-#include "driver/number.h"
-#include "driver/passes.h"
+#include "base/position.h"
+#include "base/memory.h"
+#include "base/number.h"
+#include "base/pass_state.h"
 #include "expr/cross_reference.h"
-#include "expr/keyword_table.h"
-#include "input/input_stack.h"
 #include <algorithm>
 #include <cstring>
 #include <iterator>
@@ -30,33 +29,32 @@ static size_t symbol_count;
 
 constexpr size_t INDEX_SIZE_FIRST = 1024;
 
-uint8_t counted_length(const char *name, uint32_t length)
+std::string_view counted_name(std::string_view name)
 {
-    auto counted = static_cast<uint8_t>(length);
-    if (counted == 0)
-        counted = static_cast<uint8_t>(std::strlen(name));
-    return counted;
+    if (static_cast<uint8_t>(name.size()) != 0)
+        return name.substr(0, static_cast<uint8_t>(name.size()));
+    return {name.data(), static_cast<uint8_t>(std::strlen(name.data()))};
 }
 
-uint32_t hash_name(const char *name, uint8_t length)
+uint32_t hash_name(std::string_view name)
 {
     uint32_t hash = 0;
-    for (uint8_t i = 0; i < length; ++i)
-        hash = hash * 8 + static_cast<uint32_t>(static_cast<signed char>(name[i]));
+    for (const char c : name)
+        hash = hash * 8 + static_cast<uint32_t>(static_cast<signed char>(c));
     return hash;
 }
 
-static Symbol *new_symbol(const char *name, uint8_t length)
+static Symbol *new_symbol(std::string_view name)
 {
     // One byte more, so that even an empty name can be measured.
-    auto *symbol = new_node<Symbol>(nullptr, length + size_t{1});
+    auto *symbol = new_node<Symbol>(nullptr, name.size() + 1);
     char *text = reinterpret_cast<char *>(symbol + 1);
-    std::memcpy(text, name, length);
+    std::memcpy(text, name.data(), name.size());
     symbol->name = text;
-    symbol->name_length = length;
-    if (is_digit(name[0])) {
+    symbol->name_length = static_cast<uint8_t>(name.size());
+    if (is_digit(*name.data())) {
         symbol->flags = SYM_LOCAL;
-        symbol->def_line = scope_number;
+        symbol->scope = scope_number;
     }
     return symbol;
 }
@@ -64,7 +62,7 @@ static Symbol *new_symbol(const char *name, uint8_t length)
 // Puts a new symbol where its bucket wants it on the list.
 static void link_symbol(Symbol *symbol)
 {
-    Symbol **end = &bucket_ends[hash_name(symbol->name, symbol->name_length) % BUCKET_COUNT];
+    Symbol **end = &bucket_ends[hash_name(symbol_name(*symbol)) % BUCKET_COUNT];
     Symbol **link = *end != nullptr ? &(*end)->next : &symbol_list;
     symbol->next = *link;
     *link = symbol;
@@ -72,11 +70,11 @@ static void link_symbol(Symbol *symbol)
 }
 
 // A hash of all characters (FNV-1a) and, for a local label, of its scope.
-static uint32_t index_hash(const char *name, uint8_t length, bool local)
+static uint32_t index_hash(std::string_view name, bool local)
 {
     uint32_t hash = local ? scope_number * 0x9E3779B1 : 0x811C9DC5;
-    for (uint8_t i = 0; i < length; ++i)
-        hash = (hash ^ static_cast<unsigned char>(name[i])) * 0x01000193;
+    for (const char c : name)
+        hash = (hash ^ static_cast<unsigned char>(c)) * 0x01000193;
     return hash ^ hash >> 15;
 }
 
@@ -101,27 +99,27 @@ static void grow_index()
 }
 
 // A local label is itself only in the scope that its record was made in.
-static bool is_same_symbol(const Symbol *symbol, const char *name, uint8_t length, bool local)
+static bool is_same_symbol(const Symbol *symbol, std::string_view name, bool local)
 {
-    return symbol->name_length == length && std::memcmp(symbol->name, name, length) == 0 &&
-           (!local || symbol->def_line == scope_number);
+    return symbol_name(*symbol) == name &&
+           (!local || (symbol->scope == scope_number && !symbol->multiply_defined));
 }
 
 // The mark of a second definition takes the place of a local label's scope: nothing finds it again.
 static bool is_out_of_reach(const Symbol *symbol)
 {
-    return (symbol->flags & SYM_LOCAL) != 0 && symbol->def_line == LINE_MULTIPLY_DEFINED;
+    return (symbol->flags & SYM_LOCAL) != 0 && symbol->multiply_defined;
 }
 
 // Symbols out of reach leave their chain: a label that is defined over and over in one scope would
 // make it longer each time.
-static Symbol *look_up(uint32_t hash, const char *name, uint8_t length, bool local)
+static Symbol *look_up(uint32_t hash, std::string_view name, bool local)
 {
     if (index_size == 0)
         return nullptr;
     Symbol **link = &symbol_index[hash & (index_size - 1)];
     while (Symbol *symbol = *link) {
-        if (symbol->index_hash == hash && is_same_symbol(symbol, name, length, local))
+        if (symbol->index_hash == hash && is_same_symbol(symbol, name, local))
             return symbol;
         if (is_out_of_reach(symbol))
             *link = symbol->index_next;
@@ -131,16 +129,16 @@ static Symbol *look_up(uint32_t hash, const char *name, uint8_t length, bool loc
     return nullptr;
 }
 
-Symbol *find_symbol(const char *name, uint32_t length)
+Symbol *find_symbol(std::string_view full_name)
 {
-    const uint8_t counted = counted_length(name, length);
-    const bool local = is_digit(name[0]);
-    const uint32_t hash = index_hash(name, counted, local);
-    Symbol *symbol = look_up(hash, name, counted, local);
+    const std::string_view name = counted_name(full_name);
+    const bool local = is_digit(*name.data());
+    const uint32_t hash = index_hash(name, local);
+    Symbol *symbol = look_up(hash, name, local);
     if (symbol != nullptr)
         return symbol;
     grow_index();
-    symbol = new_symbol(name, counted);
+    symbol = new_symbol(name);
     symbol->index_hash = hash;
     link_symbol(symbol);
     insert_into_index(symbol);
@@ -166,7 +164,7 @@ Symbol *follow_alias(Symbol *symbol)
 
 static void keep_symbol(const Symbol *old)
 {
-    Symbol *symbol = find_symbol(old->name, old->name_length);
+    Symbol *symbol = find_symbol(symbol_name(*old));
     symbol->flags |= old->flags;
     symbol->value = old->value;
     symbol->section_number = old->section_number;
@@ -188,5 +186,4 @@ void reset_symbols()
             free_block(old->literal);
         old = xfree(old, old->next);
     }
-    forget_macros();
 }

@@ -3,8 +3,9 @@
 #pragma once
 
 #include "expr/cross_reference.h"
-#include "output/object_format.h"
+#include "base/object_format.h"
 #include <cstdint>
+#include <string_view>
 
 // What kind of thing a symbol is: the bits of Symbol::flags.
 constexpr uint16_t SYM_PREDEFINED = 0x0001; // made by -d or the assembler; outlives a source file
@@ -23,9 +24,6 @@ constexpr uint16_t SYM_KEPT = 0x1000;       // gets a record, as a later pass wa
 // The section attributes that a label takes over from its section.
 constexpr uint8_t ATTR_FROM_SECTION = ATTR_ZPAGE | ATTR_BIT | ATTR_LONG | ATTR_CODE;
 
-// Symbol::def_line of a symbol that was defined twice.
-constexpr uint32_t LINE_MULTIPLY_DEFINED = 0xFFFFFFFF;
-
 // Records live from the first mention to the end of the source file, through all passes.
 struct Symbol {
     Symbol *next;
@@ -40,13 +38,15 @@ struct Symbol {
     uint32_t object_index;   // number in the object file, 0 when it has none
     uint32_t def_ordinal;    // line_ordinal of the definition
     uint32_t data_size;      // bytes of data behind the label, for debug information
-    uint32_t def_line;       // 0 while undefined; the scope's number for a local label
+    uint32_t def_line;       // 0 while undefined, and for local labels
+    uint32_t scope;          // of a local label
     uint32_t ref_line;       // line of the first reference, 0 while there is none
     uint32_t defined_in;     // pass_number of the last definition and of the last use
     uint32_t used_in;
     uint32_t value;         // a bit symbol holds byte address times 8 plus bit number
     uint16_t flags;         // SYM_ bits
     uint8_t attrs;          // ATTR_ bits
+    bool multiply_defined;   // found defined twice: no lookup finds a local label again
     uint8_t section_number; // 0 for none
     uint8_t name_length;    // modulo 256
     const char *name;       // `name_length` bytes without end mark, inside the record
@@ -62,9 +62,8 @@ extern Symbol *symbol_list;
 extern uint32_t scope_number;
 
 // Finds the symbol of this name, in the present scope if it begins with a digit, and makes it if
-// there is none. With length 0 the name ends at its zero byte. Only the low 8 bits of the length
-// count.
-Symbol *find_symbol(const char *name, uint32_t length);
+// there is none. Names are known by counted_name.
+Symbol *find_symbol(std::string_view name);
 
 // Whether the symbol is defined on a line above the current one. Marks an undefined symbol as
 // tested. The answer is the same in every pass, though a later pass knows every definition.
@@ -76,12 +75,17 @@ bool is_defined_above(Symbol *symbol);
 Symbol *follow_alias(Symbol *symbol);
 
 // Between two source files: keeps registers and predefined symbols, with what their attributes have
-// gathered, and drops everything else, all macros too.
+// gathered, and drops everything else.
 void reset_symbols();
 
-// The length by which both name tables know a name: cut to 8 bits first; a length of 0 then means
-// that the text is measured.
-uint8_t counted_length(const char *name, uint32_t length);
+// What both name tables know of a name: its length is cut to 8 bits, and where that leaves 0 the text
+// is taken up to its zero byte, which must follow, and cut again.
+std::string_view counted_name(std::string_view name);
 
-// The hash of both tables over `length` characters; its low 8 bits are the bucket.
-uint32_t hash_name(const char *name, uint8_t length);
+// The hash of both tables; its low 8 bits are the bucket.
+uint32_t hash_name(std::string_view name);
+
+inline std::string_view symbol_name(const Symbol &symbol)
+{
+    return {symbol.name, symbol.name_length};
+}

@@ -3,14 +3,14 @@
 
 #include "input/conditional.h"
 
-#include "driver/memory.h"
-#include "driver/passes.h"
+#include "base/memory.h"
+#include "base/pass_state.h"
 #include "expr/evaluator.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
 #include "input/input_stack.h"
-#include "listing/diagnostics.h"
+#include "base/diagnostics.h"
 #include "listing/listing.h"
 #include <cstring>
 
@@ -40,7 +40,7 @@ enum : uint8_t {
     IF_NOT_DEFINED = 9,
 };
 
-int32_t assembling_enabled()
+bool assembling_enabled()
 {
     return cond_stack == nullptr || cond_stack->taken;
 }
@@ -69,7 +69,7 @@ static bool expect_operand(int32_t wanted)
     const int32_t token = next_token();
     if (token == wanted)
         return true;
-    record_error(MSG_MISSING_STRING);
+    record_error(messages::MISSING_STRING);
     unget_token(token);
     return false;
 }
@@ -101,7 +101,7 @@ static bool read_condition(uint8_t condition)
         ExprValue value;
         parse_expression(&value);
         if (value.reloc != RELOC_ABSOLUTE)
-            record_error(MSG_RELOCATABLE_NOT_ALLOWED);
+            record_error(messages::RELOCATABLE_NOT_ALLOWED);
         return compare_with_zero(condition, static_cast<int32_t>(value.value));
     }
     const bool inverted = (condition & 1) != 0;
@@ -109,7 +109,7 @@ static bool read_condition(uint8_t condition)
     return holds != inverted;
 }
 
-void if_directive(Keyword *keyword, const char *, uint32_t)
+static void if_directive(const Statement &statement)
 {
     const bool skipped = !assembling_enabled();
     auto *frame = new_node<CondFrame>(cond_stack);
@@ -118,14 +118,14 @@ void if_directive(Keyword *keyword, const char *, uint32_t)
     cond_stack = frame;
     if (skipped)
         return;
-    frame->taken = read_condition(keyword->argument);
+    frame->taken = read_condition(statement.keyword->argument);
     note_text_decision(frame->taken);
 }
 
-void else_directive(Keyword *, const char *, uint32_t)
+static void else_directive(const Statement &)
 {
     if (cond_stack == nullptr || cond_stack->else_seen) {
-        record_error("bad else", 0, nullptr);
+        record_error("bad else");
         return;
     }
     cond_stack->else_seen = true;
@@ -138,10 +138,10 @@ static void pop_frame()
     cond_stack = xfree(cond_stack, cond_stack->next);
 }
 
-void endif_directive(Keyword *, const char *, uint32_t)
+static void endif_directive(const Statement &)
 {
     if (cond_stack == nullptr)
-        record_error("bad endif", 0, nullptr);
+        record_error("bad endif");
     else
         pop_frame();
 }
@@ -150,11 +150,11 @@ void close_open_conditionals()
 {
     if (cond_stack == nullptr)
         return;
-    record_error("unclosed if", 0, nullptr);
-    if (list_state == LIST_ON)
+    record_error("unclosed if");
+    if (lists_line())
         list_expanded_error(nullptr);
     else
-        flush_error(nullptr);
+        flush_error();
     while (cond_stack != nullptr)
         pop_frame();
 }
@@ -169,5 +169,33 @@ void unwind_conditionals(uint32_t mark)
     while (cond_stack != nullptr && cond_stack->number != mark)
         pop_frame();
     if (mark_conditionals() != mark)
-        record_error("bad if/endif balance", 0, nullptr);
+        record_error("bad if/endif balance");
+}
+
+std::span<const DirectiveRow> conditional_directives()
+{
+    constexpr uint16_t CONDITIONAL = KW_DIRECTIVE | KW_CONDITIONAL;
+    static constexpr DirectiveRow rows[] = {
+        {"if", if_directive, IF_NOT_ZERO, CONDITIONAL},
+        {"#if", if_directive, IF_NOT_ZERO, CONDITIONAL},
+        {"ifne", if_directive, IF_NOT_ZERO, CONDITIONAL},
+        {"ifeq", if_directive, IF_ZERO, CONDITIONAL},
+        {"iflt", if_directive, IF_BELOW, CONDITIONAL},
+        {"ifle", if_directive, IF_NOT_ABOVE, CONDITIONAL},
+        {"ifgt", if_directive, IF_ABOVE, CONDITIONAL},
+        {"ifge", if_directive, IF_NOT_BELOW, CONDITIONAL},
+        {"ifc", if_directive, IF_SAME, CONDITIONAL},
+        {"ifnc", if_directive, IF_DIFFERENT, CONDITIONAL},
+        {"ifdef", if_directive, IF_DEFINED, CONDITIONAL},
+        {"#ifdef", if_directive, IF_DEFINED, CONDITIONAL},
+        {"ifndef", if_directive, IF_NOT_DEFINED, CONDITIONAL},
+        {"#ifndef", if_directive, IF_NOT_DEFINED, CONDITIONAL},
+        {"else", else_directive, 0, CONDITIONAL},
+        {"elsec", else_directive, 0, CONDITIONAL},
+        {"#else", else_directive, 0, CONDITIONAL},
+        {"endif", endif_directive, 0, CONDITIONAL},
+        {"endc", endif_directive, 0, CONDITIONAL},
+        {"#endif", endif_directive, 0, CONDITIONAL},
+    };
+    return rows;
 }

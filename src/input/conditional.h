@@ -1,17 +1,16 @@
 // Conditional assembly: which statements count.
 #pragma once
 
+#include "expr/keyword_table.h"
 #include <cstdint>
+#include <span>
 
-struct Keyword;
 
-// Whether the statement at hand is assembled: 1, or 0 in skipped code.
-int32_t assembling_enabled();
+// Whether the statement at hand is assembled, or in skipped code.
+bool assembling_enabled();
 
-// The directives. In skipped code they read no operand.
-void if_directive(Keyword *keyword, const char *label, uint32_t length);
-void else_directive(Keyword *keyword, const char *label, uint32_t length);
-void endif_directive(Keyword *keyword, const char *label, uint32_t length);
+// `if` and its kin. In skipped code they read no operand.
+std::span<const DirectiveRow> conditional_directives();
 
 // Ends every conditional that is open at the end of a pass: one "unclosed if" for all of them.
 void close_open_conditionals();

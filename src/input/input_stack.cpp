@@ -3,15 +3,16 @@
 
 #include "input/input_stack.h"
 
-#include "driver/file_register.h"
-#include "driver/host.h"
-#include "driver/memory.h"
-#include "driver/passes.h"
-#include "driver/settings.h"
+#include "base/file_register.h"
+#include "base/host.h"
+#include "base/memory.h"
+#include "base/pass_state.h"
+#include "base/position.h"
+#include "base/settings.h"
 #include "input/macro.h"
 #include "input/source_reader.h"
 #include "input/source_span.h"
-#include "listing/diagnostics.h"
+#include "base/diagnostics.h"
 #include "listing/listing.h"
 #include "listing/side_outputs.h"
 #include <cstdio>
@@ -21,9 +22,15 @@
 #include <string>
 
 char line_buffer[LINE_ROOM];
-uint32_t line_ordinal;
 Expansion *current_expansion;
-int32_t end_seen;
+bool end_seen;
+
+// One opening of a file in the sizing pass. Later passes find their names in these records.
+struct FileRecord {
+    FileRecord *next;
+    // The name is that of the opening, a path of the include list included; it lies in the record.
+    FilePosition position;
+};
 
 // A suspended input: an expansion, or else a file.
 struct InputSource {
@@ -39,11 +46,11 @@ struct InputSource {
 static std::FILE *current_file;
 static const char *current_opened_name;
 
+static InputSource *input_stack;
+
 // Record of the file being read; an expansion doesn't change it, so that its lines are reported at
 // the line that called it.
 static FileRecord *current_file_record;
-
-static InputSource *input_stack;
 
 // The records of this source file, in order of opening, and where the next one is linked.
 static FileRecord *file_records;
@@ -70,14 +77,10 @@ static bool failed_once;
 constexpr size_t JOINED_PATH_MAX = 511;
 constexpr uint32_t SHOWN_PATH_LENGTH = 40;
 
-const char *current_file_name()
+static void select_record(FileRecord *record)
 {
-    return current_file_record != nullptr ? current_file_record->name : "command_line";
-}
-
-uint32_t current_line()
-{
-    return current_file_record != nullptr ? current_file_record->line : 0;
+    current_file_record = record;
+    current_position = record != nullptr ? &record->position : nullptr;
 }
 
 static void push_input()
@@ -102,7 +105,7 @@ static bool pop_input()
     InputSource *input = input_stack;
     if (input == nullptr)
         return false;
-    current_file_record = input->file_record;
+    select_record(input->file_record);
     current_expansion = input->expansion;
     if (input->expansion == nullptr) {
         current_file = input->file;
@@ -125,7 +128,7 @@ Expansion *visit_suspended_expansions(bool (*stops)(Expansion *))
 // The line that can't be read is the one behind the last; the file ends there.
 static void report_read_error()
 {
-    ++current_file_record->line;
+    ++current_position->line;
     ++line_ordinal;
     report_unreadable(current_opened_name);
 }
@@ -133,7 +136,7 @@ static void report_read_error()
 static const char *next_file_line()
 {
     if (!end_seen && read_source_line(current_file, line_buffer, LINE_ROOM)) {
-        ++current_file_record->line;
+        ++current_position->line;
         ++line_ordinal;
         return line_buffer;
     }
@@ -144,7 +147,7 @@ static const char *next_file_line()
     --open_files;
     if (open_files == 1)
         out_of_files = false;
-    end_seen = 0;
+    end_seen = false;
     return nullptr;
 }
 
@@ -182,7 +185,7 @@ static Opening open_on_include_list(const char *name, std::FILE **file)
         const char *path = include_list.items[i];
         const std::string joined = std::string(path) + path_separator + name;
         if (joined.size() >= JOINED_PATH_MAX) {
-            record_error(messages[MSG_PATH_TOO_LONG], SHOWN_PATH_LENGTH, path);
+            record_error(messages::PATH_TOO_LONG, std::string_view(path).substr(0, SHOWN_PATH_LENGTH));
             continue;
         }
         std::strcpy(line_buffer, joined.c_str());
@@ -198,7 +201,7 @@ static Opening open_on_include_list(const char *name, std::FILE **file)
 static bool has_file_record(const char *name)
 {
     for (const FileRecord *record = file_records; record != nullptr; record = record->next) {
-        if (std::strcmp(record->name, name) == 0)
+        if (std::strcmp(record->position.name, name) == 0)
             return true;
     }
     return false;
@@ -210,7 +213,7 @@ static FileRecord *append_file_record(const char *name)
     auto *record = new_node<FileRecord>(nullptr, size);
     char *text = reinterpret_cast<char *>(record + 1);
     std::memcpy(text, name, size);
-    record->name = text;
+    record->position.name = text;
     *file_records_tail = record;
     file_records_tail = &record->next;
     return record;
@@ -223,7 +226,7 @@ static FileRecord *find_file_record(const char *name)
     if (current_file_record != nullptr) {
         for (FileRecord *record = current_file_record->next; record != nullptr;
              record = record->next) {
-            if (std::strcmp(record->name, name) == 0)
+            if (std::strcmp(record->position.name, name) == 0)
                 return record;
         }
     }
@@ -265,9 +268,9 @@ static void report_changed_name(const char *name)
 {
     failed_once = true;
     if (changed_names.insert(name).second)
-        report_at_line(messages[MSG_CANT_OPEN], name);
+        report_at_line(messages::CANT_OPEN, name);
     else
-        record_error(messages[MSG_CANT_OPEN], 0, name);
+        record_error(messages::CANT_OPEN, name);
 }
 
 // Makes an open file the current input.
@@ -284,10 +287,10 @@ static void enter_file(std::FILE *file, const char *opened_name)
         add_dependency(opened_name);
     // Without any record the main source has not been opened in the sizing pass.
     if (pass_number == 0 || file_records == nullptr)
-        current_file_record = append_file_record(opened_name);
+        select_record(append_file_record(opened_name));
     else
-        current_file_record = find_file_record(opened_name);
-    current_file_record->line = 0;
+        select_record(find_file_record(opened_name));
+    current_position->line = 0;
 }
 
 // What came of a name, compared with the passes before.
@@ -321,7 +324,7 @@ int32_t open_include(const char *name)
     if (state == NameState::CHANGED)
         report_changed_name(name);
     else if (state == NameState::MISSING)
-        record_error(messages[MSG_CANT_OPEN], 0, name);
+        record_error(messages::CANT_OPEN, name);
     return state == NameState::OPEN;
 }
 
@@ -330,7 +333,7 @@ bool open_main_source(const char *name)
     const NameState state = open_name(name);
     failed_once = failed_once || state == NameState::CHANGED;
     if (state != NameState::OPEN)
-        record_error(messages[MSG_CANT_OPEN], 0, name);
+        record_error(messages::CANT_OPEN, name);
     return state == NameState::OPEN;
 }
 
@@ -343,9 +346,9 @@ void report_unreadable(const char *name)
 
 void reset_input()
 {
-    current_file_record = nullptr;
+    select_record(nullptr);
     current_file = nullptr;
-    end_seen = 0;
+    end_seen = false;
     line_ordinal = 0;
     out_of_files = false;
     stop_recording();
@@ -361,7 +364,7 @@ bool input_failed()
 void report_missed_file()
 {
     if (error_count == 0 && !missed_file.empty())
-        report_at_line(messages[MSG_CANT_OPEN], missed_file.c_str());
+        report_at_line(messages::CANT_OPEN, missed_file.c_str());
 }
 
 void forget_files()

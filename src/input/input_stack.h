@@ -7,13 +7,6 @@
 
 struct Expansion;
 
-// One opening of a file in the sizing pass. Later passes find their names in these records.
-struct FileRecord {
-    FileRecord *next;
-    uint32_t line;    // lines read so far in this opening
-    const char *name; // as it was opened, a path of the include list included; inside the record
-};
-
 // Room for a line and its end mark: at most 511 characters of a source line are read at once.
 constexpr size_t LINE_ROOM = 512;
 
@@ -21,14 +14,11 @@ constexpr size_t LINE_ROOM = 512;
 // by open_include.
 extern char line_buffer[LINE_ROOM];
 
-// Lines delivered in this pass, from files and expansions together. 0 at the head of a pass.
-extern uint32_t line_ordinal;
-
 // The expansion being read, none while lines come from a file.
 extern Expansion *current_expansion;
 
 // Set by `end`: the current file counts as finished when it is asked for its next line.
-extern int32_t end_seen;
+extern bool end_seen;
 
 // The next line of the pass with its newline, if it has one, or none at the end. It stays valid
 // until the next call.
@@ -66,8 +56,3 @@ void report_missed_file();
 
 // Frees the file records of the source file before. Nothing may point to their names any more.
 void forget_files();
-
-// Name of the file being read, "command_line" while there is none, and the number of lines read
-// from it, 0 while there is none. Both stay at the call while an expansion runs.
-const char *current_file_name();
-uint32_t current_line();

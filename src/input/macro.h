@@ -1,10 +1,12 @@
 // Macros and repeats: stored lines, run with their arguments put in.
 #pragma once
 
+#include "expr/keyword_table.h"
 #include <cstddef>
 #include <cstdint>
+#include <span>
+#include <string_view>
 
-struct Keyword;
 
 // One stored source line.
 struct BodyLine {
@@ -26,25 +28,33 @@ struct Expansion {
     uint16_t repeats_left;            // runs of a repeat that remain, this one included
     uint8_t arg_count;
     char suffix;         // of the word of the call, 0 if there is none
-    int32_t saved_mlist; // mlist_flag to restore at the end of a repeat
+    bool saved_mlist;    // mlist_flag to restore at the end of a repeat
 };
 
-// The directives. Definitions record the lines that follow them, up to `endm` or `endr`.
-void macro_directive(Keyword *keyword, const char *label, uint32_t length);
-void repeat_directive(Keyword *keyword, const char *label, uint32_t length);
-void mexit_directive(Keyword *keyword, const char *label, uint32_t length);
-void rexit_directive(Keyword *keyword, const char *label, uint32_t length);
+// `macro`, `repeat` and their kin record the lines that follow them, up to `endm` or `endr`.
+std::span<const DirectiveRow> recording_directives();
 
-// Frees, at the end of a source file, the bodies that macros have had replaced.
-void free_retired_bodies();
+// `mexit` and `rexit`.
+std::span<const DirectiveRow> expansion_directives();
+
+// Drops all macros at the end of a source file, overridden keywords with them.
+void forget_macros();
+
+// Drops the macros that override a keyword, which gets its meaning back: for a source file that
+// starts over.
+void undo_macros();
 
 // Whether lines are being recorded, and how that is stopped at the head of a pass.
 bool is_recording_body();
 void stop_recording();
 
+// Which repeat is recorded.
+enum class RepeatForm : uint8_t { NONE, COUNT, LIST };
+
 // What the recorder carries over from pass to pass.
 struct RecordingState {
-    int32_t repeat_code;
+    RepeatForm form; // what is recorded, or was last: see the recorder
+    int32_t count;   // runs of RepeatForm::COUNT
     int32_t macro_nesting;
     int32_t repeat_nesting;
 };
@@ -52,12 +62,15 @@ RecordingState recording_state();
 void restore_recording_state(const RecordingState &state);
 
 // Takes a line while a body is recorded. `keyword` is that of its word, or none.
-void record_body_line(Keyword *keyword, const char *line);
+void record_body_line(const Keyword *keyword, const char *line);
 
-// Begins an expansion of `body` with the arguments at line_cursor. A new one is made and put on top
-// of the input, unless `expansion` is given: a repeat's, whose arg_text is its list. Records "too
-// many arguments".
-void expand_macro(BodyLine *body, Expansion *expansion);
+// Calls a macro with the arguments at line_cursor: its expansion comes on top of the input. Records
+// "too many arguments".
+void expand_macro(BodyLine *body, std::string_view suffix);
+
+// Prepares the runs of a body, one for each item of `list`, whose text the expansion takes over.
+// Records "too many arguments".
+Expansion *expand_list(BodyLine *body, char *list);
 
 // The next line of the expansion, or none after freeing it. Records "bad argument number" and
 // "unknown macro argument %.*s".

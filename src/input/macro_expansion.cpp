@@ -2,17 +2,16 @@
 
 #include "input/macro_expansion.h"
 
-#include "driver/memory.h"
-#include "driver/number.h"
-#include "driver/settings.h"
+#include "base/memory.h"
+#include "base/number.h"
+#include "base/settings.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
 #include "input/conditional.h"
 #include "input/input_stack.h"
 #include "input/macro.h"
-#include "listing/diagnostics.h"
+#include "base/diagnostics.h"
 #include "listing/listing.h"
-#include "stmt/statement.h"
 #include <cstdio>
 #include <cstring>
 #include <string_view>
@@ -85,7 +84,7 @@ static void begin_argument(ArgumentCutter *cutter, const char *text)
 static char *cut_at_comma(ArgumentCutter *cutter, char *comma)
 {
     if (cutter->index > LAST_COMMA_INDEX) {
-        record_error("too many arguments", 0, nullptr);
+        record_error("too many arguments");
         return nullptr;
     }
     ++cutter->index;
@@ -145,14 +144,10 @@ static char *cut_arguments(ArgumentCutter *cutter)
     return c;
 }
 
-void expand_macro(BodyLine *body, Expansion *expansion)
+// Cuts the text of the call and sets the expansion at the head of the body. Gives the length of the
+// text that the arguments took.
+static size_t begin_expansion(Expansion *expansion, BodyLine *body)
 {
-    const bool is_new = expansion == nullptr;
-    if (is_new) {
-        skip_blanks();
-        expansion = new_node<Expansion>(nullptr);
-        expansion->arg_text = copy_text(line_cursor, std::strlen(line_cursor));
-    }
     if (body != nullptr && body->text[0] == PARAMETER_LIST_MARK) {
         expansion->param_names = body->text + 1;
         body = body->next;
@@ -160,16 +155,30 @@ void expand_macro(BodyLine *body, Expansion *expansion)
     ArgumentCutter cutter = {expansion, 0, true, true};
     char *end = cut_arguments(&cutter);
     *end = '\0';
-    if (is_new)
-        line_cursor += end - expansion->arg_text;
     const bool has_arguments = cutter.index != 0 || *expansion->args[0] != '\0';
     expansion->arg_count = static_cast<uint8_t>(has_arguments ? cutter.index + 1 : 0);
     expansion->call_number = next_call_number();
     expansion->position = body;
-    expansion->suffix = mnemonic_suffix[0];
     expansion->cond_mark = mark_conditionals();
-    if (is_new)
-        push_expansion(expansion);
+    return static_cast<size_t>(end - expansion->arg_text);
+}
+
+void expand_macro(BodyLine *body, std::string_view suffix)
+{
+    skip_blanks();
+    auto *expansion = new_node<Expansion>(nullptr);
+    expansion->arg_text = copy_text(line_cursor, std::strlen(line_cursor));
+    expansion->suffix = suffix.empty() ? '\0' : suffix.front();
+    line_cursor += begin_expansion(expansion, body);
+    push_expansion(expansion);
+}
+
+Expansion *expand_list(BodyLine *body, char *list)
+{
+    auto *expansion = new_node<Expansion>(nullptr);
+    expansion->arg_text = list;
+    begin_expansion(expansion, body);
+    return expansion;
 }
 
 // --- making lines -------------------------------------------------------------------------------
@@ -234,7 +243,7 @@ static const char *put_named(LineWriter *line, const Expansion *expansion, const
     const auto length = static_cast<uint32_t>(end - text);
     const int32_t index = find_parameter(expansion, {text, length});
     if (index < 0)
-        record_error("unknown macro argument %.*s", length, text);
+        record_error("unknown macro argument %.*s", {text, length});
     else
         line->put(argument(expansion, static_cast<uint32_t>(index)));
     if (bracketed && *end == ')')
@@ -255,7 +264,7 @@ static void put_positional(LineWriter *line, const Expansion *expansion, uint32_
     if (number <= expansion->arg_count)
         line->put(argument(expansion, number - 1));
     else if (!opt_old_syntax)
-        record_error("bad argument number", 0, nullptr);
+        record_error("bad argument number");
 }
 
 static void put_all_arguments(LineWriter *line, const Expansion *expansion)
@@ -293,7 +302,7 @@ static const char *put_element(LineWriter *line, const Expansion *expansion, con
         put_all_arguments(line, expansion);
         return text + 1;
     case '\\':
-        bypass_macro = 1;
+        bypass_macro = true;
         return text + 1;
     default:
         break;
@@ -406,10 +415,10 @@ static bool end_unless_macro(Expansion *expansion)
     return false;
 }
 
-void mexit_directive(Keyword *, const char *, uint32_t)
+static void mexit_directive(const Statement &)
 {
     if (current_expansion == nullptr) {
-        record_error("no macro in expansion", 0, nullptr);
+        record_error("no macro in expansion");
         return;
     }
     if (is_macro(current_expansion)) {
@@ -420,7 +429,7 @@ void mexit_directive(Keyword *, const char *, uint32_t)
     if (macro == nullptr) {
         // In the earlier runs of a repeat the directive does nothing.
         if (current_expansion->repeats_left == 1)
-            record_error("no macro in expansion", 0, nullptr);
+            record_error("no macro in expansion");
         return;
     }
     end_repeat(current_expansion);
@@ -428,10 +437,19 @@ void mexit_directive(Keyword *, const char *, uint32_t)
     end_macro(macro);
 }
 
-void rexit_directive(Keyword *, const char *, uint32_t)
+static void rexit_directive(const Statement &)
 {
     if (current_expansion != nullptr && is_repeat(current_expansion))
         end_repeat(current_expansion);
     else
-        record_error("no repeat in expansion", 0, nullptr);
+        record_error("no repeat in expansion");
+}
+
+std::span<const DirectiveRow> expansion_directives()
+{
+    static constexpr DirectiveRow rows[] = {
+        {"mexit", mexit_directive, 0, KW_QUIET},
+        {"rexit", rexit_directive, 0, KW_QUIET},
+    };
+    return rows;
 }

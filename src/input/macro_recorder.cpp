@@ -1,9 +1,9 @@
 // Records the bodies of macros and repeats. Macro bodies are stored in the sizing pass and skipped
 // in the others; repeat bodies are stored in every pass and freed when the repeat ends.
 
-#include "driver/memory.h"
-#include "driver/number.h"
-#include "driver/passes.h"
+#include "base/memory.h"
+#include "base/number.h"
+#include "base/pass_state.h"
 #include "expr/evaluator.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
@@ -11,9 +11,8 @@
 #include "input/input_stack.h"
 #include "input/macro.h"
 #include "input/macro_expansion.h"
-#include "listing/diagnostics.h"
+#include "base/diagnostics.h"
 #include "listing/listing.h"
-#include "stmt/source_directives.h"
 #include <cstring>
 #include <string>
 
@@ -23,16 +22,17 @@ static BodyLine **body_tail;
 // The lines of the repeat being recorded.
 static BodyLine *repeat_body;
 
-// repeat_code is 0 while no repeat is recorded, LIST_FORM for a list, else the count times 2, plus
-// 1, so that a count of 0 isn't 0. No pass resets it: an empty list leaves LIST_FORM behind until
-// the next repeat, and meanwhile a macro definition doesn't see its end, and in a later pass stores
-// a new body over the one that stands.
+// No pass resets the form: an empty list leaves it behind until the next repeat, and meanwhile a macro
+// definition doesn't see its end, and in a later pass stores a new body over the one that stands.
 //
 // The nestings count the inner definitions that are open in the body being recorded. Nothing but
 // their ends counts them down: what the end of the file leaves open is still open for the bodies of
 // the next pass.
-constexpr int32_t LIST_FORM = -1;
 static RecordingState recording;
+
+// Arguments of repeat_directive.
+constexpr uint8_t BY_COUNT = 0;
+constexpr uint8_t BY_LIST = 1;
 
 // Where a later pass records for a name that is no macro by then.
 static BodyLine *discarded_body;
@@ -94,12 +94,32 @@ static void retire_body(BodyLine *body)
     retired_bodies = retired;
 }
 
-void free_retired_bodies()
+// Bodies that another has replaced go only here: they may still be running until the file ends.
+static void free_retired_bodies()
 {
     while (retired_bodies != nullptr) {
         free_body(retired_bodies->body);
         retired_bodies = xfree(retired_bodies, retired_bodies->next);
     }
+}
+
+void undo_macros()
+{
+    visit_macros([](Keyword *keyword) {
+        if (keyword->argument == 0)
+            return;
+        free_body(keyword->body);
+        undo_macro(keyword);
+    });
+}
+
+void forget_macros()
+{
+    visit_macros([](Keyword *keyword) {
+        free_body(keyword->body);
+        forget_macro(keyword);
+    });
+    free_retired_bodies();
 }
 
 static void store_line(BodyLine *line)
@@ -132,7 +152,7 @@ static BodyLine *read_parameter_names()
             ++line_cursor;
         const auto length = static_cast<size_t>(line_cursor - name);
         if (length == 0) {
-            force_error("missing argument name", 0, nullptr);
+            force_error("missing argument name");
         } else {
             // A name is counted in one byte; one too long for it keeps its head.
             const size_t kept = length < 255 ? length : 255;
@@ -149,18 +169,19 @@ static BodyLine *read_parameter_names()
     return line;
 }
 
-void macro_directive(Keyword *, const char *label, uint32_t length)
+static void macro_directive(const Statement &statement)
 {
-    if (is_digit(label[0])) {
-        force_error(messages[MSG_BAD_SYMBOL_NAME], length, label);
+    const std::string_view label = statement.label;
+    if (is_digit(label.front())) {
+        force_error(messages::BAD_SYMBOL_NAME, label);
         return;
     }
-    Keyword *keyword = find_keyword(label, length);
+    Keyword *keyword = find_keyword(label);
     if (keyword == nullptr) {
-        keyword = add_keyword(label, length, 0, KW_MACRO);
+        keyword = add_keyword(label, 0, KW_MACRO);
     } else if (pass_number == 0) {
         if (keyword->flags & KW_MACRO) {
-            force_error(messages[MSG_MULTIPLY_DEFINED], length, label);
+            force_error(messages::MULTIPLY_DEFINED, label);
             return;
         }
         // The macro overrides an instruction or a directive, which stays reachable behind it.
@@ -198,18 +219,20 @@ static const char *read_list_parameter()
     return list;
 }
 
-void repeat_directive(Keyword *keyword, const char *, uint32_t)
+static void repeat_directive(const Statement &statement)
 {
     body_tail = &repeat_body;
-    if (keyword->argument == 0) {
+    if (statement.keyword->argument == BY_COUNT) {
         ExprValue count;
         parse_expression(&count);
         if (count.reloc != RELOC_ABSOLUTE)
-            record_error(MSG_BAD_RELOCATABLE);
-        recording.repeat_code = static_cast<int32_t>(count.value * 2 + 1);
+            record_error(messages::BAD_RELOCATABLE);
+        // As many runs as 31 bits can tell; what an odd one makes of the sign bit is a list's mark.
+        recording.form = count.value * 2 + 1 == UINT32_MAX ? RepeatForm::LIST : RepeatForm::COUNT;
+        recording.count = static_cast<int32_t>(count.value * 2 + 1) >> 1;
         return;
     }
-    recording.repeat_code = LIST_FORM;
+    recording.form = RepeatForm::LIST;
     skip_blanks();
     const char *list = *line_cursor == '\\' ? read_list_parameter() : line_cursor;
     BodyLine *line = new_body_line(list, std::strlen(list));
@@ -228,10 +251,9 @@ static Expansion *start_list(BodyLine **body)
     BodyLine *list = *body;
     if (list == nullptr) // a count of -1 looks like a list, and nothing follows it
         return nullptr;
-    auto *expansion = new_node<Expansion>(nullptr);
-    expansion->arg_text = copy_text(list->text, std::strlen(list->text));
+    char *items = copy_text(list->text, std::strlen(list->text));
     *body = xfree(list, list->next);
-    expand_macro(*body, expansion);
+    Expansion *expansion = expand_list(*body, items);
     if (expansion->arg_count == 0) {
         free_expansion(expansion);
         return nullptr;
@@ -255,12 +277,11 @@ static Expansion *start_count(BodyLine *body, uint16_t count)
 // At the end of a repeat: its expansion, or none if there is nothing to run.
 static Expansion *start_repeat(BodyLine **body)
 {
-    if (recording.repeat_code == LIST_FORM)
+    if (recording.form == RepeatForm::LIST)
         return start_list(body);
-    const int32_t count = recording.repeat_code >> 1;
-    note_text_decision(static_cast<uint32_t>(count));
-    recording.repeat_code = 0;
-    return count != 0 ? start_count(*body, static_cast<uint16_t>(count)) : nullptr;
+    recording.form = RepeatForm::NONE;
+    note_text_decision(static_cast<uint32_t>(recording.count));
+    return recording.count != 0 ? start_count(*body, static_cast<uint16_t>(recording.count)) : nullptr;
 }
 
 static void run_repeat()
@@ -268,66 +289,87 @@ static void run_repeat()
     BodyLine *body = repeat_body;
     repeat_body = nullptr;
     body_tail = nullptr;
-    list_state |= LIST_SKIP_LINE;
+    skip_listed_line();
     Expansion *expansion = start_repeat(&body);
     if (expansion == nullptr) {
         free_body(body);
         return;
     }
-    recording.repeat_code = 0;
+    recording.form = RepeatForm::NONE;
     expansion->repeat_body = body;
-    expansion->suffix = '\0';
     // A repeat of the source file proper is listed line by line.
     expansion->saved_mlist = mlist_flag;
     if (current_expansion == nullptr)
-        mlist_flag = 1;
+        mlist_flag = true;
     push_expansion(expansion);
 }
 
 static void keep_line(const char *line)
 {
-    const bool in_repeat = recording.repeat_code != 0;
+    const bool in_repeat = recording.form != RepeatForm::NONE;
     if (pass_number == 0 || in_repeat)
         store_line(new_body_line(line, std::strlen(line)));
     // The lines of a repeat are listed when they run, those of a macro where they stand.
     if (in_repeat)
-        list_state |= LIST_SKIP_LINE;
+        skip_listed_line();
 }
 
-// Whether the keyword is `endm` (letter m) or `endr` (letter r).
-static bool ends_body(const Keyword *keyword, char letter)
+// Counts a definition that begins inside the body being recorded.
+static void enter_inner_body(bool of_repeat, bool in_repeat)
 {
-    return (keyword->flags & KW_ENDS_BODY) && keyword->name_length > 3 &&
-           keyword->name[3] == letter;
+    if (of_repeat)
+        recording.repeat_nesting += in_repeat ? 1 : 0;
+    else if (in_repeat)
+        record_error("misplaced macro directive");
+    else
+        ++recording.macro_nesting;
 }
 
-void record_body_line(Keyword *keyword, const char *line)
+// Counts the end of a definition; true when it ends the one being recorded.
+static bool leave_body(bool in_repeat)
 {
-    const bool in_repeat = recording.repeat_code != 0;
-    if (keyword != nullptr) {
-        if (has_action(keyword, macro_directive)) {
-            if (in_repeat)
-                record_error("misplaced macro directive", 0, nullptr);
-            else
-                ++recording.macro_nesting;
-        } else if (has_action(keyword, repeat_directive)) {
-            if (in_repeat)
-                ++recording.repeat_nesting;
-        } else if (has_action(keyword, line_directive)) {
-            return;
-        } else if (in_repeat && ends_body(keyword, 'r')) {
-            if (recording.repeat_nesting == 0) {
-                run_repeat();
-                return;
-            }
-            --recording.repeat_nesting;
-        } else if (!in_repeat && ends_body(keyword, 'm')) {
-            if (recording.macro_nesting == 0) {
-                stop_recording();
-                return;
-            }
-            --recording.macro_nesting;
-        }
+    int32_t *nesting = in_repeat ? &recording.repeat_nesting : &recording.macro_nesting;
+    if (*nesting == 0)
+        return true;
+    --*nesting;
+    return false;
+}
+
+void record_body_line(const Keyword *keyword, const char *line)
+{
+    const uint16_t flags = keyword != nullptr ? keyword->flags : uint16_t{0};
+    const bool in_repeat = recording.form != RepeatForm::NONE;
+    const bool of_repeat = (flags & KW_OF_REPEAT) != 0;
+    if (flags & KW_UNRECORDED)
+        return;
+    if (flags & KW_BEGINS_BODY)
+        enter_inner_body(of_repeat, in_repeat);
+    if ((flags & KW_ENDS_BODY) && of_repeat == in_repeat && leave_body(in_repeat)) {
+        if (in_repeat)
+            run_repeat();
+        else
+            stop_recording();
+        return;
     }
     keep_line(line);
+}
+
+// What ends a body means nothing but while one is recorded.
+static void skip_line_directive(const Statement &)
+{
+    skip_line();
+}
+
+std::span<const DirectiveRow> recording_directives()
+{
+    constexpr uint16_t REPEAT = KW_QUIET | KW_BEGINS_BODY | KW_OF_REPEAT;
+    static constexpr DirectiveRow rows[] = {
+        {"macro", macro_directive, 0, KW_LABELED | KW_BEGINS_BODY},
+        {"endm", skip_line_directive, 0, KW_PLAIN | KW_ENDS_BODY},
+        {"repeat", repeat_directive, BY_COUNT, REPEAT},
+        {"irp", repeat_directive, BY_LIST, REPEAT},
+        {"repeatl", repeat_directive, BY_LIST, REPEAT},
+        {"endr", skip_line_directive, 0, KW_PLAIN | KW_ENDS_BODY | KW_OF_REPEAT},
+    };
+    return rows;
 }

@@ -3,13 +3,13 @@
 
 #include "input/source_span.h"
 
-#include "driver/file_register.h"
-#include "driver/host.h"
-#include "driver/memory.h"
-#include "driver/passes.h"
+#include "base/file_register.h"
+#include "base/host.h"
+#include "base/memory.h"
+#include "base/pass_state.h"
 #include "input/input_stack.h"
 #include "input/source_reader.h"
-#include "listing/diagnostics.h"
+#include "base/diagnostics.h"
 #include <cstdio>
 #include <cstring>
 
@@ -99,7 +99,7 @@ static void open_span_file(const char *name)
         break;
     case Opening::ABSENT:
     case Opening::DENIED:
-        record_error(CANT_OPEN_SOURCE, 0, name);
+        record_error(CANT_OPEN_SOURCE, name);
         // A void pass drops the error: the next one tries again.
         if (pass_must_repeat)
             return;

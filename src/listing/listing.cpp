@@ -4,31 +4,30 @@
 
 #include "listing/listing.h"
 
-#include "driver/file_names.h"
-#include "driver/memory.h"
-#include "driver/passes.h"
-#include "driver/settings.h"
-#include "input/input_stack.h"
-#include "listing/diagnostics.h"
+#include "base/file_names.h"
+#include "base/memory.h"
+#include "base/position.h"
+#include "base/pass_state.h"
+#include "base/settings.h"
+#include "base/diagnostics.h"
 #include "listing/side_outputs.h"
 #include "listing/symbol_listing.h"
 #include "listing/titles.h"
-#include "output/byte_stream.h"
-#include "output/output_files.h"
-#include "output/section_table.h"
-#include "stmt/statement.h"
-#include "target/emission.h"
+#include "base/byte_stream.h"
+#include "base/output_files.h"
 #include <algorithm>
 #include <cstring>
 
 uint32_t list_state;
-int32_t clist_flag;
-int32_t dlist_flag;
-int32_t mlist_flag;
+uint32_t void_requests_seen;
+bool clist_flag;
+bool dlist_flag;
+bool mlist_flag;
+ListedLine listed_line = {"", 0, LineAddress::WITH_BYTES, 0, {}};
 int32_t page_length = 66;
 
 // Code bytes shown on a line, and the width of the address column.
-constexpr int32_t BYTES_PER_LINE = 6;
+constexpr uint32_t BYTES_PER_LINE = 6;
 constexpr int ADDRESS_DIGITS = 4;
 
 // A shorter page turns pages off.
@@ -63,14 +62,46 @@ static void start_listing()
     lines_on_page = page_length; // the first line begins a page
 }
 
-void open_listing()
+void reset_listing_for_pass()
+{
+    mlist_flag = false;
+    dlist_flag = false;
+    clist_flag = false;
+    void_requests_seen = void_requests;
+}
+
+void switch_listing(bool on)
+{
+    if (on) {
+        list_state &= ~LIST_OFF;
+        void_requests_seen = void_requests;
+    } else {
+        list_state |= LIST_OFF;
+    }
+}
+
+void mark_line_start(const char *start, uint32_t address)
+{
+    listed_line.start = start;
+    listed_line.address = address;
+    listed_line.shows_address = LineAddress::WITH_BYTES;
+    listed_line.byte_count = 0;
+}
+
+void note_line_byte(uint8_t byte)
+{
+    if (listed_line.byte_count < LINE_BYTES_MAX)
+        listed_line.bytes[listed_line.byte_count++] = byte;
+}
+
+void open_listing(bool lists)
 {
     drop_listing();
     drop_verilog();
     if (pass_number == 0)
         forget_titles();
     rewind_titles();
-    list_state = pass_number != 0 && listing_enabled ? LIST_ON : 0;
+    list_state = pass_number != 0 && lists ? LIST_ON : 0;
     if (list_state == LIST_ON)
         start_listing();
     if (list_state != 0)
@@ -103,7 +134,8 @@ static int32_t print_page_head()
     return lines;
 }
 
-void page_check()
+// Called ahead of each line of the listing: begins a new page when the present one is full.
+static void page_check()
 {
     if (!paginate || page_length < PAGE_LENGTH_MIN)
         return;
@@ -120,23 +152,39 @@ void page_check()
     lines_on_page = print_page_head();
 }
 
-void list_line(uint8_t mode)
+// Shows the pending error below its line, and counts it.
+static void list_error()
+{
+    if (error_pending() && !pass_must_repeat) {
+        page_check();
+        stream_put_text(&listing_text, "******** ERROR:  " + pending_text() + "  ********\n");
+    }
+    flush_listed_error();
+}
+
+static bool shows_address()
+{
+    return listed_line.shows_address == LineAddress::ALWAYS ||
+           (listed_line.shows_address == LineAddress::WITH_BYTES && listed_line.byte_count != 0);
+}
+
+void list_line()
 {
     page_check();
     const uint32_t line_number = opt_xref ? line_ordinal : current_line();
     print_to(&listing_text, "%4ld  ", static_cast<long>(static_cast<int32_t>(line_number)));
-    if (mode != LIST_VALUE && (line_byte_count != 0 || mode != LIST_ADDRESS_OF_BYTES))
-        print_to(&listing_text, "%0*lx ", ADDRESS_DIGITS, static_cast<unsigned long>(line_address));
+    if (shows_address())
+        print_to(&listing_text, "%0*lx ", ADDRESS_DIGITS, static_cast<unsigned long>(listed_line.address));
     else
         print_to(&listing_text, "%*s", ADDRESS_DIGITS + 1, "");
-    for (int32_t i = 0; i < BYTES_PER_LINE; ++i) {
-        if (i < line_byte_count)
-            print_to(&listing_text, "%02x", line_bytes[i]);
+    for (uint32_t i = 0; i < BYTES_PER_LINE; ++i) {
+        if (i < listed_line.byte_count)
+            print_to(&listing_text, "%02x", listed_line.bytes[i]);
         else
             stream_put_text(&listing_text, "  ");
     }
-    print_to(&listing_text, "  %s", line_start);
-    flush_error(&listing_text);
+    print_to(&listing_text, "  %s", listed_line.start);
+    list_error();
 }
 
 void list_expanded_error(const char *line)
@@ -146,21 +194,21 @@ void list_expanded_error(const char *line)
         print_to(&listing_text, "%4ld  --- (expanded) --- %s",
                  static_cast<long>(static_cast<int32_t>(current_line())), line);
     }
-    flush_error(&listing_text);
+    list_error();
 }
 
-void list_switch_line(const char *name, uint32_t length)
+void list_switch_line(std::string_view name)
 {
-    static char switch_line[LINE_ROOM];
+    static char switch_line[528]; // a name fills a line of source at most
 
-    std::snprintf(switch_line, sizeof switch_line, "\tswitch\t%.*s\n", static_cast<int>(length),
-                  name);
-    line_start = switch_line;
+    std::snprintf(switch_line, sizeof switch_line, "\tswitch\t%.*s\n",
+                  static_cast<int>(name.size()), name.data());
+    listed_line.start = switch_line;
 }
 
 bool fits_listing()
 {
-    return (list_state & ~LIST_SKIP_LINE) == LIST_ON;
+    return (list_state & ~LIST_SKIP_LINE) == LIST_ON && void_requests == void_requests_seen;
 }
 
 void list_blank_lines(int32_t count)

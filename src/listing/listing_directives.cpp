@@ -2,24 +2,26 @@
 
 #include "listing/listing_directives.h"
 
-#include "driver/passes.h"
+#include "base/pass_state.h"
 #include "expr/evaluator.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
-#include "listing/diagnostics.h"
+#include "base/diagnostics.h"
 #include "listing/listing.h"
 #include "listing/titles.h"
 
-void list_control(Keyword *keyword, const char *, uint32_t)
+static void list_directive(const Statement &)
 {
-    if (keyword->argument != 0)
-        list_state |= LIST_OFF;
-    else
-        list_state &= ~LIST_OFF;
+    switch_listing(true);
+}
+
+static void nolist_directive(const Statement &)
+{
+    switch_listing(false);
 }
 
 // `nopage` is not the opposite of `page`: it has always been another name for it.
-void page_eject(Keyword *, const char *, uint32_t)
+static void page_eject(const Statement &)
 {
     eject_page();
 }
@@ -29,16 +31,16 @@ static ExprValue parse_line_count()
     ExprValue value;
     parse_expression(&value);
     if (value.reloc != RELOC_ABSOLUTE)
-        record_error(MSG_RELOCATABLE_NOT_ALLOWED);
+        record_error(messages::RELOCATABLE_NOT_ALLOWED);
     return value;
 }
 
-void set_page_length(Keyword *, const char *, uint32_t)
+static void set_page_length(const Statement &)
 {
     page_length = static_cast<int32_t>(parse_line_count().value);
 }
 
-void list_space(Keyword *, const char *, uint32_t)
+static void list_space(const Statement &)
 {
     ExprValue count = {1, nullptr, 0, RELOC_ABSOLUTE};
     const int32_t token = next_token();
@@ -55,22 +57,39 @@ static bool read_title()
     const int32_t token = next_token();
     if (token == TOK_STRING)
         return true;
-    record_error(MSG_MISSING_STRING);
+    record_error(messages::MISSING_STRING);
     unget_token(token);
     return false;
 }
 
-void add_title(Keyword *, const char *, uint32_t)
+static void add_title(const Statement &)
 {
     if (!read_title())
         return;
-    paginate = 1;
+    paginate = true;
     if (pass_number == 0)
         remember_title(token_text());
 }
 
-void add_subtitle(Keyword *, const char *, uint32_t)
+static void add_subtitle(const Statement &)
 {
     if (read_title() && pass_number == 0)
         remember_subtitle(token_text());
+}
+
+std::span<const DirectiveRow> listing_directives()
+{
+    static constexpr DirectiveRow rows[] = {
+        {"list", list_directive, 0, KW_QUIET},
+        {"nol", nolist_directive, 0, KW_QUIET},
+        {"nolist", nolist_directive, 0, KW_QUIET},
+        {"page", page_eject, 0, KW_QUIET},
+        {"nopage", page_eject, 0, KW_QUIET},
+        {"plen", set_page_length, 0, KW_QUIET},
+        {"spc", list_space, 0, KW_QUIET},
+        {"title", add_title, 0, KW_QUIET},
+        {"ttl", add_title, 0, KW_QUIET},
+        {"subttl", add_subtitle, 0, KW_QUIET},
+    };
+    return rows;
 }

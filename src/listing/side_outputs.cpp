@@ -2,36 +2,46 @@
 
 #include "listing/side_outputs.h"
 
-#include "driver/settings.h"
-#include "expr/evaluator.h"
-#include "expr/lexer.h"
-#include "listing/diagnostics.h"
-#include "output/byte_stream.h"
-#include "output/output_files.h"
-#include "output/section_table.h"
+#include "base/settings.h"
+#include "base/byte_stream.h"
+#include "base/output_files.h"
 #include <cstdio>
 #include <cstring>
 
 // A rule's line goes no further than this column.
 constexpr int32_t RULE_WIDTH = 78;
 
-// Room for the line of one `funa`.
-constexpr size_t FUNA_ROOM = 256;
-
 static ByteStream verilog_text = {nullptr, &verilog_text.head, nullptr, 0};
 static bool verilog_open;
+
+// The file could not be created: the run goes on as if there were none.
+static bool verilog_refused;
+
+bool has_verilog()
+{
+    return verilog_file_name != nullptr && !verilog_refused;
+}
+
+// The column that the rule's line has reached.
+static int32_t rule_column;
+
+void begin_rule(const char *object_name)
+{
+    std::printf("%s:", object_name);
+    rule_column = static_cast<int32_t>(std::strlen(object_name)) + 1;
+}
 
 void add_dependency(const char *path)
 {
     const auto length = static_cast<int32_t>(std::strlen(path));
-    opt_make_deps += length + 1;
-    if (opt_make_deps > RULE_WIDTH) {
+    rule_column += length + 1;
+    if (rule_column > RULE_WIDTH) {
         std::fputs(" \\\n", stdout);
-        opt_make_deps = length + 1;
+        rule_column = length + 1;
     }
     if (std::strchr(path, ' ') != nullptr) {
         std::printf(" \"%s\"", path);
-        opt_make_deps += 2;
+        rule_column += 2;
     } else {
         std::printf(" %s", path);
     }
@@ -39,11 +49,10 @@ void add_dependency(const char *path)
 
 void open_verilog()
 {
-    if (verilog_file_name == nullptr)
+    if (!has_verilog())
         return;
     verilog_open = can_create_output(OutputKind::VERILOG, verilog_file_name);
-    if (!verilog_open)
-        verilog_file_name = nullptr;
+    verilog_refused = !verilog_open;
 }
 
 void drop_verilog()
@@ -63,40 +72,4 @@ void write_verilog_line(const char *text)
 {
     if (verilog_open)
         stream_put_text(&verilog_text, text);
-}
-
-// The one term that may follow the value.
-static uint32_t parse_term()
-{
-    skip_blanks();
-    const char sign = *line_cursor;
-    if (sign != '+' && sign != '-')
-        return 0;
-    ++line_cursor;
-    const uint32_t term = parse_simple_value();
-    return sign == '+' ? term : 0 - term;
-}
-
-void funa_directive(Keyword *, const char *, uint32_t)
-{
-    skip_blanks();
-    const char *name = scan_name(0);
-    if (name == nullptr) {
-        record_error(MSG_SYNTAX_ERROR);
-        return;
-    }
-    const auto length = static_cast<int>(line_cursor - name);
-    uint32_t value = current_location();
-    skip_blanks();
-    if (*line_cursor == ',') {
-        ++line_cursor;
-        value = parse_simple_value();
-    }
-    value += parse_term();
-
-    static char line[FUNA_ROOM];
-    std::snprintf(line, sizeof line, "%.*s = 16'h%04lx;\n", length, name,
-                  static_cast<unsigned long>(value));
-    write_verilog_line(line);
-    skip_line();
 }

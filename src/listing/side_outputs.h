@@ -3,13 +3,16 @@
 
 #include <cstdint>
 
-struct Keyword;
+// Begins the dependency rule of an object on standard output.
+void begin_rule(const char *object_name);
 
 // Adds a file to the dependency rule on standard output.
 void add_dependency(const char *path);
 
 // The Verilog file is made together with the listing. One that can't be created is told and not
 // tried again.
+// Whether there is one, in this pass or another.
+bool has_verilog();
 void open_verilog();
 
 // Forgets what a pass has made, or puts it in place.
@@ -18,6 +21,3 @@ void close_verilog();
 
 // Writes text to the Verilog file, if it is open.
 void write_verilog_line(const char *text);
-
-// `funa`: a constant assignment for the Verilog file. Records "syntax error".
-void funa_directive(Keyword *keyword, const char *label, uint32_t length);

@@ -4,7 +4,7 @@
 
 #include "expr/cross_reference.h"
 #include "expr/symbol_table.h"
-#include "output/byte_stream.h"
+#include "base/byte_stream.h"
 #include <algorithm>
 #include <cstring>
 #include <string_view>
@@ -60,7 +60,7 @@ static void print_literal(ByteStream *stream, const Symbol *symbol)
 
 static void print_state(ByteStream *stream, const Symbol *symbol)
 {
-    if (symbol->def_line == LINE_MULTIPLY_DEFINED)
+    if (symbol->multiply_defined)
         stream_put_text(stream, " Multiply");
     else if (symbol->def_line == 0 && (symbol->attrs & ATTR_DEFINED) == 0)
         stream_put_text(stream, " Not Defined");
@@ -84,7 +84,7 @@ static void print_attributes(ByteStream *stream, const Symbol *symbol)
 static void print_lines(ByteStream *stream, const Symbol *symbol)
 {
     const int width = symbol_column_width + 6;
-    if (symbol->def_line != 0 && symbol->def_line != LINE_MULTIPLY_DEFINED)
+    if (symbol->def_line != 0 && !symbol->multiply_defined)
         print_to(stream, "\n%*ld", width,
                  static_cast<long>(static_cast<int32_t>(symbol->def_ordinal)));
     else

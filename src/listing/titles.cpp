@@ -2,9 +2,9 @@
 
 #include "listing/titles.h"
 
-#include "driver/memory.h"
-#include "driver/settings.h"
-#include "input/input_stack.h"
+#include "base/position.h"
+#include "base/memory.h"
+#include "base/settings.h"
 #include <cstring>
 
 int32_t paginate;

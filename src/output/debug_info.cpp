@@ -3,20 +3,13 @@
 
 #include "output/debug_info.h"
 
-#include "driver/file_names.h"
-#include "driver/memory.h"
-#include "driver/passes.h"
-#include "driver/settings.h"
-#include "expr/evaluator.h"
-#include "expr/keyword_table.h"
-#include "expr/lexer.h"
-#include "input/input_stack.h"
-#include "input/macro.h"
-#include "listing/diagnostics.h"
-#include "listing/listing.h"
+#include "base/position.h"
+#include "base/file_names.h"
+#include "base/memory.h"
+#include "base/pass_state.h"
+#include "base/settings.h"
 #include "output/debug_symbols.h"
 #include "output/section_table.h"
-#include "target/emission.h"
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -72,7 +65,7 @@ static DebugRecord *append_record(size_t length)
 
 // Makes the next record, or checks it against the pass before. A text of more than 255 characters
 // wraps in its length byte.
-static void add_debug_record(const char *text, size_t length, uint8_t kind)
+void add_debug_record(const char *text, size_t length, uint8_t kind)
 {
     DebugRecord *record = *debug_tail;
     if (record == nullptr)
@@ -161,13 +154,11 @@ void debug_open_scope(const char *file, uint32_t line)
 void debug_end_of_file(const char *file, uint32_t line)
 {
     debug_close_scope(file, line);
-    select_section(".debug", 6, false);
+    select_section(".debug");
     emit_debug_symbols();
 }
 
-// The source brings its own debug information: what -x has put in so far goes, and no more comes,
-// for this and all later source files.
-static void cancel_line_records()
+void cancel_line_records()
 {
     debug_lines = 0;
     DebugRecord **link = &debug_records;
@@ -178,11 +169,9 @@ static void cancel_line_records()
             link = &(*link)->next;
     }
     debug_tail = link;
-    // Later passes have no prologue and must still count expansions the same.
-    reset_expansion_counter();
 
     Section *const section = current_section;
-    Section *const debug = select_section(".debug", 6, false);
+    Section *const debug = select_section(".debug");
     current_section = section;
     if (debug == nullptr)
         return;
@@ -190,36 +179,6 @@ static void cancel_line_records()
     reset_stream(&debug->reloc_stream);
     debug->size = 0;
     debug->reloc_position = 0;
-}
-
-static void emit_option_value()
-{
-    expect_token(TOK_COMMA);
-    ExprValue value;
-    parse_expression(&value);
-    Section *const section = current_section;
-    // "*" in an empty section names it, too.
-    if (value.reloc != RELOC_ABSOLUTE && value.section_number == section->number)
-        section->flags |= SEC_USED;
-    select_section(".debug", 6, false);
-    if (list_state == LIST_ON)
-        mark_line(MARK_ADDRESS);
-    emit_long(value);
-    current_section = section;
-}
-
-void debug_directive(Keyword *keyword, const char *, uint32_t)
-{
-    if (next_token() != TOK_STRING) {
-        record_error(MSG_MISSING_STRING);
-        return;
-    }
-    const uint8_t kind = keyword->argument;
-    if (debug_lines && pass_number == 0 && current_line() != 0 && kind != DEBUG_CALL)
-        cancel_line_records();
-    add_debug_record(token_text(), token_number, kind);
-    if (kind == DEBUG_OPTION)
-        emit_option_value();
 }
 
 // Adds a text to a section that no statement assembles into.
@@ -243,32 +202,6 @@ void append_info(const char *text)
 void append_misra(const char *text)
 {
     append_text(misra_section, text);
-}
-
-// Without an operand the text is an empty line; a string must bring its own line end.
-static void text_directive(void (*append)(const char *))
-{
-    switch (next_token()) {
-    case TOK_STRING:
-        append(token_text());
-        break;
-    case TOK_END:
-        append("\n");
-        break;
-    default:
-        record_error(MSG_SYNTAX_ERROR);
-        break;
-    }
-}
-
-void info_directive(Keyword *, const char *, uint32_t)
-{
-    text_directive(append_info);
-}
-
-void misra_directive(Keyword *, const char *, uint32_t)
-{
-    text_directive(append_misra);
 }
 
 void write_info_header()

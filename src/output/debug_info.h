@@ -1,10 +1,10 @@
 // Text for tools: the debug records, the section .debug, and the sections .info. and .misra.
 #pragma once
 
-#include "output/object_format.h"
+#include "base/object_format.h"
+#include <cstddef>
 #include <cstdint>
 
-struct Keyword;
 struct Section;
 
 // A short text tied to an address. The list is built in the sizing pass and walked in step with the
@@ -42,17 +42,18 @@ void debug_open_scope(const char *file, uint32_t line);
 // Ends the last range and closes .debug, which stays current, with its table of symbols.
 void debug_end_of_file(const char *file, uint32_t line);
 
-// The directives `.dcall` to `.dopt`; the keyword's argument is the kind of the record.
-void debug_directive(Keyword *keyword, const char *label, uint32_t length);
+// Makes the next record, or checks it against the pass before. A text of more than 255 characters
+// wraps in its length byte.
+void add_debug_record(const char *text, size_t length, uint8_t kind);
+
+// Ends the assembler's own records, since the source brings debug information: what -x has put in so
+// far goes, and no more comes, for this and all later source files.
+void cancel_line_records();
 
 // Appends a text to .info. or .misra.; a newline is stored as a zero byte. Nothing happens when the
 // section is suppressed.
 void append_info(const char *text);
 void append_misra(const char *text);
-
-// The directives `.info` and `.misra`.
-void info_directive(Keyword *keyword, const char *label, uint32_t length);
-void misra_directive(Keyword *keyword, const char *label, uint32_t length);
 
 // The first text of .info., at the head of each pass: object file and time.
 void write_info_header();

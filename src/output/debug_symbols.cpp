@@ -3,11 +3,11 @@
 
 #include "output/debug_symbols.h"
 
-#include "driver/settings.h"
+#include "base/settings.h"
 #include "expr/evaluator.h"
 #include "expr/symbol_table.h"
 #include "output/section_table.h"
-#include "target/emission.h"
+#include "output/emission.h"
 
 constexpr uint32_t WORD_SIZE = 4;
 constexpr uint32_t ROW_SIZE = 4 * WORD_SIZE;

@@ -4,14 +4,13 @@
 
 #include "output/object_file.h"
 
-#include "driver/file_names.h"
-#include "driver/settings.h"
+#include "base/file_names.h"
+#include "base/settings.h"
 #include "expr/symbol_table.h"
-#include "listing/diagnostics.h"
+#include "base/diagnostics.h"
 #include "output/debug_info.h"
-#include "output/output_files.h"
+#include "base/output_files.h"
 #include "output/section_table.h"
-#include "target/target.h"
 #include <cstring>
 #include <vector>
 
@@ -149,7 +148,7 @@ static void append_area(Bytes *head, uint32_t count, uint32_t offset)
     append_word(head, object_position - offset);
 }
 
-void build_object_file()
+void build_object_file(const Machine &machine)
 {
     drop_object_file();
     if (!can_create_output(OutputKind::OBJECT, object_file_name))
@@ -158,7 +157,7 @@ void build_object_file()
     Bytes table;
     add_sections(&table);
 
-    object_head = {OBJECT_MAGIC, object_machine, object_machine_variant,
+    object_head = {OBJECT_MAGIC, machine.number, machine.variant,
                    static_cast<uint8_t>(section_count)};
     const uint32_t symbol_offset = object_position;
     uint32_t symbol_total = add_numbered_symbols();

@@ -1,9 +1,17 @@
 // The object file, whose format is in docs/object-format.md.
 #pragma once
 
+#include <cstdint>
+
+// The processor, as the head of the file tells it.
+struct Machine {
+    uint8_t number;
+    uint8_t variant;
+};
+
 // Makes the object file in memory, after the last pass of a file without errors. One that can't be
 // created is told, and nothing is made. The symbols then stand in the list as they are in the file.
-void build_object_file();
+void build_object_file(const Machine &machine);
 
 // Puts the object file in place, if one was made. A failure to write is told and counted.
 void place_object_file();

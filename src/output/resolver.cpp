@@ -6,12 +6,12 @@
 
 #include "output/resolver.h"
 
-#include "driver/passes.h"
-#include "driver/settings.h"
+#include "base/position.h"
+#include "base/pass_state.h"
+#include "base/settings.h"
 #include "expr/cross_reference.h"
 #include "expr/symbol_table.h"
-#include "input/input_stack.h"
-#include "listing/diagnostics.h"
+#include "base/diagnostics.h"
 #include "output/debug_info.h"
 #include "output/section_table.h"
 #include <algorithm>
@@ -34,11 +34,6 @@ void forget_late_needs()
     stale_symbols.clear();
 }
 
-static Symbol *find_by_name(const std::string &name)
-{
-    return find_symbol(name.data(), static_cast<uint32_t>(name.size()));
-}
-
 // The symbol is as if it had only been asked about.
 static void take_definition_back(Symbol *symbol)
 {
@@ -52,9 +47,9 @@ static void take_definition_back(Symbol *symbol)
 static void keep_late_needs()
 {
     for (const std::string &name : stale_symbols)
-        take_definition_back(find_by_name(name));
+        take_definition_back(find_symbol(name));
     for (const std::string &name : late_symbols) {
-        Symbol *symbol = find_by_name(name);
+        Symbol *symbol = find_symbol(name);
         symbol->attrs |= ATTR_PUBLIC;
         symbol->flags |= SYM_KEPT;
     }
@@ -117,12 +112,18 @@ static std::vector<uint8_t> number_sections()
     return new_numbers;
 }
 
+// Of a symbol that was defined twice no line is shown.
+static uint32_t definition_line(const Symbol *symbol)
+{
+    return symbol->multiply_defined ? UINT32_MAX : symbol->def_line;
+}
+
 // The line to report an undefined symbol at: its first reference as far as known.
 static uint32_t reference_line(const Symbol *symbol)
 {
     if (symbol->ref_line != 0)
         return symbol->ref_line;
-    return symbol->xref.head != nullptr ? symbol->xref.head->lines[0] : symbol->def_line;
+    return symbol->xref.head != nullptr ? symbol->xref.head->lines[0] : definition_line(symbol);
 }
 
 static const char *symbol_file(const Symbol *symbol)
@@ -137,14 +138,13 @@ static void report_undefined(Symbol *symbol)
     if (undefined_in_listing)
         ++error_count;
     else
-        print_direct_error(symbol_file(symbol), reference_line(symbol), messages[MSG_NOT_DEFINED],
-                           symbol->name_length, symbol->name);
+        print_direct_error(symbol_file(symbol), reference_line(symbol), messages::NOT_DEFINED,
+                           symbol_name(*symbol));
 }
 
 static void report_public_alias(const Symbol *symbol)
 {
-    print_direct_error(symbol_file(symbol), symbol->def_line, messages[MSG_BAD_RELOCATABLE], 0,
-                       nullptr);
+    print_direct_error(symbol_file(symbol), definition_line(symbol), messages::BAD_RELOCATABLE);
 }
 
 static bool is_undefined(const Symbol &symbol)
@@ -287,7 +287,7 @@ static bool find_late_symbols()
     bool any_new = false;
     for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
         if (is_late(*symbol))
-            any_new |= late_symbols.emplace(symbol->name, symbol->name_length).second;
+            any_new |= late_symbols.emplace(symbol_name(*symbol)).second;
     }
     return any_new;
 }
@@ -307,7 +307,7 @@ static bool find_stale_symbols()
     bool any_new = false;
     for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
         if (is_stale(*symbol) && (symbol->flags & SYM_LOCAL) == 0)
-            any_new |= stale_symbols.emplace(symbol->name, symbol->name_length).second;
+            any_new |= stale_symbols.emplace(symbol_name(*symbol)).second;
     }
     return any_new;
 }
@@ -333,10 +333,9 @@ static void report_late_sections()
     for (const Section *section = section_list; section != nullptr; section = section->next) {
         if (!is_late(*section))
             continue;
-        record_error("section %.*s used before its definition", section->name_length,
-                     section->section_name);
-        pass_must_repeat = 0;
-        flush_error(nullptr);
+        record_error("section %.*s used before its definition", section_name(*section));
+        pass_must_repeat = false;
+        flush_error();
     }
 }
 
@@ -358,8 +357,8 @@ static void report_long_weak_names()
     for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
         if (symbol->object_index != 0 && (symbol->flags & SYM_WEAK) &&
             (symbol->attrs & ATTR_DEFINED) && symbol->name_length == UINT8_MAX)
-            print_direct_error(symbol_file(symbol), symbol->def_line, messages[MSG_BAD_SYMBOL_NAME],
-                               symbol->name_length, symbol->name);
+            print_direct_error(symbol_file(symbol), definition_line(symbol), messages::BAD_SYMBOL_NAME,
+                               symbol_name(*symbol));
     }
 }
 

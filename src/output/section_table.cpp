@@ -4,11 +4,9 @@
 
 #include "output/section_table.h"
 
-#include "driver/memory.h"
-#include "driver/settings.h"
-#include "listing/diagnostics.h"
-#include "stmt/section_directives.h"
-#include "target/branch_record.h"
+#include "base/memory.h"
+#include "base/settings.h"
+#include "base/diagnostics.h"
 #include <algorithm>
 #include <cstring>
 
@@ -44,7 +42,6 @@ static void free_sections()
     while (section_list != nullptr) {
         reset_stream(&section_list->code_stream);
         reset_stream(&section_list->reloc_stream);
-        free_branch_record(section_list);
         section_list = xfree(section_list, section_list->next);
     }
     section_tail = &section_list;
@@ -53,7 +50,7 @@ static void free_sections()
 
 static Section *make_text_section(const char *name)
 {
-    Section *section = select_section(name, static_cast<uint32_t>(std::strlen(name)), true);
+    Section *section = add_section(name);
     section->attributes = 0;
     section->flags = SEC_DEBUG;
     return section;
@@ -61,12 +58,10 @@ static Section *make_text_section(const char *name)
 
 void init_sections()
 {
-    forget_section_stacks();
     free_sections();
     new_section_counter = 0;
     for (const PredefinedSection &row : predefined_sections) {
-        Section *section =
-            select_section(row.name, static_cast<uint32_t>(std::strlen(row.name)), true);
+        Section *section = add_section(row.name);
         section->attributes = row.attributes;
         section->flags = row.flags;
         if (opt_absolute && (row.flags & SEC_DEBUG) == 0)
@@ -87,33 +82,36 @@ static void rewind_section(Section *section)
         section->flags |= SEC_NEW_PENDING;
     }
     section->flags &= static_cast<uint16_t>(~SEC_CLOSED);
-    reset_branch_record(section);
 }
 
 void reset_sections_for_pass()
 {
     for (Section *section = section_list; section != nullptr; section = section->next)
         rewind_section(section);
-    const char *first = predefined_sections[0].name;
-    select_section(first, static_cast<uint32_t>(std::strlen(first)), false);
+    select_section(predefined_sections[0].name);
     new_section_counter = 0;
 }
 
-static Section *find_open_section(const char *name, uint32_t length)
+static std::string_view cut_name(std::string_view name)
+{
+    if (name.size() > SECTION_NAME_MAX)
+        record_error("section name %.*s too long", name);
+    return name.substr(0, SECTION_NAME_MAX);
+}
+
+static Section *find_open_section(std::string_view name)
 {
     Section *section = section_list;
-    while (section != nullptr &&
-           (section->name_length != length ||
-            std::memcmp(section->section_name, name, length) != 0 || (section->flags & SEC_CLOSED)))
+    while (section != nullptr && (section_name(*section) != name || (section->flags & SEC_CLOSED)))
         section = section->next;
     return section;
 }
 
-Section *create_section(const char *name, uint32_t length)
+static Section *append_section(std::string_view name)
 {
     auto *section = new_node<Section>(nullptr);
-    section->name_length = static_cast<uint8_t>(std::min<uint32_t>(length, SECTION_NAME_MAX));
-    std::memcpy(section->section_name, name, section->name_length);
+    section->name_length = static_cast<uint8_t>(name.size());
+    std::memcpy(section->section_name, name.data(), name.size());
     section->number = static_cast<uint16_t>(++section_count);
     init_stream(&section->code_stream);
     init_stream(&section->reloc_stream);
@@ -123,23 +121,33 @@ Section *create_section(const char *name, uint32_t length)
     return section;
 }
 
-Section *select_section(const char *name, uint32_t length, bool create)
+Section *create_section(std::string_view name)
 {
-    if (length > SECTION_NAME_MAX) {
-        record_error("section name %.*s too long", length, name);
-        length = SECTION_NAME_MAX;
-    }
-    Section *found = find_open_section(name, length);
-    if (create)
-        return found != nullptr ? nullptr : create_section(name, length);
+    return append_section(name.substr(0, SECTION_NAME_MAX));
+}
+
+Section *select_section(std::string_view name)
+{
+    Section *found = find_open_section(cut_name(name));
     if (found != nullptr)
         current_section = found;
     return found;
 }
 
+Section *add_section(std::string_view full_name)
+{
+    const std::string_view name = cut_name(full_name);
+    return find_open_section(name) == nullptr ? append_section(name) : nullptr;
+}
+
+bool in_offset_section()
+{
+    return current_section == &offset_section;
+}
+
 bool leave_offset_section()
 {
-    if (current_section->name_length != 0)
+    if (!in_offset_section())
         return false;
     current_section = current_section->next;
     return true;

@@ -1,10 +1,10 @@
 // The output sections of the source file being assembled, and which of them receives bytes.
 #pragma once
 
-#include "output/byte_stream.h"
-#include "output/object_format.h"
-#include "target/branch_record.h"
+#include "base/byte_stream.h"
+#include "base/object_format.h"
 #include <cstdint>
+#include <string_view>
 
 // Bits of Section::flags; internal, not in the object file.
 constexpr uint16_t SEC_DEBUG = 0x0001;       // text for tools: listed only under dlist_flag
@@ -14,6 +14,8 @@ constexpr uint16_t SEC_NEW_PENDING = 0x0008; // opened by `new`, not yet reached
 constexpr uint16_t SEC_NEW_SEEN = 0x0010;    // opened by `new`, reached in this pass
 constexpr uint16_t SEC_NUMBERED = 0x0020;    // has its number in the object file
 constexpr uint16_t SEC_LATE = 0x0040;        // has no number, but a label or record that needs one
+
+struct BranchRecord;
 
 struct Section {
     Section *next;       // in order of creation; of offset_section: the real section behind it
@@ -25,9 +27,7 @@ struct Section {
     uint32_t size;           // location counter: bytes so far in this pass
     uint32_t reloc_position; // offset up to which reloc_stream accounts for the section
     uint32_t base_address;   // 0 unless `org` set it in an absolute section; survives the passes
-    BranchChunk *branch_chunks;
-    BranchChunk *last_branch_chunk; // the one being filled in this pass, or none
-    BranchIndex branch_index;
+    BranchRecord *branches;  // the jumps in it, kept by the target; null while there are none
     ByteStream code_stream;
     ByteStream reloc_stream;
 };
@@ -63,13 +63,24 @@ void init_sections();
 // Empties all sections at the head of a pass and selects .text.
 void reset_sections_for_pass();
 
-// Looks a section up by name, cut to 14 characters, and makes it current. With `create` it is made
-// instead, and the result is none if the name is taken; without, none if there is no such section.
-// Records "section name %.*s too long".
-Section *select_section(const char *name, uint32_t length, bool create);
+// Names of sections are cut to 14 characters; a longer one records "section name %.*s too long".
 
-// Makes a section of that name whatever exists, and selects it.
-Section *create_section(const char *name, uint32_t length);
+// Selects a section by name. Null, with nothing selected, if there is none that is open.
+Section *select_section(std::string_view name);
+
+// Makes and selects a section; null, with nothing selected, if the name is taken.
+Section *add_section(std::string_view name);
+
+// Makes and selects a section of that name whatever exists.
+Section *create_section(std::string_view name);
+
+// Whether the `offset` section is current.
+bool in_offset_section();
+
+inline std::string_view section_name(const Section &section)
+{
+    return {section.section_name, section.name_length};
+}
 
 // Goes back to the real section when the `offset` section is current; tells whether it was.
 bool leave_offset_section();

@@ -2,24 +2,24 @@
 
 #include "stmt/data_directives.h"
 
-#include "driver/memory.h"
-#include "driver/passes.h"
-#include "driver/settings.h"
+#include "base/memory.h"
+#include "base/pass_state.h"
+#include "base/settings.h"
 #include "expr/evaluator.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
-#include "listing/diagnostics.h"
+#include "base/diagnostics.h"
 #include "listing/listing.h"
 #include "output/section_table.h"
 #include "stmt/statement.h"
-#include "target/emission.h"
+#include "output/emission.h"
 
 // Data ends the offset section: the line is listed at the address in the real one.
 static void leave_offset_for_data()
 {
-    if (leave_offset_section() && list_state == LIST_ON)
-        mark_line(MARK_ADDRESS);
+    if (leave_offset_section() && lists_line())
+        listed_line.address = current_location();
 }
 
 // From the label to the end of the last data behind it, over several directives.
@@ -62,13 +62,13 @@ static void emit_expression_item(uint32_t item_size)
     ExprValue value;
     parse_expression(&value);
     if (item_size == 1 && !opt_old_syntax && !fits_signed_byte(value))
-        record_error(MSG_VALUE_TOO_LARGE);
+        record_error(messages::VALUE_TOO_LARGE);
     emit_item(value, item_size);
 }
 
-void data_directive(Keyword *keyword, const char *, uint32_t)
+static void data_directive(const Statement &statement)
 {
-    const uint32_t item_size = keyword->argument;
+    const uint32_t item_size = statement.keyword->argument;
     leave_offset_for_data();
     int32_t token;
     do {
@@ -92,26 +92,26 @@ static uint32_t parse_count()
     ExprValue count;
     parse_expression(&count);
     if (count.reloc != RELOC_ABSOLUTE) {
-        record_error(MSG_RELOCATABLE_NOT_ALLOWED);
+        record_error(messages::RELOCATABLE_NOT_ALLOWED);
         return 0;
     }
     if (static_cast<int32_t>(count.value) < 0) {
-        record_error(MSG_VALUE_TOO_LARGE);
+        record_error(messages::VALUE_TOO_LARGE);
         return 0;
     }
     return count.value;
 }
 
-void fill_directive(Keyword *keyword, const char *, uint32_t)
+static void fill_directive(const Statement &statement)
 {
-    const uint32_t item_size = keyword->argument;
+    const uint32_t item_size = statement.keyword->argument;
     leave_offset_for_data();
     uint32_t count = parse_count();
     expect_token(TOK_COMMA);
     ExprValue value;
     parse_expression(&value);
     if (item_size == 1 && !fits_signed_byte(value))
-        record_error(MSG_BAD_RELOCATABLE);
+        record_error(messages::BAD_RELOCATABLE);
     if (pass_number == 0 || (current_section->attributes & SECATTR_BSS)) {
         emit_fill(0, count * item_size);
     } else if (item_size == 1 && value.reloc == RELOC_ABSOLUTE) {
@@ -126,22 +126,46 @@ void fill_directive(Keyword *keyword, const char *, uint32_t)
 
 static void reserve(uint32_t size)
 {
-    if (current_section->name_length == 0)
+    if (in_offset_section())
         current_section->size += size;
     else
         emit_fill(static_cast<uint32_t>(fill_byte), size);
 }
 
-void reserve_directive(Keyword *keyword, const char *, uint32_t)
+static void reserve_directive(const Statement &statement)
 {
     const int32_t lowest = opt_old_syntax ? 0 : 1;
     ExprValue size;
     parse_expression(&size);
     if (size.reloc != RELOC_ABSOLUTE)
-        record_error(MSG_RELOCATABLE_NOT_ALLOWED);
+        record_error(messages::RELOCATABLE_NOT_ALLOWED);
     else if (static_cast<int32_t>(size.value) < lowest)
-        record_error("illegal size", 0, nullptr);
+        record_error("illegal size");
     else
-        reserve(size.value << keyword->argument);
+        reserve(size.value * statement.keyword->argument);
     note_data_size();
+}
+
+std::span<const DirectiveRow> data_directives()
+{
+    // The argument is the size of an item in bytes.
+    static constexpr DirectiveRow rows[] = {
+        {"dc", data_directive, 1, KW_PLAIN},
+        {"dc.b", data_directive, 1, KW_PLAIN},
+        {"fcb", data_directive, 1, KW_PLAIN},
+        {"fcc", data_directive, 1, KW_PLAIN},
+        {"dc.w", data_directive, 2, KW_PLAIN},
+        {"fdb", data_directive, 2, KW_PLAIN},
+        {"dc.l", data_directive, 4, KW_PLAIN},
+        {"dcb", fill_directive, 1, KW_PLAIN},
+        {"dcb.b", fill_directive, 1, KW_PLAIN},
+        {"dcb.w", fill_directive, 2, KW_PLAIN},
+        {"dcb.l", fill_directive, 4, KW_PLAIN},
+        {"ds", reserve_directive, 1, KW_PLAIN},
+        {"ds.b", reserve_directive, 1, KW_PLAIN},
+        {"rmb", reserve_directive, 1, KW_PLAIN},
+        {"ds.w", reserve_directive, 2, KW_PLAIN},
+        {"ds.l", reserve_directive, 4, KW_PLAIN},
+    };
+    return rows;
 }

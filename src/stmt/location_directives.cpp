@@ -3,16 +3,21 @@
 
 #include "stmt/location_directives.h"
 
-#include "driver/settings.h"
+#include "base/settings.h"
 #include "expr/evaluator.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
-#include "listing/diagnostics.h"
+#include "base/diagnostics.h"
 #include "listing/listing.h"
 #include "output/section_table.h"
 #include "stmt/statement.h"
-#include "target/emission.h"
+#include "output/emission.h"
+#include "listing/side_outputs.h"
 #include <algorithm>
+#include <cstdio>
+
+// Room for the line of one `funa`.
+constexpr size_t FUNA_ROOM = 256;
 
 // Reads the operand of `align`; 1 after an error.
 static uint32_t parse_alignment()
@@ -20,9 +25,9 @@ static uint32_t parse_alignment()
     ExprValue alignment;
     parse_expression(&alignment);
     if (alignment.reloc != RELOC_ABSOLUTE)
-        record_error(MSG_RELOCATABLE_NOT_ALLOWED);
+        record_error(messages::RELOCATABLE_NOT_ALLOWED);
     else if (static_cast<int32_t>(alignment.value) < 1)
-        record_error("illegal alignment", 0, nullptr);
+        record_error("illegal alignment");
     else
         return alignment.value;
     return 1;
@@ -39,9 +44,9 @@ static uint32_t parse_fill()
     ExprValue fill;
     parse_expression(&fill);
     if (fill.reloc != RELOC_ABSOLUTE)
-        record_error(MSG_RELOCATABLE_NOT_ALLOWED);
+        record_error(messages::RELOCATABLE_NOT_ALLOWED);
     else if (!fits_signed_byte(fill))
-        record_error("illegal fill value", 0, nullptr);
+        record_error("illegal fill value");
     return fill.value;
 }
 
@@ -53,15 +58,24 @@ static uint32_t padding_to(uint32_t alignment)
     return rest == 0 ? 0 : std::min(alignment - rest, 0 - location);
 }
 
-void align_directive(Keyword *keyword, const char *, uint32_t)
+static void align_location(uint32_t alignment)
 {
-    const uint32_t alignment = keyword->argument != 0 ? parse_alignment() : 2;
     const uint32_t fill = parse_fill();
     const uint32_t padding = padding_to(alignment);
-    if (current_section->name_length == 0)
+    if (in_offset_section())
         current_section->size += padding;
     else
         emit_fill(fill, padding);
+}
+
+static void align_directive(const Statement &)
+{
+    align_location(parse_alignment());
+}
+
+static void even_directive(const Statement &)
+{
+    align_location(2);
 }
 
 // Where `org` goes, as an offset in the section. The first one of an absolute section moves the
@@ -78,35 +92,36 @@ static uint32_t target_offset(uint32_t target)
     return target >= current_location() ? target - section->base_address : 0;
 }
 
-void org_directive(Keyword *, const char *, uint32_t)
+static void org_directive(const Statement &)
 {
     leave_offset_section();
     last_label = nullptr;
     ExprValue target;
     parse_expression(&target);
     if (target.reloc != RELOC_ABSOLUTE) {
-        record_error(MSG_RELOCATABLE_NOT_ALLOWED);
+        record_error(messages::RELOCATABLE_NOT_ALLOWED);
         return;
     }
     const uint32_t offset = target_offset(target.value);
     if (offset >= current_section->size)
         emit_fill(static_cast<uint32_t>(fill_byte), offset - current_section->size);
     else
-        record_error("cannot move back current pc", 0, nullptr);
+        record_error("cannot move back current pc");
     // The line shows the new address and none of the bytes on the way.
-    if (list_state == LIST_ON) {
-        mark_line(MARK_NO_BYTES);
-        line_defined_label = LIST_ADDRESS;
+    if (lists_line()) {
+        listed_line.address = current_location();
+        listed_line.byte_count = 0;
+        listed_line.shows_address = LineAddress::ALWAYS;
     }
 }
 
-void offset_directive(Keyword *, const char *, uint32_t)
+static void offset_directive(const Statement &)
 {
     leave_offset_section();
     ExprValue start;
     parse_expression(&start);
     if (start.reloc != RELOC_ABSOLUTE) {
-        record_error(MSG_RELOCATABLE_NOT_ALLOWED);
+        record_error(messages::RELOCATABLE_NOT_ALLOWED);
         return;
     }
     offset_section = {};
@@ -114,4 +129,51 @@ void offset_directive(Keyword *, const char *, uint32_t)
     offset_section.attributes = SECATTR_BSS | SECATTR_ABS;
     offset_section.size = start.value;
     current_section = &offset_section;
+}
+
+// The one term that may follow the value.
+static uint32_t parse_term()
+{
+    skip_blanks();
+    const char sign = *line_cursor;
+    if (sign != '+' && sign != '-')
+        return 0;
+    ++line_cursor;
+    const uint32_t term = parse_simple_value();
+    return sign == '+' ? term : 0 - term;
+}
+
+static void funa_directive(const Statement &)
+{
+    skip_blanks();
+    const std::string_view name = scan_name();
+    if (name.empty()) {
+        record_error(messages::SYNTAX_ERROR);
+        return;
+    }
+    uint32_t value = current_location();
+    skip_blanks();
+    if (*line_cursor == ',') {
+        ++line_cursor;
+        value = parse_simple_value();
+    }
+    value += parse_term();
+
+    static char line[FUNA_ROOM];
+    std::snprintf(line, sizeof line, "%.*s = 16'h%04lx;\n", static_cast<int>(name.size()), name.data(),
+                  static_cast<unsigned long>(value));
+    write_verilog_line(line);
+    skip_line();
+}
+
+std::span<const DirectiveRow> location_directives()
+{
+    static constexpr DirectiveRow rows[] = {
+        {"even", even_directive, 0, KW_PLAIN},
+        {"align", align_directive, 0, KW_PLAIN},
+        {"org", org_directive, 0, KW_PLAIN},
+        {"offset", offset_directive, 0, KW_PLAIN},
+        {"funa", funa_directive, 0, KW_QUIET},
+    };
+    return rows;
 }

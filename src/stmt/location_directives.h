@@ -1,14 +1,8 @@
-// Directives that move the location counter.
+// Directives that move the location counter, or tell it.
 #pragma once
 
-#include <cstdint>
+#include "expr/keyword_table.h"
+#include <span>
 
-struct Keyword;
-
-// `align` (argument 1) and `even` (0).
-void align_directive(Keyword *keyword, const char *label, uint32_t length);
-
-void org_directive(Keyword *keyword, const char *label, uint32_t length);
-
-// `offset`: labels from here on count up from a value, without output.
-void offset_directive(Keyword *keyword, const char *label, uint32_t length);
+// `align`, `even`, `org`, `offset` and `funa`.
+std::span<const DirectiveRow> location_directives();

@@ -3,15 +3,15 @@
 
 #include "stmt/section_directives.h"
 
-#include "driver/file_names.h"
-#include "driver/memory.h"
-#include "driver/number.h"
-#include "driver/passes.h"
-#include "driver/settings.h"
+#include "base/position.h"
+#include "base/file_names.h"
+#include "base/memory.h"
+#include "base/number.h"
+#include "base/pass_state.h"
+#include "base/settings.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
-#include "input/input_stack.h"
-#include "listing/diagnostics.h"
+#include "base/diagnostics.h"
 #include "listing/listing.h"
 #include "output/debug_info.h"
 #include "output/section_table.h"
@@ -91,12 +91,11 @@ static void apply_lent_attributes(SectionRequest *request, std::string_view word
 {
     if (request->word_count == 1 && add)
         request->attributes = 0;
-    const auto length = static_cast<uint32_t>(word.size());
-    const Section *lender = select_section(word.data(), length, false);
+    const Section *lender = select_section(word);
     if (lender != nullptr)
         apply_bits(request, lender->attributes, add);
     else
-        record_error("unknown attribute %.*s", length, word.data());
+        record_error("unknown attribute %.*s", word);
 }
 
 static void read_attribute(SectionRequest *request)
@@ -106,15 +105,14 @@ static void read_attribute(SectionRequest *request)
         add = *line_cursor++ == '+';
         skip_blanks();
     }
-    const char *text = scan_name(0);
-    if (text == nullptr) {
+    const std::string_view word = scan_name();
+    if (word.empty()) {
         if (request->word_count != 0)
-            record_error(MSG_MISSING_LABEL);
+            record_error(messages::MISSING_LABEL);
         else
             request->attributes = section_list->attributes;
         return;
     }
-    const std::string_view word(text, static_cast<size_t>(line_cursor - text));
     ++request->word_count;
     const AttributeWord *row = find_attribute(word);
     if (row == nullptr)
@@ -128,7 +126,7 @@ static void read_attribute(SectionRequest *request)
 static void read_section_number(SectionRequest *request)
 {
     if (request->number != NO_NUMBER || !opt_old_syntax)
-        force_error(MSG_SYNTAX_ERROR);
+        force_error(messages::SYNTAX_ERROR);
     uint32_t number = 0;
     bool too_large = false;
     while (is_digit(*line_cursor)) {
@@ -137,7 +135,7 @@ static void read_section_number(SectionRequest *request)
     }
     request->number = static_cast<int32_t>(number);
     if (too_large) {
-        force_error(MSG_VALUE_TOO_LARGE);
+        force_error(messages::VALUE_TOO_LARGE);
         request->number = NO_NUMBER;
     }
     skip_blanks();
@@ -177,25 +175,25 @@ static NumberedSection *find_number(int32_t number)
 static Section *select_by_number(const SectionRequest &request)
 {
     if (request.number == NO_NUMBER || !opt_old_syntax) {
-        force_error(MSG_MISSING_LABEL);
+        force_error(messages::MISSING_LABEL);
         return nullptr;
     }
     if (request.word_count != 0)
-        record_error(MSG_SYNTAX_ERROR);
+        record_error(messages::SYNTAX_ERROR);
     if (const NumberedSection *node = find_number(request.number)) {
         current_section = node->section;
         return node->section;
     }
     if (request.number == BSCT_NUMBER)
-        return select_section(".bsct", 5, false);
-    record_error(MSG_SECTION_NOT_ASSIGNED);
+        return select_section(".bsct");
+    record_error(messages::SECTION_NOT_ASSIGNED);
     return nullptr;
 }
 
 static void bind_number(Section *section, int32_t number)
 {
     if (number == BSCT_NUMBER || find_number(number) != nullptr) {
-        force_error(MSG_SECTION_ALREADY_ASSIGNED);
+        force_error(messages::SECTION_ALREADY_ASSIGNED);
         return;
     }
     auto *node = new_node<NumberedSection>(numbered_sections);
@@ -221,21 +219,21 @@ static bool keeps_new()
 }
 
 // In the sizing pass: `section` is the one just made, or none if the name was taken.
-static Section *open_instance(Section *section, const char *name, uint32_t length, bool keeps)
+static Section *open_instance(Section *section, std::string_view name, bool keeps)
 {
     if (section != nullptr) {
         section->flags |= SEC_NEW_PENDING;
         return section;
     }
-    Section *existing = select_section(name, length, false);
+    Section *existing = select_section(name);
     if (!keeps)
         return existing;
     existing->flags |= SEC_CLOSED;
-    return create_section(name, length);
+    return create_section(name);
 }
 
 // In a later pass: `section` is the first open instance of the name.
-static Section *find_instance(Section *section, const char *name, uint32_t length, bool keeps)
+static Section *find_instance(Section *section, std::string_view name, bool keeps)
 {
     if (section->flags & SEC_NEW_PENDING) {
         section->flags &= static_cast<uint16_t>(~SEC_NEW_PENDING);
@@ -244,19 +242,19 @@ static Section *find_instance(Section *section, const char *name, uint32_t lengt
     }
     if (keeps) {
         section->flags |= SEC_CLOSED;
-        return select_section(name, length, false);
+        return select_section(name);
     }
-    if (section->size != 0 && list_state == LIST_ON)
-        list_switch_line(name, length);
+    if (section->size != 0 && lists_line())
+        list_switch_line(name);
     return section;
 }
 
-static Section *select_instance(Section *section, const char *name, uint32_t length)
+static Section *select_instance(Section *section, std::string_view name)
 {
     const bool keeps = keeps_new();
     if (pass_number == 0)
-        return open_instance(section, name, length, keeps);
-    return section != nullptr ? find_instance(section, name, length, keeps) : nullptr;
+        return open_instance(section, name, keeps);
+    return section != nullptr ? find_instance(section, name, keeps) : nullptr;
 }
 
 // Whether the number is bound to the section that has this name already.
@@ -266,24 +264,23 @@ static bool is_bound_to(int32_t number, std::string_view name)
     if (node == nullptr)
         return false;
     const Section *section = node->section;
-    return std::string_view(section->section_name, section->name_length) ==
-           name.substr(0, SECTION_NAME_MAX);
+    return section_name(*section) == name.substr(0, SECTION_NAME_MAX);
 }
 
-static Section *select_by_name(const SectionRequest &request, const char *name, uint32_t length)
+static Section *select_by_name(const SectionRequest &request, std::string_view name)
 {
-    if (is_digit(name[0])) {
-        force_error(messages[MSG_BAD_SYMBOL_NAME], length, name);
+    if (is_digit(name.front())) {
+        force_error(messages::BAD_SYMBOL_NAME, name);
         return nullptr;
     }
-    Section *section = select_section(name, length, pass_number == 0);
+    Section *section = pass_number == 0 ? add_section(name) : select_section(name);
     if (request.wants_new)
-        section = select_instance(section, name, length);
+        section = select_instance(section, name);
     if (section == nullptr) {
         const bool repeated = pass_number == 0 && request.number != NO_NUMBER &&
-                              is_bound_to(request.number, {name, length});
+                              is_bound_to(request.number, name);
         if (!repeated)
-            force_error(messages[MSG_MULTIPLY_DEFINED], length, name);
+            force_error(messages::MULTIPLY_DEFINED, name);
         return nullptr;
     }
     if (pass_number == 0) {
@@ -294,17 +291,17 @@ static Section *select_by_name(const SectionRequest &request, const char *name, 
     return section;
 }
 
-void section_directive(Keyword *, const char *label, uint32_t length)
+static void section_directive(const Statement &statement)
 {
     if (debug_lines) {
         leave_offset_section();
         debug_close_scope(source_file_name, current_line());
     }
     last_label = nullptr;
-    line_defined_label = LIST_ADDRESS_OF_BYTES;
+    listed_line.shows_address = LineAddress::WITH_BYTES;
     const SectionRequest request = read_section_request();
     const Section *section =
-        label == nullptr ? select_by_number(request) : select_by_name(request, label, length);
+        statement.label.empty() ? select_by_number(request) : select_by_name(request, statement.label);
     if (section != nullptr)
         note_debug_section();
     if (debug_lines)
@@ -318,19 +315,19 @@ void section_directive(Keyword *, const char *label, uint32_t length)
 static void select_named_section()
 {
     skip_blanks();
-    const char *name = scan_name(0);
-    if (name == nullptr) {
-        record_error(MSG_MISSING_LABEL);
+    const std::string_view name = scan_name();
+    if (name.empty()) {
+        record_error(messages::MISSING_LABEL);
         return;
     }
-    const auto length = static_cast<uint32_t>(line_cursor - name);
-    if (select_section(name, length, false) != nullptr)
+    if (select_section(name) != nullptr)
         note_debug_section();
     else
-        record_error(messages[MSG_NOT_DEFINED], length, name);
+        record_error(messages::NOT_DEFINED, name);
 }
 
-void switch_directive(Keyword *keyword, const char *, uint32_t)
+// Selects another section, with the debug records of the one that is left and of the one entered.
+static void switch_section(void (*select)())
 {
     last_label = nullptr;
     // The debug prologue runs at line 0 and makes no records of its own.
@@ -340,39 +337,60 @@ void switch_directive(Keyword *keyword, const char *, uint32_t)
         leave_offset_section();
         debug_close_scope(source_file_name, line);
     }
-    if (keyword->argument != 0) {
-        if (select_section(".bsct", 5, false) != nullptr)
-            note_debug_section();
-    } else {
-        select_named_section();
-    }
+    select();
     if (has_records)
         debug_open_scope(source_file_name, line);
 }
 
-static void restore_section()
+static void switch_directive(const Statement &)
 {
+    switch_section(select_named_section);
+}
+
+static void select_bsct()
+{
+    if (select_section(".bsct") != nullptr)
+        note_debug_section();
+}
+
+static void bsct_directive(const Statement &)
+{
+    switch_section(select_bsct);
+}
+
+static void save_directive(const Statement &)
+{
+    leave_offset_section();
+    auto *node = new_node<SavedSection>(section_stack);
+    node->section = current_section;
+    section_stack = node;
+    skip_line();
+}
+
+static void restore_directive(const Statement &)
+{
+    leave_offset_section();
     if (debug_lines)
         debug_close_scope(source_file_name, current_line());
     if (section_stack == nullptr) {
-        record_error("missing save directive", 0, nullptr);
+        record_error("missing save directive");
     } else {
         current_section = section_stack->section;
         section_stack = xfree(section_stack, section_stack->next);
     }
     if (debug_lines)
         debug_open_scope(source_file_name, current_line());
+    skip_line();
 }
 
-void save_directive(Keyword *keyword, const char *, uint32_t)
+std::span<const DirectiveRow> section_directives()
 {
-    leave_offset_section();
-    if (keyword->argument != 0) {
-        restore_section();
-    } else {
-        auto *node = new_node<SavedSection>(section_stack);
-        node->section = current_section;
-        section_stack = node;
-    }
-    skip_line();
+    static constexpr DirectiveRow rows[] = {
+        {"switch", switch_directive, 0, KW_PLAIN},
+        {"bsct", bsct_directive, 0, KW_PLAIN},
+        {"section", section_directive, 0, KW_PLAIN | KW_LABEL_IS_NAME},
+        {"save", save_directive, 0, KW_PLAIN},
+        {"restore", restore_directive, 0, KW_PLAIN},
+    };
+    return rows;
 }

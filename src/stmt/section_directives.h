@@ -1,18 +1,11 @@
 // Directives that open, select and stack sections.
 #pragma once
 
-#include <cstdint>
+#include "expr/keyword_table.h"
+#include <span>
 
-struct Keyword;
+// `section`, `switch`, `bsct`, `save` and `restore`.
+std::span<const DirectiveRow> section_directives();
 
-// `section`: the label is the section's name; the one directive whose optional label isn't defined.
-void section_directive(Keyword *keyword, const char *label, uint32_t length);
-
-// `switch` (argument 0) and `bsct` (1).
-void switch_directive(Keyword *keyword, const char *label, uint32_t length);
-
-// `save` (argument 0) and `restore` (1).
-void save_directive(Keyword *keyword, const char *label, uint32_t length);
-
-// Frees the numbers of sections and the stack of `save`, at the start of a source file.
+// Frees the numbers of sections and the stack of `save`, when the sections are built anew.
 void forget_section_stacks();

@@ -2,44 +2,49 @@
 
 #include "stmt/source_directives.h"
 
-#include "driver/memory.h"
-#include "driver/number.h"
-#include "driver/passes.h"
+#include "base/position.h"
+#include "base/memory.h"
+#include "base/number.h"
+#include "base/pass_state.h"
 #include "expr/evaluator.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
 #include "input/input_stack.h"
 #include "input/source_span.h"
-#include "listing/diagnostics.h"
+#include "base/diagnostics.h"
 #include "listing/listing.h"
-#include "target/target.h"
+#include "stmt/statement.h"
 #include <cstdio>
 #include <cstring>
 #include <string>
 
-void user_error_directive(Keyword *, const char *, uint32_t)
+// Arguments of line_directive.
+constexpr uint8_t SFILE = 0;
+constexpr uint8_t HASH_LINE = 1;
+
+static void user_error_directive(const Statement &)
 {
     const int32_t token = next_token();
     if (token == TOK_STRING) {
-        record_error("%.*s", token_number, token_text());
+        record_error("%.*s", {token_text(), token_number});
         return;
     }
     unget_token(token);
     ExprValue value;
     parse_expression(&value);
     if (value.reloc != RELOC_ABSOLUTE) {
-        record_error(MSG_RELOCATABLE_NOT_ALLOWED);
+        record_error(messages::RELOCATABLE_NOT_ALLOWED);
         return;
     }
     std::snprintf(token_string, sizeof token_string, "%d", static_cast<int32_t>(value.value));
-    record_error("fail %s", 0, token_string);
+    record_error("fail %s", token_string);
 }
 
-void message_directive(Keyword *, const char *, uint32_t)
+static void message_directive(const Statement &)
 {
     if (next_token() != TOK_STRING)
-        record_error(MSG_SYNTAX_ERROR);
+        record_error(messages::SYNTAX_ERROR);
     else if (pass_number == 0 && !sizing_repeated)
         std::printf("%.*s\n", static_cast<int>(token_number), token_text());
 }
@@ -58,7 +63,7 @@ static void select_span(const char *request)
 {
     const char *colon = std::strchr(request, ':');
     if (colon == nullptr) {
-        record_error("bad .source directive", 0, nullptr);
+        record_error("bad .source directive");
         return;
     }
     const std::string name(request, colon);
@@ -72,28 +77,28 @@ static void select_span(const char *request)
             last = first;
     }
     if (*text != '\0')
-        record_error("bad .source directive", 0, nullptr);
+        record_error("bad .source directive");
     else
         select_source_lines(name.c_str(), first, last);
 }
 
-void source_directive(Keyword *, const char *, uint32_t)
+static void source_directive(const Statement &)
 {
     if (next_token() != TOK_STRING) {
-        record_error(MSG_MISSING_STRING);
+        record_error(messages::MISSING_STRING);
         return;
     }
     skip_line();
-    if (list_state != LIST_ON)
+    if (!lists_line())
         return;
-    list_state |= LIST_SKIP_LINE;
+    skip_listed_line();
     select_span(token_text());
 }
 
-void include_directive(Keyword *, const char *, uint32_t)
+static void include_directive(const Statement &)
 {
     if (next_token() != TOK_STRING) {
-        record_error("bad file name", 0, nullptr);
+        record_error("bad file name");
     } else {
         open_include(token_text());
         // Opening may have used the buffer that the line stands in: nothing more is read from it.
@@ -110,10 +115,10 @@ static void read_line_bias()
     ExprValue line;
     parse_expression(&line);
     if (line.reloc != RELOC_ABSOLUTE) {
-        record_error(MSG_RELOCATABLE_NOT_ALLOWED);
-        line_directive_file = nullptr;
+        record_error(messages::RELOCATABLE_NOT_ALLOWED);
+        line_directive_position.file = nullptr;
     }
-    line_directive_bias = line_ordinal - line.value + 1;
+    line_directive_position.bias = line_ordinal - line.value + 1;
 }
 
 // A C preprocessor doubles the backslashes of a name.
@@ -141,17 +146,17 @@ static void set_directive_file(const std::string &name)
         kept_names = new_node<KeptName>(kept_names);
         kept_names->text = copy_text(name.c_str(), name.size());
     }
-    line_directive_file = kept_names->text;
+    line_directive_position.file = kept_names->text;
 }
 
-void line_directive(Keyword *keyword, const char *, uint32_t)
+static void line_directive(const Statement &statement)
 {
-    const bool is_hash_line = keyword->argument != 0;
+    const bool is_hash_line = statement.keyword->argument == HASH_LINE;
     if (is_hash_line)
         read_line_bias();
     if (next_token() != TOK_STRING) {
         if (!is_hash_line)
-            line_directive_file = nullptr;
+            line_directive_position.file = nullptr;
         return;
     }
     const std::string name = token_text();
@@ -164,14 +169,60 @@ void line_directive(Keyword *keyword, const char *, uint32_t)
         return;
     }
     unget_token(token);
-    line_directive_file = nullptr;
-    record_error(MSG_SYNTAX_ERROR);
+    line_directive_position.file = nullptr;
+    record_error(messages::SYNTAX_ERROR);
 }
 
-void list_flag_directive(Keyword *keyword, const char *, uint32_t)
+static void set_flag(bool *flag)
 {
-    static int32_t *const flags[] = {&clist_flag, &dlist_flag, &mlist_flag};
     const int32_t setting = read_on_off();
     if (setting >= 0)
-        *flags[keyword->argument] = setting;
+        *flag = setting != 0;
+}
+
+static void clist_directive(const Statement &)
+{
+    set_flag(&clist_flag);
+}
+
+static void dlist_directive(const Statement &)
+{
+    set_flag(&dlist_flag);
+}
+
+static void mlist_directive(const Statement &)
+{
+    set_flag(&mlist_flag);
+}
+
+static void end_directive(const Statement &)
+{
+    current_is_debug = false;
+    end_seen = true;
+}
+
+// For a directive that means nothing here.
+static void skip_line_directive(const Statement &)
+{
+    skip_line();
+}
+
+std::span<const DirectiveRow> source_directives()
+{
+    static constexpr DirectiveRow rows[] = {
+        {"clist", clist_directive, 0, KW_PLAIN},
+        {"dlist", dlist_directive, 0, KW_PLAIN},
+        {"mlist", mlist_directive, 0, KW_QUIET},
+        {"#error", user_error_directive, 0, KW_PLAIN},
+        {"fail", user_error_directive, 0, KW_PLAIN},
+        {"messg", message_directive, 0, KW_PLAIN},
+        {"end", end_directive, 0, KW_PLAIN},
+        {"tabs", skip_line_directive, 0, KW_PLAIN},
+        {".source", source_directive, 0, KW_PLAIN},
+        {"include", include_directive, 0, KW_QUIET},
+        {"#include", include_directive, 0, KW_QUIET},
+        {".sfile", line_directive, SFILE, KW_QUIET},
+        {"#line", line_directive, HASH_LINE, KW_QUIET | KW_UNRECORDED},
+    };
+    return rows;
 }

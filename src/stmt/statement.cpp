@@ -4,68 +4,73 @@
 
 #include "stmt/statement.h"
 
-#include "driver/number.h"
-#include "driver/passes.h"
-#include "driver/settings.h"
+#include "base/position.h"
+#include "base/number.h"
+#include "base/pass_state.h"
+#include "base/settings.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
 #include "input/conditional.h"
-#include "input/input_stack.h"
 #include "input/macro.h"
-#include "listing/diagnostics.h"
+#include "base/diagnostics.h"
 #include "listing/listing.h"
 #include "listing/side_outputs.h"
 #include "output/debug_info.h"
 #include "output/section_table.h"
 #include "stmt/section_directives.h"
-#include "target/emission.h"
+#include "output/emission.h"
 #include "target/encoder.h"
 
 Symbol *last_label;
-char mnemonic_suffix[2];
-uint8_t line_defined_label;
-uint8_t current_is_debug;
+bool current_is_debug;
 
-// A label or a word within the line.
-struct LineName {
-    const char *text; // none when the line has none
-    uint32_t length;
-};
+// The suffix of the word found last, one or two characters. A directive leaves it as it is, so that a
+// macro called like one with its suffix is handed that of an earlier line.
+static char mnemonic_suffix[2];
+static size_t suffix_length;
+
+// Whether the label of the current line was written with a colon, which makes it public under -mi.
+static bool label_has_colon;
+
+void reset_statements_for_pass()
+{
+    last_label = nullptr;
+}
 
 void note_debug_section()
 {
     current_is_debug = (current_section->flags & SEC_DEBUG) != 0;
 }
 
-void report_multiply_defined(Symbol *symbol, const char *name, uint32_t length)
+void report_multiply_defined(Symbol *symbol, std::string_view name)
 {
-    force_error(messages[MSG_MULTIPLY_DEFINED], length, name);
-    symbol->def_line = LINE_MULTIPLY_DEFINED;
+    force_error(messages::MULTIPLY_DEFINED, name);
+    symbol->multiply_defined = true;
 }
 
 void note_first_definition(Symbol *symbol)
 {
-    if (symbol->def_line != 0)
+    if (symbol->def_line != 0 || symbol->multiply_defined)
         return;
     symbol->def_line = current_line();
     symbol->source_file = current_file_name();
     symbol->def_ordinal = line_ordinal;
 }
 
-void note_definition(Symbol *symbol, const char *name, uint32_t length)
+void note_definition(Symbol *symbol, std::string_view name)
 {
     note_first_definition(symbol);
-    if (symbol->def_line == LINE_MULTIPLY_DEFINED && pass_number != 0 && list_state == LIST_ON)
-        record_error(messages[MSG_MULTIPLY_DEFINED], length, name);
+    if (symbol->multiply_defined && pass_number != 0 && lists_line())
+        record_error(messages::MULTIPLY_DEFINED, name);
 }
 
 // Labels such as .1 leave the scope of the local labels as it is.
-static bool opens_scope(const Symbol *symbol, const LineName &label)
+static bool opens_scope(const Symbol *symbol, std::string_view label)
 {
     if (symbol->flags & SYM_LOCAL)
         return false;
-    return label.text[0] != '.' || !is_digit(label.text[1]);
+    return label.front() != '.' || label.size() < 2 || !is_digit(label[1]);
 }
 
 void note_late_definition(Symbol *symbol)
@@ -114,23 +119,23 @@ static void place_label(Symbol *symbol)
         symbol->flags |= SYM_IN_DEBUG;
 }
 
-static void define_label(const LineName &label)
+static void define_label(std::string_view label)
 {
-    line_defined_label = LIST_ADDRESS;
-    Symbol *symbol = find_symbol(label.text, label.length);
+    listed_line.shows_address = LineAddress::ALWAYS;
+    Symbol *symbol = find_symbol(label);
     if (symbol->flags & SYM_REGISTER) {
-        record_error(messages[MSG_BAD_SYMBOL_NAME], label.length, label.text);
+        record_error(messages::BAD_SYMBOL_NAME, label);
         return;
     }
     if (pass_number == 0 && (symbol->attrs & ATTR_DEFINED)) {
-        report_multiply_defined(symbol, label.text, label.length);
+        report_multiply_defined(symbol, label);
         return;
     }
     if ((symbol->flags & SYM_LOCAL) == 0)
-        note_definition(symbol, label.text, label.length);
+        note_definition(symbol, label);
     if (opens_scope(symbol, label))
         ++scope_number;
-    if (opt_label_syntax == -1)
+    if (opt_label_syntax && label_has_colon)
         symbol->attrs |= ATTR_PUBLIC;
     place_label(symbol);
     last_label = symbol;
@@ -139,8 +144,8 @@ static void define_label(const LineName &label)
 static void run_instruction(const Keyword *keyword)
 {
     // The label of the line was still defined in the offset section.
-    if (leave_offset_section() && list_state == LIST_ON)
-        mark_line(MARK_ADDRESS);
+    if (leave_offset_section() && lists_line())
+        listed_line.address = current_location();
     if (debug_lines)
         debug_line_record();
     encode_instruction(keyword->opcodes);
@@ -152,104 +157,97 @@ static bool is_unlisted(const Keyword *keyword)
            ((keyword->flags & KW_DEBUG) && !dlist_flag);
 }
 
-static void dispatch(Keyword *keyword, const LineName &label)
+static void dispatch(const Statement &statement)
 {
+    const Keyword *keyword = statement.keyword;
     if (is_unlisted(keyword))
-        list_state |= LIST_SKIP_LINE;
-    if ((keyword->flags & KW_NEEDS_LABEL) && label.text == nullptr) {
-        record_error(MSG_MISSING_LABEL);
+        skip_listed_line();
+    if ((keyword->flags & KW_NEEDS_LABEL) && statement.label.empty()) {
+        record_error(messages::MISSING_LABEL);
         skip_line();
     } else if (keyword->flags & KW_MACRO) {
-        expand_macro(keyword->body, nullptr);
+        expand_macro(keyword->body, statement.suffix);
     } else if (keyword->flags & KW_INSTRUCTION) {
         run_instruction(keyword);
     } else if (keyword->action != nullptr) {
-        keyword->action(keyword, label.text, label.length);
+        keyword->action(statement);
     }
 }
 
-static void assemble_statement(Keyword *keyword, const LineName &label)
+static void assemble_statement(const Statement &statement)
 {
-    const bool takes_label = keyword != nullptr && ((keyword->flags & KW_NEEDS_LABEL) ||
-                                                    has_action(keyword, section_directive));
-    if (label.text != nullptr && !takes_label)
-        define_label(label);
+    constexpr uint16_t TAKES_LABEL = KW_NEEDS_LABEL | KW_LABEL_IS_NAME;
+    const Keyword *keyword = statement.keyword;
+    const bool takes_label = keyword != nullptr && (keyword->flags & TAKES_LABEL);
+    if (!statement.label.empty() && !takes_label)
+        define_label(statement.label);
     if (keyword != nullptr)
-        dispatch(keyword, label);
+        dispatch(statement);
     if (next_token() != TOK_END)
-        record_error(MSG_BAD_COMMENT);
+        record_error(messages::BAD_COMMENT);
 }
 
-static void skip_statement(Keyword *keyword)
+static void skip_statement(const Statement &statement)
 {
+    const Keyword *keyword = statement.keyword;
     if (!clist_flag || (keyword != nullptr && (keyword->flags & KW_DEBUG) && !dlist_flag))
-        list_state |= LIST_SKIP_LINE;
+        skip_listed_line();
     if (keyword != nullptr && (keyword->flags & KW_CONDITIONAL))
-        keyword->action(keyword, nullptr, 0);
+        keyword->action(statement);
     skip_line();
 }
 
 // Lists a line that has no statement, or prints its error.
 static void finish_empty_line()
 {
-    if (list_state == LIST_ON)
-        list_line(LIST_ADDRESS_OF_BYTES);
+    if (lists_line())
+        list_line();
     else
-        flush_error(nullptr);
+        flush_error();
 }
 
 static void finish_statement(const char *line)
 {
-    if (opt_label_syntax == -1)
-        opt_label_syntax = 1;
+    label_has_colon = false;
     if (current_is_debug && !dlist_flag)
-        list_state |= LIST_SKIP_LINE;
-    if (list_state == LIST_ON)
-        list_line(line_defined_label);
-    else if (list_state == (LIST_ON | LIST_EXPANSION) && error_pending())
+        skip_listed_line();
+    if (lists_line())
+        list_line();
+    else if (lists_only_errors() && error_pending())
         list_expanded_error(line);
     else
-        flush_error(nullptr);
+        flush_error();
     list_state &= ~LIST_SKIP_LINE;
-    bypass_macro = 0;
-}
-
-// The name at the cursor.
-static LineName scan_line_name(int32_t mode)
-{
-    const char *text = scan_name(mode);
-    return {text, text != nullptr ? static_cast<uint32_t>(line_cursor - text) : 0};
+    bypass_macro = false;
 }
 
 // Splits the start of the line into label and word. False when the line has no statement.
-static bool read_label_and_word(const char *line, LineName *label, LineName *word)
+static bool read_label_and_word(const char *line, Statement *statement)
 {
     if (*line_cursor == '#' || *line_cursor == '-') {
         // The character belongs to the word: that is how "#if" finds its row.
         ++line_cursor;
-        *word = scan_line_name(0);
-        if (word->text != nullptr)
-            *word = {word->text - 1, word->length + 1};
+        const std::string_view name = scan_name();
+        if (!name.empty())
+            statement->word = {name.data() - 1, name.size() + 1};
         return true;
     }
-    const bool raw = is_recording_body() || !assembling_enabled();
-    const LineName name = scan_line_name(raw ? 1 : 0);
-    if (name.text == nullptr)
+    const std::string_view name = scan_name(is_recording_body() || !assembling_enabled());
+    if (name.empty())
         return false;
     skip_blanks();
     const bool colon = *line_cursor == ':';
-    if (!colon && !(opt_old_syntax && name.text == line)) {
-        *word = name;
+    if (!colon && !(opt_old_syntax && name.data() == line)) {
+        statement->word = name;
         return true;
     }
-    *label = name;
+    statement->label = name;
     if (colon) {
-        if (opt_label_syntax)
-            opt_label_syntax = -1;
+        label_has_colon = true;
         ++line_cursor;
         skip_blanks();
     }
-    *word = scan_line_name(0);
+    statement->word = scan_name();
     skip_blanks();
     return true;
 }
@@ -259,71 +257,72 @@ static void process_nameless_line()
 {
     if (assembling_enabled()) {
         if (next_token() != TOK_END)
-            record_error(MSG_BAD_COMMENT);
+            record_error(messages::BAD_COMMENT);
     } else if (!clist_flag) {
         return;
     }
     finish_empty_line();
 }
 
-static void set_suffix(char first, char second)
+static void set_suffix(std::string_view suffix)
 {
-    mnemonic_suffix[0] = first;
-    mnemonic_suffix[1] = second;
+    suffix_length = suffix.copy(mnemonic_suffix, sizeof mnemonic_suffix);
 }
 
-// Finds the keyword of a word and takes its suffix off. A dot counts only as the second or third
+// Finds the keyword of the word and takes its suffix off. A dot counts only as the second or third
 // character from the end; a directive's one-character suffix is part of its name, so that a macro
 // called `dc` leaves `dc.b` what it is.
-static Keyword *find_word(const LineName &word)
+static Keyword *find_word(std::string_view word)
 {
-    const char *end = word.text + word.length;
-    if (word.length >= 3 && end[-2] == '.') {
-        Keyword *stem = find_keyword(word.text, word.length - 2);
+    const size_t length = word.size();
+    if (length >= 3 && word[length - 2] == '.') {
+        Keyword *stem = find_keyword(word.substr(0, length - 2));
         if (stem != nullptr && is_directive_stem(stem)) {
-            Keyword *whole = find_keyword(word.text, word.length);
+            Keyword *whole = find_keyword(word);
             if (whole != nullptr || (stem->flags & KW_MACRO) == 0)
                 return whole;
         }
-        set_suffix(end[-1], '\0');
+        set_suffix(word.substr(length - 1));
         return stem;
     }
-    if (word.length >= 4 && end[-3] == '.') {
-        set_suffix(end[-2], end[-1]);
-        return find_keyword(word.text, word.length - 3);
+    if (length >= 4 && word[length - 3] == '.') {
+        set_suffix(word.substr(length - 2));
+        return find_keyword(word.substr(0, length - 3));
     }
-    set_suffix('\0', '\0');
-    return find_keyword(word.text, word.length);
+    set_suffix({});
+    return find_keyword(word);
 }
 
-static void process_word(const char *line, const LineName &label, const LineName &word)
+static void process_word(const char *line, Statement *statement)
 {
-    Keyword *keyword = word.text != nullptr ? find_word(word) : nullptr;
-    if (word.text != nullptr && keyword == nullptr && !is_recording_body()) {
-        if (assembling_enabled())
-            force_error(messages[MSG_UNKNOWN_INSTRUCTION], word.length, word.text);
-        skip_line();
-    }
+    const std::string_view word = statement->word;
+    statement->keyword = word.empty() ? nullptr : find_word(word);
+    statement->suffix = {mnemonic_suffix, suffix_length};
     if (is_recording_body()) {
-        record_body_line(keyword, line);
+        record_body_line(statement->keyword, line);
         skip_line();
-    } else if (assembling_enabled()) {
-        assemble_statement(keyword, label);
-    } else {
-        skip_statement(keyword);
+        return;
     }
+    const bool assembles = assembling_enabled();
+    if (!word.empty() && statement->keyword == nullptr) {
+        if (assembles)
+            force_error(messages::UNKNOWN_INSTRUCTION, word);
+        skip_line();
+    }
+    if (assembles)
+        assemble_statement(*statement);
+    else
+        skip_statement(*statement);
 }
 
 void process_statement(const char *line)
 {
     reset_lexer();
     line_cursor = line;
-    if (list_state == LIST_ON) {
-        mark_line(MARK_START);
-        line_defined_label = LIST_ADDRESS_OF_BYTES;
-    }
+    if (lists_line())
+        mark_line_start(line, current_location());
     note_debug_section();
-    if (verilog_file_name != nullptr && line[0] == '&') {
+    if (line[0] == '&' && has_verilog()) {
         if (assembling_enabled())
             write_verilog_line(line + 1);
         return;
@@ -333,12 +332,11 @@ void process_statement(const char *line)
         return;
     }
     skip_blanks();
-    LineName label = {};
-    LineName word = {};
-    if (!read_label_and_word(line, &label, &word)) {
+    Statement statement = {};
+    if (!read_label_and_word(line, &statement)) {
         process_nameless_line();
         return;
     }
-    process_word(line, label, word);
+    process_word(line, &statement);
     finish_statement(line);
 }

@@ -2,27 +2,19 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 struct Symbol;
 
 // The label defined last; `section`, `switch`, `org` and the head of a pass clear it. Data
 // directives tell it the size of its data.
 extern Symbol *last_label;
-
-// The one or two characters behind the dot of the statement's word, zero where there are none. A
-// macro call hands them on.
-extern char mnemonic_suffix[2];
-
-// What the listing shows of the line: LIST_ADDRESS_OF_BYTES, LIST_ADDRESS or LIST_VALUE.
-extern uint8_t line_defined_label;
-constexpr uint8_t LIST_ADDRESS_OF_BYTES = 0; // the address only if the line emitted bytes
-constexpr uint8_t LIST_ADDRESS = 1;          // the address in any case
-constexpr uint8_t LIST_VALUE = 2;            // the bytes of a value and no address
+void reset_statements_for_pass();
 
 // Whether the lines of the current section are listed only under dlist_flag. Recomputed for every
 // statement, kept up by the directives that change the section, cleared by `end` and the external
 // symbol directives, so that those lines are listed.
-extern uint8_t current_is_debug;
+extern bool current_is_debug;
 void note_debug_section();
 
 // Assembles, records or skips one line, and lists it. `line` ends in a zero byte.
@@ -30,7 +22,7 @@ void process_statement(const char *line);
 
 // Records "symbol %.*s multiply defined" in the sizing pass and marks the symbol, so that the
 // listing repeats the message.
-void report_multiply_defined(Symbol *symbol, const char *name, uint32_t length);
+void report_multiply_defined(Symbol *symbol, std::string_view name);
 
 // Notes where a symbol is defined, the first time.
 void note_first_definition(Symbol *symbol);
@@ -45,4 +37,4 @@ void move_symbol(Symbol *symbol, uint32_t value, uint8_t section_number, uint8_t
 void note_late_definition(Symbol *symbol);
 
 // The same; the listing carries the message again for a symbol that was defined twice.
-void note_definition(Symbol *symbol, const char *name, uint32_t length);
+void note_definition(Symbol *symbol, std::string_view name);

@@ -3,26 +3,26 @@
 
 #include "stmt/symbol_directives.h"
 
-#include "driver/memory.h"
-#include "driver/passes.h"
-#include "driver/settings.h"
+#include "base/memory.h"
+#include "base/pass_state.h"
+#include "base/settings.h"
 #include "expr/evaluator.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
-#include "input/input_stack.h"
-#include "listing/diagnostics.h"
+#include "base/diagnostics.h"
 #include "listing/listing.h"
 #include "output/section_table.h"
 #include "stmt/statement.h"
-#include "target/emission.h"
+#include "output/emission.h"
 
-constexpr uint8_t ARGUMENT_SET = 1;
+// Arguments of equate_directive.
+constexpr uint8_t EQUATE = 0;
+constexpr uint8_t SET = 1;
 
 // A definition as it is written: name, value, and the number of the bit if there is one.
 struct Definition {
-    const char *name;
-    uint32_t length;
+    std::string_view name;
     ExprValue value;
     bool has_bit;
     uint32_t bit;
@@ -39,7 +39,7 @@ static void read_bit_number(Definition *definition)
     ExprValue bit;
     parse_expression(&bit);
     if (bit.reloc != RELOC_ABSOLUTE || bit.value >= 8)
-        record_error(MSG_INVALID_BIT_NUMBER);
+        record_error(messages::INVALID_BIT_NUMBER);
     definition->has_bit = true;
     definition->bit = bit.value;
 }
@@ -48,22 +48,21 @@ static void read_bit_number(Definition *definition)
 static bool read_define(Definition *definition)
 {
     skip_blanks();
-    definition->name = scan_name(0);
-    if (definition->name == nullptr) {
-        force_error(MSG_MISSING_LABEL);
+    definition->name = scan_name();
+    if (definition->name.empty()) {
+        force_error(messages::MISSING_LABEL);
         return false;
     }
-    definition->length = static_cast<uint32_t>(line_cursor - definition->name);
-    number_suffixes_allowed = 1;
+    number_suffixes_allowed = true;
     const int32_t token = next_token();
     if (token == TOK_END) {
         definition->value = {1, nullptr, 0, RELOC_ABSOLUTE};
-        number_suffixes_allowed = 0;
+        number_suffixes_allowed = false;
         return true;
     }
     unget_token(token);
     parse_expression(&definition->value);
-    number_suffixes_allowed = 0;
+    number_suffixes_allowed = false;
     read_bit_number(definition);
     return true;
 }
@@ -83,9 +82,9 @@ static bool has_flag(const Symbol *symbol, uint16_t flag)
 // The listing shows the value in the place of the bytes.
 static void list_value(uint32_t value)
 {
-    if (list_state != LIST_ON)
+    if (!lists_line())
         return;
-    line_defined_label = LIST_VALUE;
+    listed_line.shows_address = LineAddress::NEVER;
     for (int shift = 24; shift >= 0; shift -= 8)
         note_line_byte(static_cast<uint8_t>(value >> shift));
 }
@@ -111,7 +110,7 @@ static void define_absolute(Definition *definition, Symbol *symbol, bool is_set)
 {
     if (definition->has_bit) {
         if (has_flag(definition->value.symbol, SYM_BIT))
-            record_error(MSG_INVALID_BIT_DEFINITION);
+            record_error(messages::INVALID_BIT_DEFINITION);
         apply_bit_number(definition, symbol);
     }
     note_definition_of_constant(symbol);
@@ -131,7 +130,7 @@ static void define_alias(const Definition &definition, Symbol *symbol)
 {
     Symbol *base = definition.value.symbol;
     if (base == symbol) {
-        record_error("recursive definition of symbol %.*s", definition.length, definition.name);
+        record_error("recursive definition of symbol %.*s", definition.name);
         return;
     }
     if (symbol->flags & SYM_LITERAL)
@@ -162,7 +161,7 @@ static void define_relocatable(Definition *definition, Symbol *symbol)
     const Symbol *base = definition->value.symbol;
     if (definition->has_bit) {
         if (has_flag(base, SYM_BIT) || (base != nullptr && (base->attrs & ATTR_BIT)))
-            record_error(MSG_INVALID_BIT_DEFINITION);
+            record_error(messages::INVALID_BIT_DEFINITION);
         apply_bit_number(definition, symbol);
     }
     const ExprValue &value = definition->value;
@@ -174,25 +173,24 @@ static void define_relocatable(Definition *definition, Symbol *symbol)
         define_alias(*definition, symbol);
 }
 
-void equate_directive(Keyword *keyword, const char *label, uint32_t length)
+static void equate_directive(const Statement &statement)
 {
-    const bool is_set = keyword->argument == ARGUMENT_SET;
+    const bool is_set = statement.keyword->argument == SET;
     Definition definition{};
-    if (keyword->flags & KW_NEEDS_LABEL) {
-        definition.name = label;
-        definition.length = length;
+    if (statement.keyword->flags & KW_NEEDS_LABEL) {
+        definition.name = statement.label;
         parse_expression(&definition.value);
         read_bit_number(&definition);
     } else if (!read_define(&definition)) {
         return;
     }
 
-    Symbol *symbol = find_symbol(definition.name, definition.length);
+    Symbol *symbol = find_symbol(definition.name);
     if ((symbol->flags & SYM_LOCAL) == 0)
-        note_definition(symbol, definition.name, definition.length);
+        note_definition(symbol, definition.name);
     const bool may_redefine = is_set && (symbol->flags & SYM_SET);
     if (pass_number == 0 && (symbol->attrs & ATTR_DEFINED) && !may_redefine) {
-        report_multiply_defined(symbol, definition.name, definition.length);
+        report_multiply_defined(symbol, definition.name);
         return;
     }
     if (symbol->flags & SYM_REGISTER)
@@ -200,7 +198,7 @@ void equate_directive(Keyword *keyword, const char *label, uint32_t length)
     if (definition.value.reloc == RELOC_ABSOLUTE)
         define_absolute(&definition, symbol, is_set);
     else if (is_set)
-        record_error(MSG_RELOCATABLE_NOT_ALLOWED);
+        record_error(messages::RELOCATABLE_NOT_ALLOWED);
     else
         define_relocatable(&definition, symbol);
 }
@@ -214,19 +212,19 @@ static char *copy_literal_text()
     return copy_text(token_text(), static_cast<size_t>(token_length()));
 }
 
-void literal_directive(Keyword *, const char *label, uint32_t length)
+static void literal_directive(const Statement &statement)
 {
     if (next_token() != TOK_STRING) {
-        record_error("bad literal definition", 0, nullptr);
+        record_error("bad literal definition");
         return;
     }
-    Symbol *symbol = find_symbol(label, length);
-    note_definition(symbol, label, length);
+    Symbol *symbol = find_symbol(statement.label);
+    note_definition(symbol, statement.label);
     // Later passes know the text already.
     if (pass_number != 0)
         return;
     if (symbol->attrs & (ATTR_DEFINED | ATTR_REFERENCED)) {
-        report_multiply_defined(symbol, label, length);
+        report_multiply_defined(symbol, statement.label);
         return;
     }
     symbol->literal = copy_literal_text();
@@ -234,53 +232,53 @@ void literal_directive(Keyword *, const char *label, uint32_t length)
     symbol->flags |= SYM_LITERAL;
 }
 
-// What a directive of the external family tells of its symbols, by argument.
-static uint8_t external_attributes(uint8_t argument)
+// What the directives of the external family tell of their symbols: their arguments.
+enum External : uint8_t { BYTE, WORD, DEFAULT, LONG, BIT, BYTE_BIT, WEAK };
+
+static uint8_t external_attributes(uint8_t external)
 {
     const uint8_t code = default_section_attributes & SECATTR_CODE ? ATTR_CODE : uint8_t{0};
-    switch (argument) {
-    case 1:
+    switch (external) {
+    case BYTE:
         return ATTR_ZPAGE;
-    case 2:
+    case WORD:
         return 0;
-    case 4:
+    case LONG:
         return ATTR_LONG | code;
-    case 5:
+    case BIT:
         return ATTR_BIT;
-    case 6:
+    case BYTE_BIT:
         return ATTR_BIT | ATTR_ZPAGE;
     default:
         return (default_section_attributes & SECATTR_LONG ? ATTR_LONG : uint8_t{0}) | code;
     }
 }
 
-constexpr uint8_t ARGUMENT_WEAK = 7;
-
-static void declare_external(uint8_t argument, const char *name, uint32_t length)
+static void declare_external(uint8_t external, std::string_view name)
 {
-    Symbol *symbol = find_symbol(name, length);
+    Symbol *symbol = find_symbol(name);
     if (symbol->flags & (SYM_REGISTER | SYM_LOCAL)) {
-        record_error(messages[MSG_BAD_SYMBOL_NAME], length, name);
+        record_error(messages::BAD_SYMBOL_NAME, name);
         return;
     }
     note_first_definition(symbol);
     symbol->attrs |= ATTR_PUBLIC;
-    if (argument == ARGUMENT_WEAK)
+    if (external == WEAK)
         symbol->flags |= SYM_WEAK;
     if (symbol->section_number == 0 && (symbol->attrs & ATTR_ABSOLUTE) == 0)
-        symbol->attrs |= external_attributes(argument);
+        symbol->attrs |= external_attributes(external);
 }
 
-void external_directive(Keyword *keyword, const char *, uint32_t)
+static void external_directive(const Statement &statement)
 {
-    current_is_debug = 0;
+    current_is_debug = false;
     for (;;) {
         skip_blanks();
-        const char *name = scan_name(0);
-        if (name == nullptr)
-            record_error(MSG_MISSING_LABEL);
+        const std::string_view name = scan_name();
+        if (name.empty())
+            record_error(messages::MISSING_LABEL);
         else
-            declare_external(keyword->argument, name, static_cast<uint32_t>(line_cursor - name));
+            declare_external(statement.keyword->argument, name);
         skip_blanks();
         if (*line_cursor != ',')
             return;
@@ -288,7 +286,7 @@ void external_directive(Keyword *keyword, const char *, uint32_t)
     }
 }
 
-void local_directive(Keyword *, const char *, uint32_t)
+static void local_directive(const Statement &)
 {
     ++scope_number;
 }
@@ -301,25 +299,24 @@ static uint32_t read_defined_value()
     ExprValue value;
     parse_expression(&value);
     if (next_token() != TOK_END)
-        record_error(MSG_BAD_COMMENT);
+        record_error(messages::BAD_COMMENT);
     else if (value.reloc != RELOC_ABSOLUTE)
-        record_error(MSG_RELOCATABLE_NOT_ALLOWED);
+        record_error(messages::RELOCATABLE_NOT_ALLOWED);
     return value.value;
 }
 
 // Runs ahead of the first pass, where errors are not recorded: a text that makes no sense is taken
 // without a word, with whatever value was read.
-int32_t define_from_text(const char *text)
+bool define_from_text(const char *text)
 {
     line_cursor = text;
-    const char *name = scan_name(0);
-    if (name != nullptr) {
-        const auto length = static_cast<uint32_t>(line_cursor - name);
+    const std::string_view name = scan_name();
+    if (!name.empty()) {
         reset_lexer();
         const uint32_t value = read_defined_value();
-        Symbol *symbol = find_symbol(name, length);
+        Symbol *symbol = find_symbol(name);
         if (symbol->attrs & ATTR_DEFINED)
-            record_error(messages[MSG_MULTIPLY_DEFINED], length, name);
+            record_error(messages::MULTIPLY_DEFINED, name);
         if ((symbol->flags & SYM_REGISTER) == 0) {
             symbol->value = value;
             symbol->attrs |= ATTR_DEFINED | ATTR_ABSOLUTE;
@@ -327,5 +324,27 @@ int32_t define_from_text(const char *text)
             symbol->flags |= SYM_PREDEFINED;
         }
     }
-    return flush_error(nullptr);
+    return flush_error();
+}
+
+std::span<const DirectiveRow> symbol_directives()
+{
+    static constexpr DirectiveRow rows[] = {
+        {"equ", equate_directive, EQUATE, KW_LABELED},
+        {"set", equate_directive, SET, KW_LABELED},
+        {"#define", equate_directive, EQUATE, KW_PLAIN},
+        {"lit", literal_directive, 0, KW_LABELED},
+        {"xref.b", external_directive, BYTE, KW_PLAIN},
+        {"xrefb", external_directive, BYTE, KW_PLAIN},
+        {"xref.w", external_directive, WORD, KW_PLAIN},
+        {"xdef", external_directive, DEFAULT, KW_PLAIN},
+        {"xref", external_directive, DEFAULT, KW_PLAIN},
+        {"xref.l", external_directive, LONG, KW_PLAIN},
+        {"xbit", external_directive, BIT, KW_PLAIN},
+        {"xbit.w", external_directive, BIT, KW_PLAIN},
+        {"xbit.b", external_directive, BYTE_BIT, KW_PLAIN},
+        {"wdef", external_directive, WEAK, KW_PLAIN},
+        {"local", local_directive, 0, KW_PLAIN},
+    };
+    return rows;
 }

@@ -1,98 +1,108 @@
-// A list of chunks for each section holds the jumps, an index finds them. The key is the bare
-// value: a jump to an external symbol is known under its value 0, and a branch to a place of value
-// 0 may use it.
+// Each section has a table of its jumps by target. The key is the bare value: a jump to an external
+// symbol is known under its value 0, and a branch to a place of value 0 may use it.
 
 #include "target/branch_record.h"
 
-#include "driver/memory.h"
+#include "base/memory.h"
+#include "base/pass_state.h"
 #include "output/section_table.h"
 #include <algorithm>
 
+struct BranchEntry {
+    bool used;
+    uint32_t target;  // value that the jump goes to, whatever section or symbol it belongs to
+    uint32_t address; // where the jump stands
+};
+
+// A hash table with open addressing.
+struct BranchRecord {
+    BranchRecord *next;   // of all records
+    BranchEntry *entries; // in a block of their own
+    uint32_t size;        // a power of two
+    uint32_t count;       // entries in use
+};
+static BranchRecord *branch_records;
+
 constexpr uint32_t INDEX_SIZE_FIRST = 64;
 
-// The slot that holds the target, or the free one where it belongs.
-static BranchEntry **find_slot(const BranchIndex &index, uint32_t target)
+// The entry of the target, or the free one where it belongs.
+static BranchEntry *find_entry(const BranchRecord &record, uint32_t target)
 {
     uint32_t hash = target * 0x9E3779B1;
     hash ^= hash >> 16;
-    BranchEntry **slot = &index.slots[hash & (index.size - 1)];
-    while (*slot != nullptr && (*slot)->target != target)
-        slot = slot + 1 == index.slots + index.size ? index.slots : slot + 1;
-    return slot;
+    BranchEntry *entry = &record.entries[hash & (record.size - 1)];
+    while (entry->used && entry->target != target)
+        entry = entry + 1 == record.entries + record.size ? record.entries : entry + 1;
+    return entry;
 }
 
-static void clear_index(BranchIndex *index)
+static void clear(BranchRecord *record)
 {
-    std::fill(index->slots, index->slots + index->size, nullptr);
-    index->count = 0;
+    std::fill(record->entries, record->entries + record->size, BranchEntry{});
+    record->count = 0;
 }
 
-// Doubles the index when half of it is used.
-static void grow_index(Section *section)
+static void resize(BranchRecord *record, uint32_t size)
 {
-    BranchIndex *index = &section->branch_index;
-    if (2 * index->count < index->size)
+    record->size = size;
+    record->entries = static_cast<BranchEntry *>(xalloc(size * sizeof(BranchEntry), nullptr));
+    clear(record);
+}
+
+// Doubles the table when half of it is used.
+static void make_room(BranchRecord *record)
+{
+    if (2 * record->count < record->size)
         return;
-    const uint32_t count = index->count;
-    free_block(index->slots);
-    index->size = index->size != 0 ? 2 * index->size : INDEX_SIZE_FIRST;
-    index->slots = static_cast<BranchEntry **>(xalloc(index->size * sizeof(void *), nullptr));
-    clear_index(index);
-    for (BranchChunk *chunk = section->branch_chunks; chunk != nullptr; chunk = chunk->next) {
-        for (uint16_t i = 0; i < chunk->count; ++i)
-            *find_slot(*index, chunk->entries[i].target) = &chunk->entries[i];
+    const BranchRecord full = *record;
+    resize(record, 2 * full.size);
+    for (const BranchEntry *entry = full.entries; entry != full.entries + full.size; ++entry) {
+        if (entry->used)
+            *find_entry(*record, entry->target) = *entry;
     }
-    index->count = count;
+    record->count = full.count;
+    free_block(full.entries);
 }
 
-static BranchEntry *append_entry(Section *section)
+static BranchRecord *current_record()
 {
-    BranchChunk *chunk = section->last_branch_chunk;
-    if (chunk == nullptr || chunk->count == BRANCH_CHUNK_ENTRIES) {
-        BranchChunk **link = chunk != nullptr ? &chunk->next : &section->branch_chunks;
-        if (*link == nullptr)
-            *link = new_node<BranchChunk>(nullptr);
-        chunk = *link;
-        section->last_branch_chunk = chunk;
+    BranchRecord *&record = current_section->branches;
+    if (record == nullptr) {
+        record = new_node<BranchRecord>(branch_records);
+        branch_records = record;
+        resize(record, INDEX_SIZE_FIRST);
     }
-    return &chunk->entries[chunk->count++];
+    return record;
 }
 
 void record_jump(uint32_t target)
 {
-    Section *section = current_section;
-    grow_index(section);
-    BranchEntry **slot = find_slot(section->branch_index, target);
-    if (*slot == nullptr) {
-        *slot = append_entry(section);
-        ++section->branch_index.count;
-    }
-    **slot = {target, current_location()};
+    BranchRecord *record = current_record();
+    make_room(record);
+    BranchEntry *entry = find_entry(*record, target);
+    record->count += entry->used ? 0 : 1;
+    *entry = {true, target, current_location()};
 }
 
 bool find_jump(uint32_t target, uint32_t *address)
 {
-    const BranchIndex &index = current_section->branch_index;
-    if (index.count == 0)
+    const BranchRecord *record = current_section->branches;
+    if (record == nullptr)
         return false;
-    const BranchEntry *entry = *find_slot(index, target);
-    if (entry == nullptr)
-        return false;
+    const BranchEntry *entry = find_entry(*record, target);
     *address = entry->address;
-    return true;
+    return entry->used;
 }
 
-void reset_branch_record(Section *section)
+void reset_branch_records()
 {
-    for (BranchChunk *chunk = section->branch_chunks; chunk != nullptr; chunk = chunk->next)
-        chunk->count = 0;
-    section->last_branch_chunk = nullptr;
-    clear_index(&section->branch_index);
-}
-
-void free_branch_record(Section *section)
-{
-    while (section->branch_chunks != nullptr)
-        section->branch_chunks = xfree(section->branch_chunks, section->branch_chunks->next);
-    free_block(section->branch_index.slots);
+    if (pass_number != 0) {
+        for (BranchRecord *record = branch_records; record != nullptr; record = record->next)
+            clear(record);
+        return;
+    }
+    while (branch_records != nullptr) {
+        free_block(branch_records->entries);
+        branch_records = xfree(branch_records, branch_records->next);
+    }
 }

@@ -5,14 +5,14 @@
 
 #include "target/encoder.h"
 
-#include "driver/settings.h"
+#include "base/settings.h"
 #include "expr/evaluator.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
-#include "listing/diagnostics.h"
+#include "base/diagnostics.h"
 #include "output/section_table.h"
 #include "target/branch_record.h"
-#include "target/emission.h"
+#include "output/emission.h"
 #include "target/instruction_table.h"
 #include "target/operand.h"
 #include "target/target.h"
@@ -99,9 +99,9 @@ static void split_bit_symbol(Instruction *ins)
 static void take_bit_operand(Instruction *ins)
 {
     if (ins->second_mode != AM_IMM8 || ins->second.reloc != RELOC_ABSOLUTE)
-        record_error(MSG_BAD_ADDRESSING_MODE);
+        record_error(messages::BAD_ADDRESSING_MODE);
     if (ins->second.value > 7)
-        record_error(MSG_VALUE_TOO_LARGE);
+        record_error(messages::VALUE_TOO_LARGE);
     ins->bit_code = static_cast<uint8_t>(ins->second.value << 1);
 }
 
@@ -127,13 +127,13 @@ static void settle_branch_target(Instruction *ins)
         }
     } else {
         if (ins->first_mode != AM_SHORT && ins->first_mode != AM_LONG)
-            record_error(MSG_BAD_ADDRESSING_MODE);
+            record_error(messages::BAD_ADDRESSING_MODE);
         ins->second = ins->first;
         ins->first_mode = AM_NONE;
     }
     ins->second_mode |= OP_REL;
     if (ins->second.section_number != 0 && ins->second.section_number != current_section->number)
-        record_error(MSG_BAD_RELOCATABLE);
+        record_error(messages::BAD_RELOCATABLE);
 }
 
 static void read_operands(Instruction *ins)
@@ -440,7 +440,7 @@ static void emit_address_field(const Instruction &ins)
         emit_page_byte(value);
     else if (ins.data_mode != AM_IMM16 && !ins.byte_field && value.reloc == RELOC_ABSOLUTE &&
              (number > 65535 || number < -32768))
-        record_error(MSG_VALUE_TOO_LARGE);
+        record_error(messages::VALUE_TOO_LARGE);
     if (!is_pointer_mode(ins.data_mode) && ins.check_target && value.reloc != RELOC_ABSOLUTE &&
         value.symbol != nullptr)
         emit_relocation(RK_CHECK, value);
@@ -451,10 +451,10 @@ static void emit_address_field(const Instruction &ins)
 static void emit_offset(const Instruction &ins)
 {
     if (ins.second.section_number == 0 && ins.second.reloc != RELOC_ABSOLUTE)
-        record_error(MSG_BAD_RELOCATABLE);
+        record_error(messages::BAD_RELOCATABLE);
     const auto offset = static_cast<int32_t>(ins.second.value - current_location() - 1);
     if (offset < -128 || offset > 127)
-        record_error(MSG_VALUE_TOO_LARGE);
+        record_error(messages::VALUE_TOO_LARGE);
     emit_byte(static_cast<uint32_t>(offset));
 }
 
@@ -503,7 +503,7 @@ void encode_instruction(const OpcodeEntry *row)
     read_operands(&ins);
     ins.row = find_matching_row(ins);
     if (ins.row == nullptr) {
-        record_error(MSG_BAD_ADDRESSING_MODE);
+        record_error(messages::BAD_ADDRESSING_MODE);
         return;
     }
     emit_prefix(&ins);

@@ -3,9 +3,9 @@
 
 #include "target/operand.h"
 
-#include "driver/number.h"
+#include "base/number.h"
 #include "expr/lexer.h"
-#include "listing/diagnostics.h"
+#include "base/diagnostics.h"
 #include "target/instruction_table.h"
 #include <cstring>
 
@@ -20,18 +20,18 @@ static void skip_size_extension()
     if (size == 'e' || size == 'w')
         ++line_cursor;
     else
-        record_error("bad size extension", 0, nullptr);
+        record_error("bad size extension");
 }
 
 // Reads "[value]" behind its opening bracket; true if the pointer is at a short address. Meanwhile
 // a name can't swallow the "." of a size extension.
 static bool parse_pointer(ExprValue *value)
 {
-    dot_in_names = 0;
+    dot_in_names = false;
     parse_expression(value);
     const bool is_short = fits_byte(*value);
     skip_size_extension();
-    dot_in_names = 1;
+    dot_in_names = true;
     expect_token(TOK_RBRACKET);
     return is_short;
 }
@@ -40,7 +40,7 @@ static uint8_t parse_register_index()
 {
     const auto index = static_cast<uint8_t>(token_register);
     if (index != AM_X && index != AM_Y)
-        record_error(MSG_BAD_INDEX_REGISTER);
+        record_error(messages::BAD_INDEX_REGISTER);
     expect_token(TOK_RPAREN);
     return index == AM_Y ? AM_IND_Y : AM_IND_X;
 }
@@ -50,7 +50,7 @@ static void expect_with_syntax_error(int32_t wanted)
     const int32_t token = next_token();
     if (token != wanted) {
         unget_token(token);
-        record_error(MSG_SYNTAX_ERROR);
+        record_error(messages::SYNTAX_ERROR);
     }
 }
 
@@ -76,9 +76,9 @@ static uint8_t parse_offset(ExprValue *value, int32_t token)
 static uint8_t stack_mode(const ExprValue &value, uint8_t pointer)
 {
     if (pointer != AM_NONE)
-        record_error(MSG_BAD_ADDRESSING_MODE);
+        record_error(messages::BAD_ADDRESSING_MODE);
     if (!fits_byte(value))
-        record_error(MSG_VALUE_TOO_LARGE);
+        record_error(messages::VALUE_TOO_LARGE);
     return AM_SHORT_SP;
 }
 
@@ -104,7 +104,7 @@ static uint8_t parse_indexed(ExprValue *value)
     expect_with_syntax_error(TOK_REGISTER);
     const auto index = static_cast<uint8_t>(token_register);
     if (index != AM_X && index != AM_Y && index != AM_SP)
-        record_error(MSG_BAD_INDEX_REGISTER);
+        record_error(messages::BAD_INDEX_REGISTER);
     expect_token(TOK_RPAREN);
     if (index == AM_SP)
         return stack_mode(*value, pointer);

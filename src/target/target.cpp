@@ -2,65 +2,52 @@
 
 #include "target/target.h"
 
-#include "driver/number.h"
-#include "driver/passes.h"
+#include "base/number.h"
+#include "base/pass_state.h"
 #include "expr/evaluator.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
 #include "output/section_table.h"
-#include "target/emission.h"
+#include "output/emission.h"
+#include "target/branch_record.h"
 #include "target/instruction_table.h"
 
-uint8_t object_machine;
-uint8_t object_machine_variant;
-uint32_t address_page_bits;
-uint8_t scross_on;
+const Machine target_machine = {6, 3};
+bool scross_on;
 
-constexpr uint8_t MACHINE_STM8 = 6;
-constexpr uint8_t VARIANT_STM8 = 3;
+constexpr uint32_t PAGE_BITS = 16;
 
-int32_t read_on_off()
-{
-    skip_blanks();
-    if (lower_case(line_cursor[0]) != 'o')
-        return -1;
-    switch (lower_case(line_cursor[1])) {
-    case 'f': // "of" will do
-        line_cursor += lower_case(line_cursor[2]) == 'f' ? 3 : 2;
-        return 0;
-    case 'n':
-        line_cursor += 2;
-        return 1;
-    default:
-        return -1;
-    }
-}
-
-static void scross_directive(Keyword *, const char *, uint32_t)
+static void scross_directive(const Statement &)
 {
     const int32_t setting = read_on_off();
     if (setting >= 0)
-        scross_on = static_cast<uint8_t>(setting);
+        scross_on = setting != 0;
 }
 
 // Asks the linker to check a reference that the assembler can't see.
-static void scheck_directive(Keyword *, const char *, uint32_t)
+static void scheck_directive(const Statement &)
 {
     ExprValue value;
     parse_expression(&value);
     emit_relocation(RK_CHECK, value);
 }
 
-static void reset_scross()
+static constexpr DirectiveRow target_directives[] = {
+    {"scross", scross_directive, 0, KW_PLAIN},
+    {".scheck", scheck_directive, 0, KW_QUIET},
+};
+
+static void reset_target_for_pass()
 {
-    scross_on = 1;
+    scross_on = true;
+    reset_branch_records();
 }
 
 static void install_registers()
 {
     for (const RegisterName &row : register_table) {
-        Symbol *symbol = find_symbol(row.name, 0);
+        Symbol *symbol = find_symbol(row.name);
         symbol->flags |= SYM_REGISTER;
         symbol->attrs = ATTR_DEFINED | ATTR_ABSOLUTE;
         symbol->value = row.number;
@@ -74,7 +61,7 @@ static void install_mnemonics()
     uint8_t id = 0;
     for (const char *name : mnemonic_names) {
         ++id;
-        Keyword *keyword = add_keyword(name, 0, 0, KW_INSTRUCTION);
+        Keyword *keyword = add_keyword(name, 0, KW_INSTRUCTION);
         keyword->opcodes = row;
         while (row->mnemonic_id == id)
             ++row;
@@ -83,14 +70,10 @@ static void install_mnemonics()
 
 void install_target()
 {
-    object_machine = MACHINE_STM8;
-    object_machine_variant = VARIANT_STM8;
-    address_page_bits = 16;
-    scross_on = 1;
+    address_page_bits = PAGE_BITS;
     install_registers();
-    add_keyword("scross", 0, 0, KW_DIRECTIVE)->action = scross_directive;
-    add_keyword(".scheck", 0, 0, KW_DIRECTIVE | KW_UNLISTED)->action = scheck_directive;
+    add_directives(target_directives);
     install_mnemonics();
     default_section_attributes = SECATTR_HILO;
-    target_pass_hook = reset_scross;
+    target_pass_hook = reset_target_for_pass;
 }

@@ -1,5 +1,5 @@
 // The command line: how words become options, file arguments and include directories.
-#include "driver/number.h"
+#include "base/number.h"
 #include "support/run.h"
 #include <gtest/gtest.h>
 

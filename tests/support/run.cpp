@@ -3,7 +3,7 @@
 // the program runs.
 #include "support/run.h"
 
-#include "output/object_format.h"
+#include "base/object_format.h"
 #include <algorithm>
 #include <array>
 #include <cerrno>

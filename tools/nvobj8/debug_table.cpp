@@ -4,7 +4,7 @@
 // the strings' lengths, so other data doesn't pass by chance.
 #include "nvobj8/debug_table.h"
 
-#include "output/object_format.h"
+#include "base/object_format.h"
 #include <algorithm>
 #include <map>
 

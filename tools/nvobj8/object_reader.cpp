@@ -4,7 +4,7 @@
 // behind a fault wherever what follows can still be found.
 #include "nvobj8/object_reader.h"
 
-#include "output/object_format.h"
+#include "base/object_format.h"
 #include <algorithm>
 #include <array>
 #include <cstdarg>

@@ -3,7 +3,7 @@
 #include "nvobj8/print_object.h"
 
 #include "nvobj8/debug_table.h"
-#include "output/object_format.h"
+#include "base/object_format.h"
 #include <algorithm>
 #include <cinttypes>
 #include <cstdio>

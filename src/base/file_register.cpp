@@ -1,9 +1,9 @@
 // Files are compared by what the host knows of them, never by their names: "./a.s", a link to it
 // and "a.s" are one file. Inputs are added as they turn up, outputs are all known at the start.
 
-#include "driver/file_register.h"
+#include "base/file_register.h"
 
-#include "driver/host.h"
+#include "base/host.h"
 #include <algorithm>
 #include <set>
 #include <string>

@@ -2,8 +2,8 @@
 // memory, compared with the other files of the run, and put in place whole.
 #pragma once
 
-#include "driver/file_register.h"
-#include "driver/host.h"
+#include "base/file_register.h"
+#include "base/host.h"
 #include <cstdint>
 #include <span>
 

@@ -1,9 +1,9 @@
 // Blocks carry their size in a small head, so that the total can be bounded: a macro that calls
 // itself without end stops after 2 GiB, in seconds, instead of taking the machine down.
 
-#include "driver/memory.h"
+#include "base/memory.h"
 
-#include "driver/host.h"
+#include "base/host.h"
 #include <cstdio>
 #include <cstdlib>
 

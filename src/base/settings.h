@@ -2,8 +2,21 @@
 // the first source file, unless their line says otherwise; flags are 0 or 1.
 #pragma once
 
-#include "driver/options.h"
 #include <cstdint>
+
+// The values of an option that may be given several times, in command-line order.
+struct TextArray {
+    const char **items;
+    int32_t capacity;
+    int32_t count;
+};
+
+// The name of the tool as the first word of the command line gives it: without directory, up to the
+// first dot, in lower case.
+extern const char *program_name;
+
+// Not 0 when the environment has NVDEBUG. Has no effect on assembly.
+extern int32_t debug_mode;
 
 extern int32_t opt_absolute;            // -a: program sections are absolute
 extern int32_t opt_no_branch_opt;       // -b: branches keep the form they are written in
@@ -33,20 +46,3 @@ extern const char *verilog_file_name; // +v: file for constants; none once it ca
 extern int32_t debug_no_path;         // -xp: no directories in debug records
 extern int32_t debug_full;            // -xx: symbol table in .debug
 extern int32_t debug_lines; // -x: line records; cleared for good when a source brings its own
-
-// The text of the banner behind the maker's name.
-extern const char *const title_text;
-
-// Parses the command line into the variables above and leaves the source files in *argc, *argv.
-void read_settings(int *argc, char ***argv);
-
-// Applies what options imply and needs no file: -xx sets -x, -x clears -p, -mi sets -m, -md clears
-// -l, in this order.
-void imply_settings();
-
-// Applies what options imply for the listing: -c, +l and -u set -l; +v sets -l and -a. Comes behind
-// imply_settings, so that "-md -c" leaves -l set (to no effect).
-void imply_listing();
-
-// Turns include_list from paths as typed, with those of NVLIB behind them, into directories.
-void make_include_list();

@@ -1,6 +1,6 @@
 // Number text to 32-bit word.
 
-#include "driver/number.h"
+#include "base/number.h"
 
 constexpr uint32_t BASE_FROM_TEXT = 1;
 

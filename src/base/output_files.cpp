@@ -3,12 +3,13 @@
 // be created is told ahead of time and leaves the status alone; what goes wrong behind that is an
 // error.
 
-#include "output/output_files.h"
+#include "base/output_files.h"
 
-#include "driver/file_names.h"
-#include "driver/settings.h"
-#include "listing/diagnostics.h"
-#include "output/byte_stream.h"
+#include "base/file_names.h"
+#include "base/pass_state.h"
+#include "base/settings.h"
+#include "base/diagnostics.h"
+#include "base/byte_stream.h"
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -91,7 +92,7 @@ bool open_error_file()
         return true;
     if (falls_on_another(OutputKind::ERRORS, nullptr, error_file_name) ||
         !takes_output(error_file_name)) {
-        std::fprintf(stderr, messages[MSG_CANT_CREATE], error_file_name);
+        std::fprintf(stderr, messages::CANT_CREATE, error_file_name);
         return false;
     }
     error_stream = nullptr;
@@ -118,7 +119,7 @@ bool close_error_file(bool any_errors)
     std::vector<Piece> pieces;
     append_pieces(&gathered_errors, &pieces);
     if (falls_on_another(OutputKind::ERRORS, nullptr, error_file_name)) {
-        std::fprintf(stderr, messages[MSG_CANT_CREATE], error_file_name);
+        std::fprintf(stderr, messages::CANT_CREATE, error_file_name);
         std::fputc('\n', stderr);
     } else if (!write_output(error_file_name, pieces)) {
         report_unwritten(error_file_name);

@@ -19,8 +19,7 @@ extern char time_stamp[20];
 std::string object_name_of(const char *source);
 std::string listing_name_of(const char *source);
 
-// Derives the names from source_file_name, prints the target of the dependency rule under -md, and
-// clears debug_lines for good when the source is generated code (extension "nv...").
+// Derives the names from source_file_name.
 void derive_file_names();
 
 // Frees the derived names; source_file_name stays.

@@ -2,10 +2,10 @@
 // The whole name is searched for it, directories included: a source without an extension below a
 // directory with a dot loses the tail of its path, and makefiles have come to rely on it.
 
-#include "driver/file_names.h"
+#include "base/file_names.h"
 
-#include "driver/memory.h"
-#include "driver/settings.h"
+#include "base/memory.h"
+#include "base/settings.h"
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
@@ -84,17 +84,9 @@ void derive_file_names()
     form_time_stamp();
     forget_file_names();
 
-    const char *dot = std::strrchr(source_file_name, '.');
-    if (dot != nullptr && dot[1] == 'n' && dot[2] == 'v')
-        debug_lines = 0;
-
     derived_object_name = copy_name(object_name_of(source_file_name));
     object_file_name = derived_object_name;
 
-    if (opt_make_deps) {
-        std::printf("%s:", object_file_name);
-        opt_make_deps = static_cast<int32_t>(std::strlen(object_file_name)) + 1;
-    }
     if (!listing_enabled)
         return;
     derived_listing_name = copy_name(listing_name_of(source_file_name));

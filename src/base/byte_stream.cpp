@@ -1,8 +1,8 @@
 // Chains of 1024-byte blocks.
 
-#include "output/byte_stream.h"
+#include "base/byte_stream.h"
 
-#include "driver/memory.h"
+#include "base/memory.h"
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>

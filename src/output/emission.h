@@ -3,25 +3,8 @@
 #pragma once
 
 #include "expr/evaluator.h"
-#include "output/object_format.h"
+#include "base/object_format.h"
 #include <cstdint>
-
-// What the listing shows of the current statement.
-constexpr int32_t LINE_BYTES_MAX = 40;
-extern uint8_t line_bytes[LINE_BYTES_MAX];
-extern int32_t line_byte_count;
-extern uint32_t line_address;
-extern const char *line_start; // where the text of the line begins
-
-// How mark_line works: always the address; with MARK_START the line begins here and has no bytes
-// yet; with MARK_NO_BYTES it has no bytes yet, its text stays.
-constexpr int32_t MARK_ADDRESS = 0;
-constexpr int32_t MARK_START = 1;
-constexpr int32_t MARK_NO_BYTES = 2;
-void mark_line(int32_t how);
-
-// Keeps a byte for the listing; beyond 40 bytes of a statement it is dropped.
-void note_line_byte(uint8_t byte);
 
 // One byte of section contents, of which the low 8 bits count. The sizing pass and bss sections
 // only count it. Records "value too large" where the section outgrows 4 GiB.

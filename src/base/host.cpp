@@ -1,6 +1,6 @@
 // The POSIX side of the assembler (and, as far as the standard library carries, of other hosts).
 
-#include "driver/host.h"
+#include "base/host.h"
 
 #include <algorithm>
 #include <cerrno>

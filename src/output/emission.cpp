@@ -1,41 +1,20 @@
 // The sizing pass only counts, so that every label gets its first value from sizes alone. A bss
 // section only counts in every pass.
 
-#include "target/emission.h"
+#include "output/emission.h"
 
-#include "driver/passes.h"
+#include "base/pass_state.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
-#include "listing/diagnostics.h"
+#include "base/diagnostics.h"
 #include "listing/listing.h"
 #include "output/section_table.h"
 #include <algorithm>
-
-uint8_t line_bytes[LINE_BYTES_MAX];
-int32_t line_byte_count;
-uint32_t line_address;
-const char *line_start = "";
 
 // A bit of ExprValue::reloc that turns the kinds into their modified forms; nothing on this target
 // sets it.
 constexpr uint8_t RELOC_MODIFIED = 0x20;
 constexpr uint8_t RK_MODIFIER = 0x10;
-
-void note_line_byte(uint8_t byte)
-{
-    if (line_byte_count < LINE_BYTES_MAX)
-        line_bytes[line_byte_count++] = byte;
-}
-
-void mark_line(int32_t how)
-{
-    line_address = current_location();
-    if (how == MARK_ADDRESS)
-        return;
-    line_byte_count = 0;
-    if ((how & MARK_NO_BYTES) == 0)
-        line_start = line_cursor;
-}
 
 static bool is_bss()
 {
@@ -48,7 +27,7 @@ static void advance_location(uint32_t count)
     const uint32_t before = current_section->size;
     current_section->size += count;
     if (current_section->size < before)
-        record_error(MSG_VALUE_TOO_LARGE);
+        record_error(messages::VALUE_TOO_LARGE);
 }
 
 void emit_byte(uint32_t byte)
@@ -59,7 +38,7 @@ void emit_byte(uint32_t byte)
             stored = 0;
         else
             stream_put_byte(&current_section->code_stream, stored);
-        if (list_state == LIST_ON)
+        if (lists_line())
             note_line_byte(stored);
     }
     advance_location(1);
@@ -115,7 +94,7 @@ static void note_nameless(const Symbol *symbol)
 {
     const bool unsettled = has_attribute(symbol, ATTR_DEFINED) && (symbol->flags & SYM_ALIAS) == 0;
     if (!unsettled)
-        record_error(MSG_BAD_RELOCATABLE);
+        record_error(messages::BAD_RELOCATABLE);
     else if (pass_number == 1 && uses_must_settle())
         request_another_pass();
 }
@@ -135,7 +114,7 @@ static void put_item_head(uint8_t kind, uint32_t index)
 {
     const bool wide = index > 255;
     if (index > UINT16_MAX)
-        record_error("too many symbols", 0, nullptr);
+        record_error("too many symbols");
     put_reloc_byte((kind & RELOC_KIND_MASK) | RELOC_ITEM | (wide ? RELOC_WIDE_INDEX : 0));
     if (wide)
         put_reloc_byte(index >> 8);

@@ -1,44 +1,13 @@
-// The option table and the variables behind it.
+// The option table, and what options imply.
 
-#include "driver/settings.h"
+#include "driver/command_line.h"
 
+#include "base/settings.h"
 #include "driver/include_paths.h"
+#include "driver/options.h"
 
-constexpr int32_t ARRAY_CAPACITY = 128;
-
-int32_t opt_absolute;
-int32_t opt_no_branch_opt;
-int32_t opt_xref;
-const char *error_file_name;
-int32_t opt_formfeed;
-int32_t opt_force_title;
-int32_t fill_byte;
-int32_t eclipse_style;
-const char *header_file_name;
-int32_t listing_enabled;
-const char *listing_name_option;
-int32_t opt_make_deps;
-int32_t opt_label_syntax;
-int32_t opt_old_syntax;
-const char *output_file_name;
-int32_t equates_public;
-int32_t keep_locals;
-int32_t all_public;
-int32_t opt_no_info;
-int32_t opt_no_misra;
-int32_t undefined_in_listing;
-int32_t opt_verbose;
-const char *verilog_file_name;
-int32_t debug_no_path;
-int32_t debug_full;
-int32_t debug_lines;
-
-static const char *define_items[ARRAY_CAPACITY];
-static const char *include_items[ARRAY_CAPACITY];
-TextArray define_list = {define_items, ARRAY_CAPACITY, 0};
-TextArray include_list = {include_items, ARRAY_CAPACITY, 0};
-
-const char *const title_text = "STM8 Macro-Assembler";
+// The text of the banner behind the maker's name.
+static constexpr const char *title_text = "STM8 Macro-Assembler";
 
 static constexpr OptionDescriptor flag(const char *text, int32_t *target)
 {

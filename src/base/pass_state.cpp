@@ -1,0 +1,100 @@
+// The flags that drive the loop of driver/passes.cpp. They lie on the ground, since whoever defines a
+// name may find that the pass at hand is void.
+
+#include "base/pass_state.h"
+
+int32_t pass_number;
+bool pass_must_repeat;
+int32_t error_count;
+bool sizing_repeated;
+uint32_t void_requests;
+void (*target_pass_hook)();
+
+// What looks wrong only because a symbol comes late is right a pass later: more void passes than
+// these with errors, and the errors are real.
+constexpr int32_t FORGIVEN_PASSES_MAX = 8;
+static int32_t forgiven_passes_left;
+
+static int32_t errors_at_head;
+
+// A fingerprint of what decided which text the pass at hand assembles, and that of the pass before.
+static uint64_t text_decisions;
+static uint64_t last_text_decisions;
+static bool unlike_passes;
+
+void reset_passes_for_file()
+{
+    pass_number = 0;
+    error_count = 0;
+    sizing_repeated = false;
+    unlike_passes = false;
+}
+
+void restart_passes()
+{
+    pass_number = 0;
+    error_count = 0;
+    sizing_repeated = true;
+}
+
+void begin_pass()
+{
+    pass_must_repeat = false;
+    errors_at_head = error_count;
+    text_decisions = 1;
+    if (target_pass_hook != nullptr)
+        target_pass_hook();
+}
+
+static bool forgives()
+{
+    return forgiven_passes_left != 0;
+}
+
+void end_pass()
+{
+    if (pass_must_repeat && forgives() && error_count != errors_at_head) {
+        error_count = errors_at_head;
+        --forgiven_passes_left;
+    }
+    if (pass_number != 0 && text_decisions != last_text_decisions)
+        unlike_passes = true;
+    last_text_decisions = text_decisions;
+    ++pass_number;
+}
+
+bool values_must_settle()
+{
+    return pass_number != 0 && (error_count == 0 || pass_number == 1 || forgives());
+}
+
+bool uses_must_settle()
+{
+    return pass_number != 0 && (error_count == 0 || forgives());
+}
+
+void request_another_pass()
+{
+    pass_must_repeat = true;
+    ++void_requests;
+}
+
+void forgive_void_passes(bool forgive)
+{
+    forgiven_passes_left = forgive ? FORGIVEN_PASSES_MAX : 0;
+}
+
+void note_text_decision(uint32_t decision)
+{
+    text_decisions = mix(text_decisions, decision);
+}
+
+void note_unlike_passes()
+{
+    unlike_passes = true;
+}
+
+bool passes_differ()
+{
+    return unlike_passes;
+}

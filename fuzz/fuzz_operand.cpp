@@ -5,13 +5,13 @@
 
 #include "input_end.h"
 
-#include "driver/passes.h"
+#include "base/diagnostics.h"
 #include "base/settings.h"
+#include "driver/passes.h"
 #include "expr/evaluator.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
-#include "base/diagnostics.h"
 #include "output/resolver.h"
 #include "output/section_table.h"
 #include "stmt/keywords.h"
@@ -56,7 +56,7 @@ static const char *const definitions[] = {
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***)
 {
-    program_name = "nvasm8";
+    settings.program_name = "nvasm8";
     error_stream = std::fopen("/dev/null", "w");
     install_keywords();
     return 0;
@@ -126,9 +126,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const std::vector<std::vector<char>> lines =
         split_lines({reinterpret_cast<const char *>(data), size});
-    opt_no_branch_opt = size & 1;
-    opt_absolute = size >> 1 & 1;
-    forced_pass_flags = !opt_no_branch_opt;
+    settings.opt_no_branch_opt = size & 1;
+    settings.opt_absolute = size >> 1 & 1;
+    forced_pass_flags = !settings.opt_no_branch_opt;
     error_count = 0;
     reset_symbols();
     init_sections();

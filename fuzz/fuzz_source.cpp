@@ -6,10 +6,11 @@
 
 #include "input_end.h"
 
-#include "driver/debug_prologue.h"
+#include "base/diagnostics.h"
 #include "base/file_names.h"
-#include "driver/passes.h"
 #include "base/settings.h"
+#include "driver/debug_prologue.h"
+#include "driver/passes.h"
 #include "expr/evaluator.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
@@ -17,7 +18,6 @@
 #include "input/conditional.h"
 #include "input/input_stack.h"
 #include "input/macro.h"
-#include "base/diagnostics.h"
 #include "listing/listing.h"
 #include "stmt/keywords.h"
 #include "stmt/symbol_directives.h"
@@ -181,7 +181,7 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***)
     char directory[] = "/tmp/fuzz_source_XXXXXX";
     if (mkdtemp(directory) == nullptr || chdir(directory) != 0)
         std::abort();
-    program_name = "nvasm8";
+    settings.program_name = "nvasm8";
     error_stream = std::fopen("/dev/null", "w");
     return 0;
 }
@@ -199,23 +199,34 @@ static void write_files(std::string_view text)
 
 static void set_options(unsigned bits, bool may_list)
 {
-    int32_t *const flags[] = {
-        &opt_absolute,         &opt_no_branch_opt, &opt_xref,         &opt_formfeed,
-        &opt_force_title,      &eclipse_style,     &opt_label_syntax, &opt_old_syntax,
-        &equates_public,       &keep_locals,       &all_public,       &opt_no_info,
-        &undefined_in_listing, &debug_no_path,     &debug_full,       &debug_lines};
+    int32_t *const flags[] = {&settings.opt_absolute,
+                              &settings.opt_no_branch_opt,
+                              &settings.opt_xref,
+                              &settings.opt_formfeed,
+                              &settings.opt_force_title,
+                              &settings.eclipse_style,
+                              &settings.opt_label_syntax,
+                              &settings.opt_old_syntax,
+                              &settings.equates_public,
+                              &settings.keep_locals,
+                              &settings.all_public,
+                              &settings.opt_no_info,
+                              &settings.undefined_in_listing,
+                              &settings.debug_no_path,
+                              &settings.debug_full,
+                              &debug_lines};
     for (int32_t *flag : flags) {
         *flag = static_cast<int32_t>(bits & 1);
         bits >>= 1;
     }
-    listing_enabled = may_list;
-    listing_name_option = "/dev/null";
-    verilog_file_name = may_list && opt_absolute ? "/dev/null" : nullptr;
-    output_file_name = "/dev/null";
+    settings.listing_enabled = may_list;
+    settings.listing_name_option = "/dev/null";
+    settings.verilog_file_name = may_list && settings.opt_absolute ? "/dev/null" : nullptr;
+    settings.output_file_name = "/dev/null";
     imply_settings();
     imply_listing();
     if (!may_list)
-        listing_enabled = 0;
+        settings.listing_enabled = 0;
     // What directives have changed for the rest of the run.
     page_length = 66;
     default_base = 10;

@@ -4,12 +4,12 @@
 
 #include "base/diagnostics.h"
 
+#include "base/byte_stream.h"
 #include "base/file_names.h"
 #include "base/memory.h"
 #include "base/pass_state.h"
 #include "base/position.h"
 #include "base/settings.h"
-#include "base/byte_stream.h"
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -82,9 +82,9 @@ static std::string message_text(const char *message, std::string_view text)
 {
     const bool counted = takes_length(message);
     const auto print = [&](char *room, size_t size) {
-        return counted ? std::snprintf(room, size, message, static_cast<int>(text.size()),
-                                       text.data())
-                       : std::snprintf(room, size, message, text.data());
+        return counted
+                   ? std::snprintf(room, size, message, static_cast<int>(text.size()), text.data())
+                   : std::snprintf(room, size, message, text.data());
     };
     std::string result(static_cast<size_t>(print(nullptr, 0)) + 1, '\0');
     print(result.data(), result.size());
@@ -129,14 +129,14 @@ void release_messages()
 
 static std::string error_head(const char *file, uint32_t line)
 {
-    return std::string("#error ") + program_name + ' ' + file + ':' +
+    return std::string("#error ") + settings.program_name + ' ' + file + ':' +
            std::to_string(static_cast<int32_t>(line)) + '\t';
 }
 
 static void print_error_line(const std::string &text)
 {
     const SourcePosition position = source_position();
-    const std::string head = eclipse_style
+    const std::string head = settings.eclipse_style
                                  ? std::string(position.file) + ':' +
                                        std::to_string(static_cast<int32_t>(position.line)) + ":1: "
                                  : error_head(position.file, position.line);
@@ -164,7 +164,7 @@ bool flush_error()
 
 void flush_listed_error()
 {
-    settle_error(opt_no_branch_opt != 0);
+    settle_error(settings.opt_no_branch_opt != 0);
 }
 
 void report_at_line(const char *message, const char *text)
@@ -181,14 +181,13 @@ void report_without_line(const char *message, const char *text)
 
 void print_file_error_prefix(const char *file)
 {
-    if (eclipse_style)
+    if (settings.eclipse_style)
         std::fprintf(stderr, "%s:1 ", file);
     else
-        std::fprintf(stderr, "#error %s %s:0 ", program_name, file);
+        std::fprintf(stderr, "#error %s %s:0 ", settings.program_name, file);
 }
 
-void print_direct_error(const char *file, uint32_t line, const char *message,
-                        std::string_view text)
+void print_direct_error(const char *file, uint32_t line, const char *message, std::string_view text)
 {
     print_diagnostic(error_head(file, line) + message_text(message, text) + '\n');
     ++error_count;

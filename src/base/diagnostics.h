@@ -10,9 +10,10 @@
 
 struct ByteStream;
 
-// The messages that several places raise. The texts are printf formats: "%.*s" takes a text that need
-// not be terminated, "%s" a terminated text.
-namespace messages {
+// The messages that several places raise. The texts are printf formats: "%.*s" takes a text that
+// need not be terminated, "%s" a terminated text.
+namespace messages
+{
 constexpr const char *CANT_OPEN = "can't open %s";
 constexpr const char *CANT_CREATE = "can't create %s";
 constexpr const char *BAD_COMMENT = "bad comment delimiter";
@@ -48,8 +49,8 @@ extern ByteStream gathered_errors;
 void set_changing_buffers(std::span<const char> first, std::span<const char> second);
 
 // Remembers an error for the current line, unless one is pending already or this is the sizing
-// pass, whose statements all come again. `message` is a format; `text` is what its placeholder takes,
-// if it has one.
+// pass, whose statements all come again. `message` is a format; `text` is what its placeholder
+// takes, if it has one.
 void record_error(const char *message, std::string_view text = {});
 
 // Remembers an error in every pass: for what only the sizing pass can see, or must see too.

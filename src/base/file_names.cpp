@@ -65,13 +65,14 @@ static std::string with_extension(const std::string &name, const char *extension
 
 std::string object_name_of(const char *source)
 {
-    return output_file_name != nullptr ? output_file_name : with_extension(source, ".o");
+    return settings.output_file_name != nullptr ? settings.output_file_name
+                                                : with_extension(source, ".o");
 }
 
 std::string listing_name_of(const char *source)
 {
-    return listing_name_option != nullptr ? listing_name_option
-                                          : with_extension(object_name_of(source), ".ls");
+    return settings.listing_name_option != nullptr ? settings.listing_name_option
+                                                   : with_extension(object_name_of(source), ".ls");
 }
 
 static char *copy_name(const std::string &name)
@@ -87,7 +88,7 @@ void derive_file_names()
     derived_object_name = copy_name(object_name_of(source_file_name));
     object_file_name = derived_object_name;
 
-    if (!listing_enabled)
+    if (!settings.listing_enabled)
         return;
     derived_listing_name = copy_name(listing_name_of(source_file_name));
     listing_file_name = derived_listing_name;

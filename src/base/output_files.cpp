@@ -5,11 +5,11 @@
 
 #include "base/output_files.h"
 
+#include "base/byte_stream.h"
+#include "base/diagnostics.h"
 #include "base/file_names.h"
 #include "base/pass_state.h"
 #include "base/settings.h"
-#include "base/diagnostics.h"
-#include "base/byte_stream.h"
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -26,20 +26,20 @@ static void claim_outputs(std::span<char *const> sources)
     for (const char *source : sources)
         claim_output(OutputKind::OBJECT, source, object_name_of(source).c_str());
     for (const char *source : sources) {
-        if (listing_enabled)
+        if (settings.listing_enabled)
             claim_output(OutputKind::LISTING, source, listing_name_of(source).c_str());
     }
-    if (verilog_file_name != nullptr)
-        claim_output(OutputKind::VERILOG, nullptr, verilog_file_name);
+    if (settings.verilog_file_name != nullptr)
+        claim_output(OutputKind::VERILOG, nullptr, settings.verilog_file_name);
 }
 
 void claim_run_files(std::span<char *const> sources)
 {
     for (const char *source : sources)
         note_input(source);
-    if (header_file_name != nullptr)
-        note_input(header_file_name);
-    if (!opt_make_deps)
+    if (settings.header_file_name != nullptr)
+        note_input(settings.header_file_name);
+    if (!settings.opt_make_deps)
         claim_outputs(sources);
 }
 
@@ -88,11 +88,11 @@ static void release_diagnostics()
 
 bool open_error_file()
 {
-    if (error_file_name == nullptr)
+    if (settings.error_file_name == nullptr)
         return true;
-    if (falls_on_another(OutputKind::ERRORS, nullptr, error_file_name) ||
-        !takes_output(error_file_name)) {
-        std::fprintf(stderr, messages::CANT_CREATE, error_file_name);
+    if (falls_on_another(OutputKind::ERRORS, nullptr, settings.error_file_name) ||
+        !takes_output(settings.error_file_name)) {
+        std::fprintf(stderr, messages::CANT_CREATE, settings.error_file_name);
         return false;
     }
     error_stream = nullptr;
@@ -104,10 +104,10 @@ bool open_error_file()
 static bool remove_error_file()
 {
     reset_stream(&gathered_errors);
-    if (falls_on_another(OutputKind::ERRORS, nullptr, error_file_name) ||
-        remove_output(error_file_name))
+    if (falls_on_another(OutputKind::ERRORS, nullptr, settings.error_file_name) ||
+        remove_output(settings.error_file_name))
         return true;
-    report_unwritten(error_file_name);
+    report_unwritten(settings.error_file_name);
     return false;
 }
 
@@ -118,13 +118,13 @@ bool close_error_file(bool any_errors)
         return remove_error_file();
     std::vector<Piece> pieces;
     append_pieces(&gathered_errors, &pieces);
-    if (falls_on_another(OutputKind::ERRORS, nullptr, error_file_name)) {
-        std::fprintf(stderr, messages::CANT_CREATE, error_file_name);
+    if (falls_on_another(OutputKind::ERRORS, nullptr, settings.error_file_name)) {
+        std::fprintf(stderr, messages::CANT_CREATE, settings.error_file_name);
         std::fputc('\n', stderr);
-    } else if (!write_output(error_file_name, pieces)) {
-        report_unwritten(error_file_name);
+    } else if (!write_output(settings.error_file_name, pieces)) {
+        report_unwritten(settings.error_file_name);
     } else {
-        std::fprintf(stderr, "errors reported in %s\n", error_file_name);
+        std::fprintf(stderr, "errors reported in %s\n", settings.error_file_name);
         reset_stream(&gathered_errors);
         return true;
     }

@@ -15,8 +15,8 @@ extern FilePosition *current_position;
 // Lines delivered in this pass, from files and expansions together. 0 at the head of a pass.
 extern uint32_t line_ordinal;
 
-// Name of the file being read, "command_line" while there is none, and the number of lines read from
-// it, 0 while there is none.
+// Name of the file being read, "command_line" while there is none, and the number of lines read
+// from it, 0 while there is none.
 const char *current_file_name();
 uint32_t current_line();
 

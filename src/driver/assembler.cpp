@@ -2,16 +2,19 @@
 
 #include "driver/assembler.h"
 
-#include "driver/command_line.h"
-#include "driver/debug_prologue.h"
+#include "base/diagnostics.h"
 #include "base/file_names.h"
 #include "base/host.h"
 #include "base/memory.h"
-#include "driver/source_file.h"
-#include "base/settings.h"
-#include "expr/symbol_table.h"
-#include "base/diagnostics.h"
 #include "base/output_files.h"
+#include "base/settings.h"
+#include "driver/command_line.h"
+#include "driver/debug_prologue.h"
+#include "driver/source_file.h"
+#include "expr/lexer.h"
+#include "expr/symbol_table.h"
+#include "input/input_stack.h"
+#include "output/debug_info.h"
 #include "stmt/keywords.h"
 #include "stmt/symbol_directives.h"
 #include <cstdio>
@@ -21,9 +24,9 @@
 static bool has_too_many_sources(int source_count, char **sources)
 {
     const char *option = nullptr;
-    if (output_file_name != nullptr)
+    if (settings.output_file_name != nullptr)
         option = "-o";
-    else if (listing_name_option != nullptr)
+    else if (settings.listing_name_option != nullptr)
         option = "+l";
     if (option == nullptr || source_count <= 1)
         return false;
@@ -36,8 +39,8 @@ static bool has_too_many_sources(int source_count, char **sources)
 // that the user gave that name. False when a definition must end the run.
 static bool define_symbols()
 {
-    for (int32_t i = 0; i < define_list.count; ++i) {
-        if (define_from_text(define_list.items[i]))
+    for (int32_t i = 0; i < settings.define_list.count; ++i) {
+        if (define_from_text(settings.define_list.items[i]))
             return false;
     }
     define_from_text("__NVRN__");
@@ -49,7 +52,7 @@ static bool assemble_sources(int source_count, char **sources)
     bool any_errors = false;
     for (int i = 0; i < source_count; ++i) {
         source_file_name = sources[i];
-        if (opt_verbose && !opt_make_deps)
+        if (settings.opt_verbose && !settings.opt_make_deps)
             std::fprintf(stderr, "%s:\n", source_file_name);
         if (assemble_source_file() != 0)
             any_errors = true;
@@ -61,6 +64,7 @@ static bool assemble_sources(int source_count, char **sources)
 
 int run_assembler(int argc, char **argv)
 {
+    set_changing_buffers(line_buffer, token_string);
     route_signals();
     occupy_standard_streams();
     // The standard library's own allocations end as ours do.
@@ -77,10 +81,11 @@ int run_assembler(int argc, char **argv)
     install_keywords();
     if (!define_symbols())
         return 1;
+    debug_lines = settings.opt_debug_lines;
     if (debug_lines)
         build_debug_prologue();
     bool any_errors = assemble_sources(argc, argv);
-    if (error_file_name != nullptr && !close_error_file(any_errors))
+    if (settings.error_file_name != nullptr && !close_error_file(any_errors))
         any_errors = true;
     // What -md and messg wrote counts only once it has left the process.
     if (!flush_standard_output())

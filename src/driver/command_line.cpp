@@ -9,82 +9,95 @@
 // The text of the banner behind the maker's name.
 static constexpr const char *title_text = "STM8 Macro-Assembler";
 
-static constexpr OptionDescriptor flag(const char *text, int32_t *target)
+static constexpr OptionDescriptor flag(const char *text, bool *target)
 {
-    return {text, target, nullptr, nullptr};
+    return {text, target, nullptr, nullptr, nullptr};
+}
+
+static constexpr OptionDescriptor number(const char *text, int32_t *target)
+{
+    return {text, nullptr, target, nullptr, nullptr};
 }
 
 static constexpr OptionDescriptor name(const char *text, const char **target)
 {
-    return {text, nullptr, target, nullptr};
+    return {text, nullptr, nullptr, target, nullptr};
 }
 
 static constexpr OptionDescriptor list(const char *text, TextArray *target)
 {
-    return {text, nullptr, nullptr, target};
+    return {text, nullptr, nullptr, nullptr, target};
 }
 
 // The first key that fits wins, so longer keys stand ahead of those they begin with.
 static const OptionDescriptor option_table[] = {
-    flag("a   absolute assembler", &opt_absolute),
-    flag("b   do not optimize branches", &opt_no_branch_opt),
-    flag("c   output cross reference", &opt_xref),
-    list("d*> define symbol=value", &define_list),
-    name("+e*  error file name", &error_file_name),
-    flag("ff  use formfeed in listing", &opt_formfeed),
-    flag("ft  force title in listing", &opt_force_title),
-    flag("f#  fill byte value", &fill_byte),
-    flag("ge  eclipse error messages", &eclipse_style),
-    name("h*  include header", &header_file_name),
-    list("i*> include path", &include_list),
-    flag("l   output a listing", &listing_enabled),
-    name("+l*  listing file name", &listing_name_option),
-    flag("md  make dependencies", &opt_make_deps),
-    flag("mi  accept label syntax", &opt_label_syntax),
-    flag("m   accept old syntax", &opt_old_syntax),
-    name("o*  output file name", &output_file_name),
-    flag("pe  all equates public", &equates_public),
-    flag("pl  keep local symbols", &keep_locals),
-    flag("p   all symbols public", &all_public),
-    flag("si  suppress .info. section", &opt_no_info),
-    flag("sm  suppress .misra. section", &opt_no_misra),
-    flag("u   undefined in listing", &undefined_in_listing),
-    flag("v   verbose", &opt_verbose),
-    name("<+v*  verilog file name", &verilog_file_name),
-    flag("xp  no path in debug info", &debug_no_path),
-    flag("xx  include full debug info", &debug_full),
-    flag("x   include line debug info", &debug_lines),
+    flag("a   absolute assembler", &settings.opt_absolute),
+    flag("b   do not optimize branches", &settings.opt_no_branch_opt),
+    flag("c   output cross reference", &settings.opt_xref),
+    list("d*> define symbol=value", &settings.define_list),
+    name("+e*  error file name", &settings.error_file_name),
+    flag("ff  use formfeed in listing", &settings.opt_formfeed),
+    flag("ft  force title in listing", &settings.opt_force_title),
+    number("f#  fill byte value", &settings.fill_byte),
+    flag("ge  eclipse error messages", &settings.eclipse_style),
+    name("h*  include header", &settings.header_file_name),
+    list("i*> include path", &settings.include_list),
+    flag("l   output a listing", &settings.listing_enabled),
+    name("+l*  listing file name", &settings.listing_name_option),
+    flag("md  make dependencies", &settings.opt_make_deps),
+    flag("mi  accept label syntax", &settings.opt_label_syntax),
+    flag("m   accept old syntax", &settings.opt_old_syntax),
+    name("o*  output file name", &settings.output_file_name),
+    flag("pe  all equates public", &settings.equates_public),
+    flag("pl  keep local symbols", &settings.keep_locals),
+    flag("p   all symbols public", &settings.all_public),
+    flag("si  suppress .info. section", &settings.opt_no_info),
+    flag("sm  suppress .misra. section", &settings.opt_no_misra),
+    flag("u   undefined in listing", &settings.undefined_in_listing),
+    flag("v   verbose", &settings.opt_verbose),
+    name("<+v*  verilog file name", &settings.verilog_file_name),
+    flag("xp  no path in debug info", &settings.debug_no_path),
+    flag("xx  include full debug info", &settings.debug_full),
+    flag("x   include line debug info", &settings.opt_debug_lines),
 };
+
+constexpr int32_t ARRAY_CAPACITY = 128;
+
+static const char *define_items[ARRAY_CAPACITY];
+static const char *include_items[ARRAY_CAPACITY];
 
 void read_settings(int *argc, char ***argv)
 {
+    settings.define_list = {define_items, ARRAY_CAPACITY, 0};
+    settings.include_list = {include_items, ARRAY_CAPACITY, 0};
     parse_options(argc, argv, title_text, "files", option_table);
 }
 
 void imply_settings()
 {
-    if (debug_full)
-        debug_lines = 1;
-    if (debug_lines)
-        all_public = 0;
-    if (opt_label_syntax)
-        opt_old_syntax = 1;
-    if (opt_make_deps)
-        listing_enabled = 0;
+    if (settings.debug_full)
+        settings.opt_debug_lines = true;
+    if (settings.opt_debug_lines)
+        settings.all_public = false;
+    if (settings.opt_label_syntax)
+        settings.opt_old_syntax = true;
+    if (settings.opt_make_deps)
+        settings.listing_enabled = false;
 }
 
 void imply_listing()
 {
-    if (opt_xref || listing_name_option != nullptr || undefined_in_listing)
-        listing_enabled = 1;
-    if (verilog_file_name != nullptr) {
-        listing_enabled = 1;
-        opt_absolute = 1;
+    if (settings.opt_xref || settings.listing_name_option != nullptr ||
+        settings.undefined_in_listing)
+        settings.listing_enabled = true;
+    if (settings.verilog_file_name != nullptr) {
+        settings.listing_enabled = true;
+        settings.opt_absolute = true;
     }
 }
 
 void make_include_list()
 {
-    add_env_paths(&include_list, "NVLIB");
-    include_list = expand_path_list(include_list);
+    add_env_paths(&settings.include_list, "NVLIB");
+    settings.include_list = expand_path_list(settings.include_list);
 }

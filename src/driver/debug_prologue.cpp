@@ -32,7 +32,7 @@ void build_debug_prologue()
         BodyLine *line = new_body_line(text, std::strlen(text));
         // Labels of the old syntax stand in the first column and need no colon.
         char *colon = std::strchr(line->text, ':');
-        if (opt_old_syntax && line->text[0] == '\\' && colon != nullptr)
+        if (settings.opt_old_syntax && line->text[0] == '\\' && colon != nullptr)
             *colon = ' ';
         *tail = line;
         tail = &line->next;
@@ -41,7 +41,8 @@ void build_debug_prologue()
 
 void expand_debug_prologue(uint32_t line_total)
 {
-    const char *name = debug_no_path ? without_directory(source_file_name) : source_file_name;
+    const char *name =
+        settings.debug_no_path ? without_directory(source_file_name) : source_file_name;
     char argument[ARGUMENT_ROOM];
     std::snprintf(argument, sizeof argument, "%s,%ld\n", name,
                   static_cast<long>(static_cast<int32_t>(line_total)));

@@ -7,25 +7,25 @@
 
 void write_option_record()
 {
-    append_info(program_name);
+    append_info(settings.program_name);
     append_info(" V4.8.1:");
-    if (opt_absolute)
+    if (settings.opt_absolute)
         append_info(" -a");
-    if (opt_no_branch_opt)
+    if (settings.opt_no_branch_opt)
         append_info(" -b");
-    if (header_file_name != nullptr) {
+    if (settings.header_file_name != nullptr) {
         append_info(" -h ");
-        append_info(header_file_name);
+        append_info(settings.header_file_name);
     }
-    for (int32_t i = 0; i < define_list.count; ++i) {
+    for (int32_t i = 0; i < settings.define_list.count; ++i) {
         append_info(" -d ");
-        append_info(define_list.items[i]);
+        append_info(settings.define_list.items[i]);
     }
-    if (keep_locals)
+    if (settings.keep_locals)
         append_info(" -pl");
-    if (debug_no_path)
+    if (settings.debug_no_path)
         append_info(" -xp");
-    if (debug_full)
+    if (settings.debug_full)
         append_info(" -xx");
     else if (debug_lines)
         append_info(" -x");

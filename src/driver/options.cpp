@@ -35,7 +35,7 @@ static void set_program_name(const char *command)
     char *name = copy_text(start, std::strcspn(start, "."));
     for (char *c = name; *c != '\0'; ++c)
         *c = lower_case(*c);
-    program_name = name;
+    settings.program_name = name;
 }
 
 static void print_banner(const char *title)
@@ -55,7 +55,7 @@ static void print_banner(const char *title)
 {
     if (files_word != nullptr) {
         print_banner(title);
-        std::fprintf(stderr, "\nusage: %s [options] %s\n", program_name, files_word);
+        std::fprintf(stderr, "\nusage: %s [options] %s\n", settings.program_name, files_word);
     }
     for (const OptionDescriptor &option : options) {
         if (option.text[0] != '<')
@@ -132,6 +132,8 @@ static const char *match_option(const OptionDescriptor &option, const char *posi
         case '\0':
             if (option.name != nullptr)
                 *option.name = value->text;
+            else if (option.flag != nullptr)
+                *option.flag = true;
             else
                 *option.number = static_cast<int32_t>(value->number);
             return position;
@@ -154,8 +156,8 @@ static const char *match_any_option(std::span<const OptionDescriptor> options, c
         if (end != nullptr)
             return end;
     }
-    std::fprintf(stderr, "%s: unknown option %s%s\n", program_name, position[0] == '+' ? "" : "-",
-                 position);
+    std::fprintf(stderr, "%s: unknown option %s%s\n", settings.program_name,
+                 position[0] == '+' ? "" : "-", position);
     end_process(1);
 }
 
@@ -164,9 +166,9 @@ void parse_options(int *argc, char ***argv, const char *title, const char *files
 {
     WordList words = {*argc, *argv};
     if (words.count > 0) {
-        if (program_name == nullptr) {
+        if (settings.program_name == nullptr) {
             set_program_name(words.words[0]);
-            debug_mode = std::getenv("NVDEBUG") != nullptr;
+            settings.debug_mode = std::getenv("NVDEBUG") != nullptr;
         }
         --words.count;
         ++words.words;

@@ -9,9 +9,10 @@
 // key "#" takes a number, "*" a text (both from the rest of the word or from the next one), "?" one
 // character; a leading "<" hides the option from the usage listing, and ">" at the end asks for the
 // next element of an array. Every other character, "+" too, must stand in the word as it is.
-// Exactly one of the targets is set: a flag or number, a text, or an array.
+// Exactly one of the targets is set: a flag, a number, a text, or an array.
 struct OptionDescriptor {
     const char *text;
+    bool *flag;
     int32_t *number;
     const char **name;
     TextArray *array;

@@ -1,24 +1,25 @@
 // How the sizes settle.
 //
-// STM8 branches reach 128 bytes back and 127 ahead; what lies further takes a longer form, and how far
-// a label lies depends on the forms of all branches in between. The assembler keeps no fix-up lists,
-// no expression trees and no record of instructions. It runs over the whole text again and again, and
-// in each pass chooses every form anew from the values that the symbols have at that moment: of this
-// pass for labels above, of the pass before for labels below. A pass in which some label or equate
-// got another value than it held is void; the first pass that moves nothing is the result, since what
-// it assumed of the labels below is what it found.
+// STM8 branches reach 128 bytes back and 127 ahead; what lies further takes a longer form, and how
+// far a label lies depends on the forms of all branches in between. The assembler keeps no fix-up
+// lists, no expression trees and no record of instructions. It runs over the whole text again and
+// again, and in each pass chooses every form anew from the values that the symbols have at that
+// moment: of this pass for labels above, of the pass before for labels below. A pass in which some
+// label or equate got another value than it held is void; the first pass that moves nothing is the
+// result, since what it assumed of the labels below is what it found.
 //
-// Take a branch `jrne far`, then 60 bytes, a jump `jra far`, 60 bytes more, two branches that come out
-// short, and `far`. In the sizing pass, number 0, `far` is unknown, so each of the four takes its
-// longest form: 6 bytes for a conditional branch (the inverted branch round a jpf of 4), 4 for the
-// jump. Pass 1 knows a first value for `far`, 142 bytes behind the first branch: too far for it, near
-// enough for the jump and for the last two branches, which shrink to 2 bytes each. `far` moves down by
-// 10, so pass 1 is void, and with it what the first branch saw. In pass 2 it sees `far` at 132: still
-// too far. No jump to `far` stands above that it could hop through (find_jump looks only at what this
-// pass has recorded), so it keeps its long form; a branch below the `jra` in its place would go to the
-// jump in 2 bytes. Nothing moves any more: pass 2 stands. A label that is settled in pass n can
-// let those above it settle in pass n + 1, so long programs take many passes; and a program whose
-// labels decide conditions may walk in a circle, which hash_state finds.
+// Take a branch `jrne far`, then 60 bytes, a jump `jra far`, 60 bytes more, two branches that come
+// out short, and `far`. In the sizing pass, number 0, `far` is unknown, so each of the four takes
+// its longest form: 6 bytes for a conditional branch (the inverted branch round a jpf of 4), 4 for
+// the jump. Pass 1 knows a first value for `far`, 142 bytes behind the first branch: too far for
+// it, near enough for the jump and for the last two branches, which shrink to 2 bytes each. `far`
+// moves down by 10, so pass 1 is void, and with it what the first branch saw. In pass 2 it sees
+// `far` at 132: still too far. No jump to `far` stands above that it could hop through (find_jump
+// looks only at what this pass has recorded), so it keeps its long form; a branch below the `jra`
+// in its place would go to the jump in 2 bytes. Nothing moves any more: pass 2 stands. A label that
+// is settled in pass n can let those above it settle in pass n + 1, so long programs take many
+// passes; and a program whose labels decide conditions may walk in a circle, which hash_state
+// finds.
 //
 // When a listing is wanted and branches are optimised, one pass more does the same again and lists.
 
@@ -62,9 +63,9 @@ constexpr uint32_t DRIFTING_PASSES_MAX = 1000;
 
 void prepare_passes()
 {
-    listing_deferred = listing_enabled && !opt_no_branch_opt;
-    listing_allowed = listing_enabled && opt_no_branch_opt;
-    forced_pass_flags = opt_no_branch_opt ? 0 : BRANCH_OPTIMISATION;
+    listing_deferred = settings.listing_enabled && !settings.opt_no_branch_opt;
+    listing_allowed = settings.listing_enabled && settings.opt_no_branch_opt;
+    forced_pass_flags = settings.opt_no_branch_opt ? 0 : BRANCH_OPTIMISATION;
     missing_source_told = false;
 }
 
@@ -82,9 +83,10 @@ static void reset_state_for_pass()
     reset_macro_state();
 }
 
-// A missing source says nothing in the sizing pass and is reported and counted by the pass after it;
-// one that the host failed to open is reported at once. The error that open_main_source recorded
-// stays pending: the next source file of the command line prints it, at its first statement.
+// A missing source says nothing in the sizing pass and is reported and counted by the pass after
+// it; one that the host failed to open is reported at once. The error that open_main_source
+// recorded stays pending: the next source file of the command line prints it, at its first
+// statement.
 static void report_missing_source()
 {
     if (pass_number++ == 0 && !input_failed())
@@ -110,7 +112,7 @@ bool run_pass()
     }
     open_listing(listing_allowed);
     // The header lies on top of the source, so its lines come first.
-    if (header_file_name != nullptr && !open_include(header_file_name))
+    if (settings.header_file_name != nullptr && !open_include(settings.header_file_name))
         flush_error();
     if (debug_lines)
         expand_debug_prologue(source_line_total);

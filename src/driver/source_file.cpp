@@ -1,5 +1,5 @@
-// What happens to one source file: it is sized, assembled until nothing moves and everything has its
-// number, and if no error was counted its object is put in place.
+// What happens to one source file: it is sized, assembled until nothing moves and everything has
+// its number, and if no error was counted its object is put in place.
 
 #include "driver/source_file.h"
 
@@ -17,6 +17,7 @@
 #include "input/macro.h"
 #include "listing/listing.h"
 #include "listing/side_outputs.h"
+#include "output/debug_info.h"
 #include "output/object_file.h"
 #include "output/resolver.h"
 #include "output/section_table.h"
@@ -171,7 +172,7 @@ int32_t assemble_source_file()
 {
     derive_file_names();
     if (is_generated_source(source_file_name))
-        debug_lines = 0;
+        debug_lines = false;
     forget_files();
     forget_late_needs();
     forget_section_stacks();
@@ -180,7 +181,7 @@ int32_t assemble_source_file()
     reset_passes_for_file();
     new_section_group = 0;
     prepare_passes();
-    if (opt_make_deps) {
+    if (settings.opt_make_deps) {
         begin_rule(object_file_name);
         return finish_rule();
     }

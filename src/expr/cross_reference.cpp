@@ -3,8 +3,8 @@
 
 #include "expr/cross_reference.h"
 
-#include "base/position.h"
 #include "base/memory.h"
+#include "base/position.h"
 #include "expr/symbol_table.h"
 #include <algorithm>
 

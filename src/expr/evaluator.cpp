@@ -4,14 +4,14 @@
 
 #include "expr/evaluator.h"
 
-#include "base/position.h"
+#include "base/diagnostics.h"
 #include "base/memory.h"
 #include "base/number.h"
 #include "base/pass_state.h"
+#include "base/position.h"
 #include "base/settings.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
-#include "base/diagnostics.h"
 #include "output/section_table.h"
 
 // Operands nest only as deep as a line and its literals let them; deeper ones would exhaust the
@@ -315,7 +315,7 @@ static void note_reference(Symbol *symbol)
         symbol->source_file = position.file;
     }
     // Without -u an undefined symbol is told once, at the end of the sizing pass.
-    if (pass_number != 0 && undefined_in_listing &&
+    if (pass_number != 0 && settings.undefined_in_listing &&
         (symbol->attrs & (ATTR_DEFINED | ATTR_PUBLIC)) == 0)
         record_error(messages::NOT_DEFINED, symbol_name(*symbol));
 }

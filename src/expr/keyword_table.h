@@ -26,13 +26,13 @@ constexpr uint16_t KW_DIRECTIVE = 0x0001;   // "stem.x" is looked up whole if th
 constexpr uint16_t KW_NEEDS_LABEL = 0x0002; // the label is handed to the action, not defined
 constexpr uint16_t KW_INSTRUCTION = 0x0004; // a mnemonic of the target
 constexpr uint16_t KW_MACRO = 0x0008;
-constexpr uint16_t KW_ENDS_BODY = 0x0010;    // `endm`, and with KW_OF_REPEAT `endr`
-constexpr uint16_t KW_UNLISTED = 0x0020;     // the line is never listed
-constexpr uint16_t KW_CONDITIONAL = 0x0040;  // also runs in skipped code; listed under clist_flag
-constexpr uint16_t KW_DEBUG = 0x0080;        // listed only under dlist_flag
-constexpr uint16_t KW_BEGINS_BODY = 0x0100;  // `macro`, and with KW_OF_REPEAT the repeats
-constexpr uint16_t KW_OF_REPEAT = 0x0200;    // begins or ends the body of a repeat, not of a macro
-constexpr uint16_t KW_UNRECORDED = 0x0400;   // the line goes into no body
+constexpr uint16_t KW_ENDS_BODY = 0x0010;     // `endm`, and with KW_OF_REPEAT `endr`
+constexpr uint16_t KW_UNLISTED = 0x0020;      // the line is never listed
+constexpr uint16_t KW_CONDITIONAL = 0x0040;   // also runs in skipped code; listed under clist_flag
+constexpr uint16_t KW_DEBUG = 0x0080;         // listed only under dlist_flag
+constexpr uint16_t KW_BEGINS_BODY = 0x0100;   // `macro`, and with KW_OF_REPEAT the repeats
+constexpr uint16_t KW_OF_REPEAT = 0x0200;     // begins or ends the body of a repeat, not of a macro
+constexpr uint16_t KW_UNRECORDED = 0x0400;    // the line goes into no body
 constexpr uint16_t KW_LABEL_IS_NAME = 0x0800; // the label, if there is one, names no symbol
 
 // What most rows have.
@@ -58,7 +58,7 @@ struct Keyword {
     uint8_t argument; // for the action; of a macro: 1 if it overrides an older keyword of its name
     uint8_t name_length;
     uint16_t flags; // KW_ bits
-    char *name; // in lower case, no end mark; inside the record
+    char *name;     // in lower case, no end mark; inside the record
 };
 
 // Set by an expansion line that asks for the keyword behind a macro of the same name; cleared at
@@ -86,6 +86,6 @@ void visit_macros(void (*visit)(Keyword *));
 // Gives a keyword that a macro has overridden its meaning back. The body has been freed.
 void undo_macro(Keyword *keyword);
 
-// Empties the record of a macro whose body has been freed. It stays in its chain, where no name finds
-// it again.
+// Empties the record of a macro whose body has been freed. It stays in its chain, where no name
+// finds it again.
 void forget_macro(Keyword *keyword);

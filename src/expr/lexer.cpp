@@ -4,10 +4,10 @@
 
 #include "expr/lexer.h"
 
+#include "base/diagnostics.h"
 #include "base/number.h"
 #include "expr/cross_reference.h"
 #include "expr/symbol_table.h"
-#include "base/diagnostics.h"
 #include <cstring>
 #include <string_view>
 

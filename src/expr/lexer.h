@@ -99,8 +99,8 @@ void skip_blanks();
 // Moves the cursor to the end of the line.
 void skip_line();
 
-// If a name stands at the cursor, moves after it and gives it; else the result is empty. A raw line,
-// one of a body or of skipped code, may have macro argument notation as part of a name.
+// If a name stands at the cursor, moves after it and gives it; else the result is empty. A raw
+// line, one of a body or of skipped code, may have macro argument notation as part of a name.
 std::string_view scan_name(bool raw = false);
 
 // Reads the word "on" or "off" at the cursor: 1, 0, or -1 when something else stands there, which

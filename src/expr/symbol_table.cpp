@@ -5,10 +5,10 @@
 
 #include "expr/symbol_table.h"
 
-#include "base/position.h"
 #include "base/memory.h"
 #include "base/number.h"
 #include "base/pass_state.h"
+#include "base/position.h"
 #include "expr/cross_reference.h"
 #include <algorithm>
 #include <cstring>

@@ -2,8 +2,8 @@
 // registers.
 #pragma once
 
-#include "expr/cross_reference.h"
 #include "base/object_format.h"
+#include "expr/cross_reference.h"
 #include <cstdint>
 #include <string_view>
 
@@ -46,7 +46,7 @@ struct Symbol {
     uint32_t value;         // a bit symbol holds byte address times 8 plus bit number
     uint16_t flags;         // SYM_ bits
     uint8_t attrs;          // ATTR_ bits
-    bool multiply_defined;   // found defined twice: no lookup finds a local label again
+    bool multiply_defined;  // found defined twice: no lookup finds a local label again
     uint8_t section_number; // 0 for none
     uint8_t name_length;    // modulo 256
     const char *name;       // `name_length` bytes without end mark, inside the record
@@ -78,8 +78,8 @@ Symbol *follow_alias(Symbol *symbol);
 // gathered, and drops everything else.
 void reset_symbols();
 
-// What both name tables know of a name: its length is cut to 8 bits, and where that leaves 0 the text
-// is taken up to its zero byte, which must follow, and cut again.
+// What both name tables know of a name: its length is cut to 8 bits, and where that leaves 0 the
+// text is taken up to its zero byte, which must follow, and cut again.
 std::string_view counted_name(std::string_view name);
 
 // The hash of both tables; its low 8 bits are the bucket.

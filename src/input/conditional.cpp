@@ -3,6 +3,7 @@
 
 #include "input/conditional.h"
 
+#include "base/diagnostics.h"
 #include "base/memory.h"
 #include "base/pass_state.h"
 #include "expr/evaluator.h"
@@ -10,7 +11,6 @@
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
 #include "input/input_stack.h"
-#include "base/diagnostics.h"
 #include "listing/listing.h"
 #include <cstring>
 

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <span>
 
-
 // Whether the statement at hand is assembled, or in skipped code.
 bool assembling_enabled();
 

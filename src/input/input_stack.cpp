@@ -3,6 +3,7 @@
 
 #include "input/input_stack.h"
 
+#include "base/diagnostics.h"
 #include "base/file_register.h"
 #include "base/host.h"
 #include "base/memory.h"
@@ -12,7 +13,6 @@
 #include "input/macro.h"
 #include "input/source_reader.h"
 #include "input/source_span.h"
-#include "base/diagnostics.h"
 #include "listing/listing.h"
 #include "listing/side_outputs.h"
 #include <cstdio>
@@ -181,11 +181,12 @@ const char *next_line()
 static Opening open_on_include_list(const char *name, std::FILE **file)
 {
     Opening result = Opening::ABSENT;
-    for (int32_t i = 0; i < include_list.count; ++i) {
-        const char *path = include_list.items[i];
+    for (int32_t i = 0; i < settings.include_list.count; ++i) {
+        const char *path = settings.include_list.items[i];
         const std::string joined = std::string(path) + path_separator + name;
         if (joined.size() >= JOINED_PATH_MAX) {
-            record_error(messages::PATH_TOO_LONG, std::string_view(path).substr(0, SHOWN_PATH_LENGTH));
+            record_error(messages::PATH_TOO_LONG,
+                         std::string_view(path).substr(0, SHOWN_PATH_LENGTH));
             continue;
         }
         std::strcpy(line_buffer, joined.c_str());
@@ -283,7 +284,7 @@ static void enter_file(std::FILE *file, const char *opened_name)
     current_opened_name = opened_name;
     current_expansion = nullptr;
     note_input(opened_name);
-    if (pass_number == 0 && opt_make_deps && !has_file_record(opened_name))
+    if (pass_number == 0 && settings.opt_make_deps && !has_file_record(opened_name))
         add_dependency(opened_name);
     // Without any record the main source has not been opened in the sizing pass.
     if (pass_number == 0 || file_records == nullptr)
@@ -304,7 +305,7 @@ static NameState open_name(const char *name)
     if (opening == Opening::EXHAUSTED)
         return NameState::MISSING;
     // A rule goes without files that aren't there, not without those that it can't see.
-    if (opening == Opening::FAILED || (opening == Opening::DENIED && opt_make_deps))
+    if (opening == Opening::FAILED || (opening == Opening::DENIED && settings.opt_make_deps))
         return NameState::CHANGED;
     if (opening != Opening::OPEN)
         opened_name = "";

@@ -7,7 +7,6 @@
 #include <span>
 #include <string_view>
 
-
 // One stored source line.
 struct BodyLine {
     BodyLine *next;
@@ -27,8 +26,8 @@ struct Expansion {
     uint16_t call_number;             // what \@ gives
     uint16_t repeats_left;            // runs of a repeat that remain, this one included
     uint8_t arg_count;
-    char suffix;         // of the word of the call, 0 if there is none
-    bool saved_mlist;    // mlist_flag to restore at the end of a repeat
+    char suffix;      // of the word of the call, 0 if there is none
+    bool saved_mlist; // mlist_flag to restore at the end of a repeat
 };
 
 // `macro`, `repeat` and their kin record the lines that follow them, up to `endm` or `endr`.

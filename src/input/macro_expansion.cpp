@@ -2,6 +2,7 @@
 
 #include "input/macro_expansion.h"
 
+#include "base/diagnostics.h"
 #include "base/memory.h"
 #include "base/number.h"
 #include "base/settings.h"
@@ -10,7 +11,6 @@
 #include "input/conditional.h"
 #include "input/input_stack.h"
 #include "input/macro.h"
-#include "base/diagnostics.h"
 #include "listing/listing.h"
 #include <cstdio>
 #include <cstring>
@@ -129,7 +129,7 @@ static char *cut_arguments(ArgumentCutter *cutter)
             if (next == nullptr)
                 return c;
             c = next;
-        } else if ((*c == '"' || *c == '\'') && cutter->may_quote && !opt_old_syntax) {
+        } else if ((*c == '"' || *c == '\'') && cutter->may_quote && !settings.opt_old_syntax) {
             char *next = cut_quoted(cutter, c);
             if (next == nullptr)
                 return c;
@@ -263,7 +263,7 @@ static void put_positional(LineWriter *line, const Expansion *expansion, uint32_
 {
     if (number <= expansion->arg_count)
         line->put(argument(expansion, number - 1));
-    else if (!opt_old_syntax)
+    else if (!settings.opt_old_syntax)
         record_error("bad argument number");
 }
 

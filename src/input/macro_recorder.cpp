@@ -1,6 +1,7 @@
 // Records the bodies of macros and repeats. Macro bodies are stored in the sizing pass and skipped
 // in the others; repeat bodies are stored in every pass and freed when the repeat ends.
 
+#include "base/diagnostics.h"
 #include "base/memory.h"
 #include "base/number.h"
 #include "base/pass_state.h"
@@ -11,7 +12,6 @@
 #include "input/input_stack.h"
 #include "input/macro.h"
 #include "input/macro_expansion.h"
-#include "base/diagnostics.h"
 #include "listing/listing.h"
 #include <cstring>
 #include <string>
@@ -22,8 +22,9 @@ static BodyLine **body_tail;
 // The lines of the repeat being recorded.
 static BodyLine *repeat_body;
 
-// No pass resets the form: an empty list leaves it behind until the next repeat, and meanwhile a macro
-// definition doesn't see its end, and in a later pass stores a new body over the one that stands.
+// No pass resets the form: an empty list leaves it behind until the next repeat, and meanwhile a
+// macro definition doesn't see its end, and in a later pass stores a new body over the one that
+// stands.
 //
 // The nestings count the inner definitions that are open in the body being recorded. Nothing but
 // their ends counts them down: what the end of the file leaves open is still open for the bodies of
@@ -281,7 +282,8 @@ static Expansion *start_repeat(BodyLine **body)
         return start_list(body);
     recording.form = RepeatForm::NONE;
     note_text_decision(static_cast<uint32_t>(recording.count));
-    return recording.count != 0 ? start_count(*body, static_cast<uint16_t>(recording.count)) : nullptr;
+    return recording.count != 0 ? start_count(*body, static_cast<uint16_t>(recording.count))
+                                : nullptr;
 }
 
 static void run_repeat()

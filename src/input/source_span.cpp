@@ -3,13 +3,13 @@
 
 #include "input/source_span.h"
 
+#include "base/diagnostics.h"
 #include "base/file_register.h"
 #include "base/host.h"
 #include "base/memory.h"
 #include "base/pass_state.h"
 #include "input/input_stack.h"
 #include "input/source_reader.h"
-#include "base/diagnostics.h"
 #include <cstdio>
 #include <cstring>
 

@@ -4,17 +4,17 @@
 
 #include "listing/listing.h"
 
+#include "base/byte_stream.h"
+#include "base/diagnostics.h"
 #include "base/file_names.h"
 #include "base/memory.h"
-#include "base/position.h"
+#include "base/output_files.h"
 #include "base/pass_state.h"
+#include "base/position.h"
 #include "base/settings.h"
-#include "base/diagnostics.h"
 #include "listing/side_outputs.h"
 #include "listing/symbol_listing.h"
 #include "listing/titles.h"
-#include "base/byte_stream.h"
-#include "base/output_files.h"
 #include <algorithm>
 #include <cstring>
 
@@ -118,7 +118,7 @@ static int32_t print_page_head()
         const int width = LINE_WIDTH - (name_length + 30);
         print_to(&listing_text, "%s %-*.*s %s page %d\n", time_stamp, width, width, title,
                  source_file_name, page_number);
-    } else if (opt_force_title) {
+    } else if (settings.opt_force_title) {
         const int width = std::max(LINE_WIDTH - (name_length + 10), 11);
         print_to(&listing_text, "%-*.*s %s page %d\n", width, width, time_stamp, source_file_name,
                  page_number);
@@ -144,7 +144,7 @@ static void page_check()
         ++lines_on_page;
         return;
     }
-    if (!opt_formfeed)
+    if (!settings.opt_formfeed)
         stream_put_text(&listing_text, "\n\n");
     else if (page_number != 0)
         stream_put_text(&listing_text, "\f");
@@ -171,10 +171,11 @@ static bool shows_address()
 void list_line()
 {
     page_check();
-    const uint32_t line_number = opt_xref ? line_ordinal : current_line();
+    const uint32_t line_number = settings.opt_xref ? line_ordinal : current_line();
     print_to(&listing_text, "%4ld  ", static_cast<long>(static_cast<int32_t>(line_number)));
     if (shows_address())
-        print_to(&listing_text, "%0*lx ", ADDRESS_DIGITS, static_cast<unsigned long>(listed_line.address));
+        print_to(&listing_text, "%0*lx ", ADDRESS_DIGITS,
+                 static_cast<unsigned long>(listed_line.address));
     else
         print_to(&listing_text, "%*s", ADDRESS_DIGITS + 1, "");
     for (uint32_t i = 0; i < BYTES_PER_LINE; ++i) {
@@ -223,7 +224,7 @@ void eject_page()
 {
     if (!fits_listing() || !paginate || lines_on_page >= page_length)
         return;
-    if (opt_formfeed) {
+    if (settings.opt_formfeed) {
         lines_on_page = page_length;
         page_check();
     } else {
@@ -235,7 +236,7 @@ static void end_last_page()
 {
     if (!paginate)
         return;
-    if (opt_formfeed) {
+    if (settings.opt_formfeed) {
         stream_put_text(&listing_text, "\f");
         return;
     }
@@ -246,7 +247,7 @@ static void end_last_page()
 void close_listing()
 {
     if (listing_open) {
-        if (opt_xref)
+        if (settings.opt_xref)
             list_symbols(&listing_text);
         end_last_page();
         place_output(OutputKind::LISTING, listing_file_name, listing_text);

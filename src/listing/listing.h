@@ -57,7 +57,8 @@ enum class LineAddress : uint8_t {
     NEVER, // the bytes of a value stand in the place of bytes
 };
 
-// What the listing shows of the current statement. Set at its start, and by what it turns out to be.
+// What the listing shows of the current statement. Set at its start, and by what it turns out to
+// be.
 constexpr uint32_t LINE_BYTES_MAX = 40;
 struct ListedLine {
     const char *start; // where the text of the line begins

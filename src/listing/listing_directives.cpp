@@ -2,11 +2,11 @@
 
 #include "listing/listing_directives.h"
 
+#include "base/diagnostics.h"
 #include "base/pass_state.h"
 #include "expr/evaluator.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
-#include "base/diagnostics.h"
 #include "listing/listing.h"
 #include "listing/titles.h"
 
@@ -80,16 +80,11 @@ static void add_subtitle(const Statement &)
 std::span<const DirectiveRow> listing_directives()
 {
     static constexpr DirectiveRow rows[] = {
-        {"list", list_directive, 0, KW_QUIET},
-        {"nol", nolist_directive, 0, KW_QUIET},
-        {"nolist", nolist_directive, 0, KW_QUIET},
-        {"page", page_eject, 0, KW_QUIET},
-        {"nopage", page_eject, 0, KW_QUIET},
-        {"plen", set_page_length, 0, KW_QUIET},
-        {"spc", list_space, 0, KW_QUIET},
-        {"title", add_title, 0, KW_QUIET},
-        {"ttl", add_title, 0, KW_QUIET},
-        {"subttl", add_subtitle, 0, KW_QUIET},
+        {"list", list_directive, 0, KW_QUIET},     {"nol", nolist_directive, 0, KW_QUIET},
+        {"nolist", nolist_directive, 0, KW_QUIET}, {"page", page_eject, 0, KW_QUIET},
+        {"nopage", page_eject, 0, KW_QUIET},       {"plen", set_page_length, 0, KW_QUIET},
+        {"spc", list_space, 0, KW_QUIET},          {"title", add_title, 0, KW_QUIET},
+        {"ttl", add_title, 0, KW_QUIET},           {"subttl", add_subtitle, 0, KW_QUIET},
     };
     return rows;
 }

@@ -2,9 +2,9 @@
 
 #include "listing/side_outputs.h"
 
-#include "base/settings.h"
 #include "base/byte_stream.h"
 #include "base/output_files.h"
+#include "base/settings.h"
 #include <cstdio>
 #include <cstring>
 
@@ -19,7 +19,7 @@ static bool verilog_refused;
 
 bool has_verilog()
 {
-    return verilog_file_name != nullptr && !verilog_refused;
+    return settings.verilog_file_name != nullptr && !verilog_refused;
 }
 
 // The column that the rule's line has reached.
@@ -51,7 +51,7 @@ void open_verilog()
 {
     if (!has_verilog())
         return;
-    verilog_open = can_create_output(OutputKind::VERILOG, verilog_file_name);
+    verilog_open = can_create_output(OutputKind::VERILOG, settings.verilog_file_name);
     verilog_refused = !verilog_open;
 }
 
@@ -64,7 +64,7 @@ void drop_verilog()
 void close_verilog()
 {
     if (verilog_open)
-        place_output(OutputKind::VERILOG, verilog_file_name, verilog_text);
+        place_output(OutputKind::VERILOG, settings.verilog_file_name, verilog_text);
     drop_verilog();
 }
 

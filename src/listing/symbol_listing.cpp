@@ -2,9 +2,9 @@
 
 #include "listing/symbol_listing.h"
 
+#include "base/byte_stream.h"
 #include "expr/cross_reference.h"
 #include "expr/symbol_table.h"
-#include "base/byte_stream.h"
 #include <algorithm>
 #include <cstring>
 #include <string_view>

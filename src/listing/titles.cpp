@@ -2,8 +2,8 @@
 
 #include "listing/titles.h"
 
-#include "base/position.h"
 #include "base/memory.h"
+#include "base/position.h"
 #include "base/settings.h"
 #include <cstring>
 
@@ -37,7 +37,7 @@ void forget_titles()
 {
     forget(&titles);
     forget(&subtitles);
-    paginate = opt_force_title;
+    paginate = settings.opt_force_title;
 }
 
 void rewind_titles()

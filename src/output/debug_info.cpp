@@ -3,10 +3,10 @@
 
 #include "output/debug_info.h"
 
-#include "base/position.h"
 #include "base/file_names.h"
 #include "base/memory.h"
 #include "base/pass_state.h"
+#include "base/position.h"
 #include "base/settings.h"
 #include "output/debug_symbols.h"
 #include "output/section_table.h"
@@ -20,6 +20,7 @@ enum DebugRecordState { COMPARE, MISMATCH, REBUILD };
 static DebugRecordState debug_record_state;
 
 DebugRecord *debug_records;
+bool debug_lines;
 
 // The link to follow for the next record.
 static DebugRecord **debug_tail = &debug_records;
@@ -112,7 +113,7 @@ void mark_sections_of_debug_records(uint16_t flag)
 
 static const char *record_file_name(const char *file)
 {
-    return debug_no_path ? without_directory(file) : file;
+    return settings.debug_no_path ? without_directory(file) : file;
 }
 
 // Adds a record with a formatted text, cut to the room of the buffer.
@@ -160,7 +161,7 @@ void debug_end_of_file(const char *file, uint32_t line)
 
 void cancel_line_records()
 {
-    debug_lines = 0;
+    debug_lines = false;
     DebugRecord **link = &debug_records;
     while (*link != nullptr) {
         if ((*link)->kind != DEBUG_CALL)

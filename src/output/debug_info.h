@@ -28,6 +28,10 @@ void mark_sections_of_debug_records(uint16_t flag);
 // A fingerprint of what the next pass compares its records with.
 uint64_t hash_debug_records();
 
+// Whether line records are made: -x, until a source brings debug information of its own; never set
+// again then.
+extern bool debug_lines;
+
 // Starts the walk at the head of a pass; drops the records of the pass before when this one has to
 // build them.
 void reset_debug_records();
@@ -46,8 +50,8 @@ void debug_end_of_file(const char *file, uint32_t line);
 // wraps in its length byte.
 void add_debug_record(const char *text, size_t length, uint8_t kind);
 
-// Ends the assembler's own records, since the source brings debug information: what -x has put in so
-// far goes, and no more comes, for this and all later source files.
+// Ends the assembler's own records, since the source brings debug information: what -x has put in
+// so far goes, and no more comes, for this and all later source files.
 void cancel_line_records();
 
 // Appends a text to .info. or .misra.; a newline is stored as a zero byte. Nothing happens when the

@@ -6,8 +6,8 @@
 #include "base/settings.h"
 #include "expr/evaluator.h"
 #include "expr/symbol_table.h"
-#include "output/section_table.h"
 #include "output/emission.h"
+#include "output/section_table.h"
 
 constexpr uint32_t WORD_SIZE = 4;
 constexpr uint32_t ROW_SIZE = 4 * WORD_SIZE;
@@ -103,7 +103,7 @@ static void emit_strings(const Symbol *symbol)
 
 void emit_debug_symbols()
 {
-    const uint32_t count = debug_full ? count_shown_symbols() : 0;
+    const uint32_t count = settings.debug_full ? count_shown_symbols() : 0;
     if (count == 0) {
         emit_word(0, 0);
         return;

@@ -3,10 +3,10 @@
 
 #include "output/emission.h"
 
+#include "base/diagnostics.h"
 #include "base/pass_state.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
-#include "base/diagnostics.h"
 #include "listing/listing.h"
 #include "output/section_table.h"
 #include <algorithm>

@@ -2,8 +2,8 @@
 // the relocation stream is told in docs/object-format.md.
 #pragma once
 
-#include "expr/evaluator.h"
 #include "base/object_format.h"
+#include "expr/evaluator.h"
 #include <cstdint>
 
 // One byte of section contents, of which the low 8 bits count. The sizing pass and bss sections

@@ -4,12 +4,12 @@
 
 #include "output/object_file.h"
 
+#include "base/diagnostics.h"
 #include "base/file_names.h"
+#include "base/output_files.h"
 #include "base/settings.h"
 #include "expr/symbol_table.h"
-#include "base/diagnostics.h"
 #include "output/debug_info.h"
-#include "base/output_files.h"
 #include "output/section_table.h"
 #include <cstring>
 #include <vector>
@@ -161,7 +161,7 @@ void build_object_file(const Machine &machine)
                    static_cast<uint8_t>(section_count)};
     const uint32_t symbol_offset = object_position;
     uint32_t symbol_total = add_numbered_symbols();
-    if (keep_locals)
+    if (settings.keep_locals)
         symbol_total += add_local_symbols();
     append_area(&object_head, symbol_total, symbol_offset);
 

@@ -6,12 +6,12 @@
 
 #include "output/resolver.h"
 
-#include "base/position.h"
+#include "base/diagnostics.h"
 #include "base/pass_state.h"
+#include "base/position.h"
 #include "base/settings.h"
 #include "expr/cross_reference.h"
 #include "expr/symbol_table.h"
-#include "base/diagnostics.h"
 #include "output/debug_info.h"
 #include "output/section_table.h"
 #include <algorithm>
@@ -67,7 +67,7 @@ bool is_published(const Symbol &symbol)
         SYM_PREDEFINED | SYM_SET | SYM_REGISTER | SYM_LOCAL | SYM_LITERAL;
     const bool counts =
         (symbol.attrs & (ATTR_DEFINED | ATTR_REFERENCED)) || (symbol.flags & SYM_KEPT);
-    const bool made_public = all_public && (symbol.flags & NEVER_PUBLIC) == 0;
+    const bool made_public = settings.all_public && (symbol.flags & NEVER_PUBLIC) == 0;
     return counts && (made_public || (symbol.attrs & ATTR_PUBLIC));
 }
 
@@ -76,7 +76,7 @@ static std::vector<bool> find_needed_sections()
 {
     std::vector<bool> needed(256);
     for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
-        if (keep_locals || (symbol->attrs & (ATTR_REFERENCED | ATTR_PUBLIC)) ||
+        if (settings.keep_locals || (symbol->attrs & (ATTR_REFERENCED | ATTR_PUBLIC)) ||
             is_published(*symbol))
             needed[symbol->section_number] = true;
     }
@@ -135,7 +135,7 @@ static const char *symbol_file(const Symbol *symbol)
 static void report_undefined(Symbol *symbol)
 {
     symbol->flags |= SYM_REPORTED;
-    if (undefined_in_listing)
+    if (settings.undefined_in_listing)
         ++error_count;
     else
         print_direct_error(symbol_file(symbol), reference_line(symbol), messages::NOT_DEFINED,
@@ -357,8 +357,8 @@ static void report_long_weak_names()
     for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
         if (symbol->object_index != 0 && (symbol->flags & SYM_WEAK) &&
             (symbol->attrs & ATTR_DEFINED) && symbol->name_length == UINT8_MAX)
-            print_direct_error(symbol_file(symbol), definition_line(symbol), messages::BAD_SYMBOL_NAME,
-                               symbol_name(*symbol));
+            print_direct_error(symbol_file(symbol), definition_line(symbol),
+                               messages::BAD_SYMBOL_NAME, symbol_name(*symbol));
     }
 }
 

@@ -4,9 +4,9 @@
 
 #include "output/section_table.h"
 
+#include "base/diagnostics.h"
 #include "base/memory.h"
 #include "base/settings.h"
-#include "base/diagnostics.h"
 #include <algorithm>
 #include <cstring>
 
@@ -64,11 +64,11 @@ void init_sections()
         Section *section = add_section(row.name);
         section->attributes = row.attributes;
         section->flags = row.flags;
-        if (opt_absolute && (row.flags & SEC_DEBUG) == 0)
+        if (settings.opt_absolute && (row.flags & SEC_DEBUG) == 0)
             section->attributes |= SECATTR_ABS;
     }
-    info_section = opt_no_info ? nullptr : make_text_section(".info.");
-    misra_section = opt_no_misra ? nullptr : make_text_section(".misra.");
+    info_section = settings.opt_no_info ? nullptr : make_text_section(".info.");
+    misra_section = settings.opt_no_misra ? nullptr : make_text_section(".misra.");
 }
 
 static void rewind_section(Section *section)
@@ -161,7 +161,7 @@ void pad_even_sections()
             continue;
         // Behind the pass's last line: the byte shows in no listing and in no gap.
         if ((section->attributes & SECATTR_BSS) == 0)
-            stream_put_byte(&section->code_stream, static_cast<uint8_t>(fill_byte));
+            stream_put_byte(&section->code_stream, static_cast<uint8_t>(settings.fill_byte));
         ++section->size;
     }
 }

@@ -2,6 +2,7 @@
 
 #include "stmt/data_directives.h"
 
+#include "base/diagnostics.h"
 #include "base/memory.h"
 #include "base/pass_state.h"
 #include "base/settings.h"
@@ -9,11 +10,11 @@
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
-#include "base/diagnostics.h"
 #include "listing/listing.h"
+#include "output/debug_info.h"
+#include "output/emission.h"
 #include "output/section_table.h"
 #include "stmt/statement.h"
-#include "output/emission.h"
 
 // Data ends the offset section: the line is listed at the address in the real one.
 static void leave_offset_for_data()
@@ -37,10 +38,10 @@ static void pad_string(uint32_t item_size)
     if (item_size == 1 || string_length < item_size)
         return;
     while (current_location() % item_size != 0)
-        emit_byte(static_cast<uint32_t>(fill_byte));
+        emit_byte(static_cast<uint32_t>(settings.fill_byte));
     const uint32_t rest = string_length % item_size;
     if (rest != 0)
-        emit_fill(static_cast<uint32_t>(fill_byte), item_size - rest);
+        emit_fill(static_cast<uint32_t>(settings.fill_byte), item_size - rest);
 }
 
 static void emit_string()
@@ -61,7 +62,7 @@ static void emit_expression_item(uint32_t item_size)
 {
     ExprValue value;
     parse_expression(&value);
-    if (item_size == 1 && !opt_old_syntax && !fits_signed_byte(value))
+    if (item_size == 1 && !settings.opt_old_syntax && !fits_signed_byte(value))
         record_error(messages::VALUE_TOO_LARGE);
     emit_item(value, item_size);
 }
@@ -129,12 +130,12 @@ static void reserve(uint32_t size)
     if (in_offset_section())
         current_section->size += size;
     else
-        emit_fill(static_cast<uint32_t>(fill_byte), size);
+        emit_fill(static_cast<uint32_t>(settings.fill_byte), size);
 }
 
 static void reserve_directive(const Statement &statement)
 {
-    const int32_t lowest = opt_old_syntax ? 0 : 1;
+    const int32_t lowest = settings.opt_old_syntax ? 0 : 1;
     ExprValue size;
     parse_expression(&size);
     if (size.reloc != RELOC_ABSOLUTE)
@@ -150,22 +151,14 @@ std::span<const DirectiveRow> data_directives()
 {
     // The argument is the size of an item in bytes.
     static constexpr DirectiveRow rows[] = {
-        {"dc", data_directive, 1, KW_PLAIN},
-        {"dc.b", data_directive, 1, KW_PLAIN},
-        {"fcb", data_directive, 1, KW_PLAIN},
-        {"fcc", data_directive, 1, KW_PLAIN},
-        {"dc.w", data_directive, 2, KW_PLAIN},
-        {"fdb", data_directive, 2, KW_PLAIN},
-        {"dc.l", data_directive, 4, KW_PLAIN},
-        {"dcb", fill_directive, 1, KW_PLAIN},
-        {"dcb.b", fill_directive, 1, KW_PLAIN},
-        {"dcb.w", fill_directive, 2, KW_PLAIN},
-        {"dcb.l", fill_directive, 4, KW_PLAIN},
-        {"ds", reserve_directive, 1, KW_PLAIN},
-        {"ds.b", reserve_directive, 1, KW_PLAIN},
-        {"rmb", reserve_directive, 1, KW_PLAIN},
-        {"ds.w", reserve_directive, 2, KW_PLAIN},
-        {"ds.l", reserve_directive, 4, KW_PLAIN},
+        {"dc", data_directive, 1, KW_PLAIN},      {"dc.b", data_directive, 1, KW_PLAIN},
+        {"fcb", data_directive, 1, KW_PLAIN},     {"fcc", data_directive, 1, KW_PLAIN},
+        {"dc.w", data_directive, 2, KW_PLAIN},    {"fdb", data_directive, 2, KW_PLAIN},
+        {"dc.l", data_directive, 4, KW_PLAIN},    {"dcb", fill_directive, 1, KW_PLAIN},
+        {"dcb.b", fill_directive, 1, KW_PLAIN},   {"dcb.w", fill_directive, 2, KW_PLAIN},
+        {"dcb.l", fill_directive, 4, KW_PLAIN},   {"ds", reserve_directive, 1, KW_PLAIN},
+        {"ds.b", reserve_directive, 1, KW_PLAIN}, {"rmb", reserve_directive, 1, KW_PLAIN},
+        {"ds.w", reserve_directive, 2, KW_PLAIN}, {"ds.l", reserve_directive, 4, KW_PLAIN},
     };
     return rows;
 }

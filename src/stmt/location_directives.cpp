@@ -3,16 +3,16 @@
 
 #include "stmt/location_directives.h"
 
+#include "base/diagnostics.h"
 #include "base/settings.h"
 #include "expr/evaluator.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
-#include "base/diagnostics.h"
 #include "listing/listing.h"
+#include "listing/side_outputs.h"
+#include "output/emission.h"
 #include "output/section_table.h"
 #include "stmt/statement.h"
-#include "output/emission.h"
-#include "listing/side_outputs.h"
 #include <algorithm>
 #include <cstdio>
 
@@ -38,7 +38,7 @@ static uint32_t parse_fill()
 {
     const int32_t token = next_token();
     if (token == TOK_END)
-        return static_cast<uint32_t>(fill_byte);
+        return static_cast<uint32_t>(settings.fill_byte);
     if (token != TOK_COMMA)
         unget_token(token);
     ExprValue fill;
@@ -104,7 +104,7 @@ static void org_directive(const Statement &)
     }
     const uint32_t offset = target_offset(target.value);
     if (offset >= current_section->size)
-        emit_fill(static_cast<uint32_t>(fill_byte), offset - current_section->size);
+        emit_fill(static_cast<uint32_t>(settings.fill_byte), offset - current_section->size);
     else
         record_error("cannot move back current pc");
     // The line shows the new address and none of the bytes on the way.
@@ -160,8 +160,8 @@ static void funa_directive(const Statement &)
     value += parse_term();
 
     static char line[FUNA_ROOM];
-    std::snprintf(line, sizeof line, "%.*s = 16'h%04lx;\n", static_cast<int>(name.size()), name.data(),
-                  static_cast<unsigned long>(value));
+    std::snprintf(line, sizeof line, "%.*s = 16'h%04lx;\n", static_cast<int>(name.size()),
+                  name.data(), static_cast<unsigned long>(value));
     write_verilog_line(line);
     skip_line();
 }
@@ -169,10 +169,8 @@ static void funa_directive(const Statement &)
 std::span<const DirectiveRow> location_directives()
 {
     static constexpr DirectiveRow rows[] = {
-        {"even", even_directive, 0, KW_PLAIN},
-        {"align", align_directive, 0, KW_PLAIN},
-        {"org", org_directive, 0, KW_PLAIN},
-        {"offset", offset_directive, 0, KW_PLAIN},
+        {"even", even_directive, 0, KW_PLAIN}, {"align", align_directive, 0, KW_PLAIN},
+        {"org", org_directive, 0, KW_PLAIN},   {"offset", offset_directive, 0, KW_PLAIN},
         {"funa", funa_directive, 0, KW_QUIET},
     };
     return rows;

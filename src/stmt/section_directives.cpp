@@ -3,15 +3,15 @@
 
 #include "stmt/section_directives.h"
 
-#include "base/position.h"
+#include "base/diagnostics.h"
 #include "base/file_names.h"
 #include "base/memory.h"
 #include "base/number.h"
 #include "base/pass_state.h"
+#include "base/position.h"
 #include "base/settings.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
-#include "base/diagnostics.h"
 #include "listing/listing.h"
 #include "output/debug_info.h"
 #include "output/section_table.h"
@@ -125,7 +125,7 @@ static void read_attribute(SectionRequest *request)
 
 static void read_section_number(SectionRequest *request)
 {
-    if (request->number != NO_NUMBER || !opt_old_syntax)
+    if (request->number != NO_NUMBER || !settings.opt_old_syntax)
         force_error(messages::SYNTAX_ERROR);
     uint32_t number = 0;
     bool too_large = false;
@@ -146,7 +146,7 @@ static void read_section_number(SectionRequest *request)
 static SectionRequest read_section_request()
 {
     SectionRequest request = {default_section_attributes, 0, false, NO_NUMBER};
-    if (opt_absolute)
+    if (settings.opt_absolute)
         request.attributes |= SECATTR_ABS;
     for (;;) {
         skip_blanks();
@@ -174,7 +174,7 @@ static NumberedSection *find_number(int32_t number)
 // Selects a section by number. The result is the section, or none.
 static Section *select_by_number(const SectionRequest &request)
 {
-    if (request.number == NO_NUMBER || !opt_old_syntax) {
+    if (request.number == NO_NUMBER || !settings.opt_old_syntax) {
         force_error(messages::MISSING_LABEL);
         return nullptr;
     }
@@ -277,8 +277,8 @@ static Section *select_by_name(const SectionRequest &request, std::string_view n
     if (request.wants_new)
         section = select_instance(section, name);
     if (section == nullptr) {
-        const bool repeated = pass_number == 0 && request.number != NO_NUMBER &&
-                              is_bound_to(request.number, name);
+        const bool repeated =
+            pass_number == 0 && request.number != NO_NUMBER && is_bound_to(request.number, name);
         if (!repeated)
             force_error(messages::MULTIPLY_DEFINED, name);
         return nullptr;
@@ -300,8 +300,8 @@ static void section_directive(const Statement &statement)
     last_label = nullptr;
     listed_line.shows_address = LineAddress::WITH_BYTES;
     const SectionRequest request = read_section_request();
-    const Section *section =
-        statement.label.empty() ? select_by_number(request) : select_by_name(request, statement.label);
+    const Section *section = statement.label.empty() ? select_by_number(request)
+                                                     : select_by_name(request, statement.label);
     if (section != nullptr)
         note_debug_section();
     if (debug_lines)

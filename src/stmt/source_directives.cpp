@@ -2,17 +2,17 @@
 
 #include "stmt/source_directives.h"
 
-#include "base/position.h"
+#include "base/diagnostics.h"
 #include "base/memory.h"
 #include "base/number.h"
 #include "base/pass_state.h"
+#include "base/position.h"
 #include "expr/evaluator.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
 #include "input/input_stack.h"
 #include "input/source_span.h"
-#include "base/diagnostics.h"
 #include "listing/listing.h"
 #include "stmt/statement.h"
 #include <cstdio>
@@ -221,7 +221,7 @@ std::span<const DirectiveRow> source_directives()
         {".source", source_directive, 0, KW_PLAIN},
         {"include", include_directive, 0, KW_QUIET},
         {"#include", include_directive, 0, KW_QUIET},
-        {".sfile", line_directive, SFILE, KW_QUIET},
+        {".sfile", line_directive, SFILE, KW_QUIET | KW_UNRECORDED},
         {"#line", line_directive, HASH_LINE, KW_QUIET | KW_UNRECORDED},
     };
     return rows;

@@ -4,29 +4,29 @@
 
 #include "stmt/statement.h"
 
-#include "base/position.h"
+#include "base/diagnostics.h"
 #include "base/number.h"
 #include "base/pass_state.h"
+#include "base/position.h"
 #include "base/settings.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
 #include "input/conditional.h"
 #include "input/macro.h"
-#include "base/diagnostics.h"
 #include "listing/listing.h"
 #include "listing/side_outputs.h"
 #include "output/debug_info.h"
+#include "output/emission.h"
 #include "output/section_table.h"
 #include "stmt/section_directives.h"
-#include "output/emission.h"
 #include "target/encoder.h"
 
 Symbol *last_label;
 bool current_is_debug;
 
-// The suffix of the word found last, one or two characters. A directive leaves it as it is, so that a
-// macro called like one with its suffix is handed that of an earlier line.
+// The suffix of the word found last, one or two characters. A directive leaves it as it is, so that
+// a macro called like one with its suffix is handed that of an earlier line.
 static char mnemonic_suffix[2];
 static size_t suffix_length;
 
@@ -135,7 +135,7 @@ static void define_label(std::string_view label)
         note_definition(symbol, label);
     if (opens_scope(symbol, label))
         ++scope_number;
-    if (opt_label_syntax && label_has_colon)
+    if (settings.opt_label_syntax && label_has_colon)
         symbol->attrs |= ATTR_PUBLIC;
     place_label(symbol);
     last_label = symbol;
@@ -237,7 +237,7 @@ static bool read_label_and_word(const char *line, Statement *statement)
         return false;
     skip_blanks();
     const bool colon = *line_cursor == ':';
-    if (!colon && !(opt_old_syntax && name.data() == line)) {
+    if (!colon && !(settings.opt_old_syntax && name.data() == line)) {
         statement->word = name;
         return true;
     }
@@ -327,7 +327,7 @@ void process_statement(const char *line)
             write_verilog_line(line + 1);
         return;
     }
-    if (opt_old_syntax && line[0] == '*') {
+    if (settings.opt_old_syntax && line[0] == '*') {
         finish_empty_line();
         return;
     }

@@ -3,6 +3,7 @@
 
 #include "stmt/symbol_directives.h"
 
+#include "base/diagnostics.h"
 #include "base/memory.h"
 #include "base/pass_state.h"
 #include "base/settings.h"
@@ -10,11 +11,10 @@
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
-#include "base/diagnostics.h"
 #include "listing/listing.h"
+#include "output/emission.h"
 #include "output/section_table.h"
 #include "stmt/statement.h"
-#include "output/emission.h"
 
 // Arguments of equate_directive.
 constexpr uint8_t EQUATE = 0;
@@ -120,7 +120,7 @@ static void define_absolute(Definition *definition, Symbol *symbol, bool is_set)
     set_link(symbol, nullptr);
     if (pass_number == 0 && is_set)
         symbol->flags |= SYM_SET;
-    else if (pass_number == 0 && equates_public)
+    else if (pass_number == 0 && settings.equates_public)
         symbol->attrs |= ATTR_PUBLIC;
     list_value(symbol->value);
 }

@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
-// Forgets the jumps of the pass before, and in the sizing pass the records of sections that are gone.
-// At the head of each pass.
+// Forgets the jumps of the pass before, and in the sizing pass the records of sections that are
+// gone. At the head of each pass.
 void reset_branch_records();
 
 // Notes a jump to `target` at the current location; the latest jump to a target wins.

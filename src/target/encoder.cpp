@@ -5,14 +5,14 @@
 
 #include "target/encoder.h"
 
+#include "base/diagnostics.h"
 #include "base/settings.h"
 #include "expr/evaluator.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
-#include "base/diagnostics.h"
+#include "output/emission.h"
 #include "output/section_table.h"
 #include "target/branch_record.h"
-#include "output/emission.h"
 #include "target/instruction_table.h"
 #include "target/operand.h"
 #include "target/target.h"
@@ -388,7 +388,7 @@ static bool shorten_jump(Instruction *ins)
 // Whether others may hop through this jump: it must be of the kind that relaxation makes.
 static bool is_hop_for_others(const Instruction &ins)
 {
-    if (opt_no_branch_opt || ins.first.section_number != current_section->number)
+    if (settings.opt_no_branch_opt || ins.first.section_number != current_section->number)
         return false;
     const uint8_t id = ins.row->mnemonic_id;
     return (id == ID_JP && ins.row->first_operand == AM_LONG && !scross_on) ||
@@ -409,8 +409,8 @@ static void emit_as_written(const Instruction &ins)
 
 static void emit_opcode(Instruction *ins)
 {
-    const bool relaxed =
-        !opt_no_branch_opt && (relax_branch(ins) || relax_bit_branch(ins) || shorten_jump(ins));
+    const bool relaxed = !settings.opt_no_branch_opt &&
+                         (relax_branch(ins) || relax_bit_branch(ins) || shorten_jump(ins));
     if (!relaxed)
         emit_as_written(*ins);
 }

@@ -3,9 +3,9 @@
 
 #include "target/operand.h"
 
+#include "base/diagnostics.h"
 #include "base/number.h"
 #include "expr/lexer.h"
-#include "base/diagnostics.h"
 #include "target/instruction_table.h"
 #include <cstring>
 

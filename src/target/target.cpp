@@ -8,8 +8,8 @@
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
-#include "output/section_table.h"
 #include "output/emission.h"
+#include "output/section_table.h"
 #include "target/branch_record.h"
 #include "target/instruction_table.h"
 

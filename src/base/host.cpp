@@ -532,7 +532,15 @@ bool write_output(const char *path, std::span<const Piece> pieces)
 static bool try_removal(const char *path)
 {
     const PathKind kind = path_kind(path);
-    return kind == PathKind::REGULAR ? std::remove(path) == 0 : kind != PathKind::UNKNOWN;
+    if (kind != PathKind::REGULAR)
+        return kind != PathKind::UNKNOWN;
+    struct stat status;
+    if (!read_status(path, &status))
+        return false;
+    if (standard_stream_of(status) >= 0)
+        return true;
+    const std::optional<std::string> target = follow_links(path);
+    return target && leads_to(*target, status) && std::remove(target->c_str()) == 0;
 }
 
 bool remove_output(const char *path)

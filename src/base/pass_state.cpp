@@ -10,14 +10,18 @@ bool sizing_repeated;
 uint32_t void_requests;
 void (*target_pass_hook)();
 
-// What looks wrong only because a symbol comes late is right a pass later: more void passes than
-// these with errors, and the errors are real.
-constexpr int32_t FORGIVEN_PASSES_MAX = 8;
-static int32_t forgiven_passes_left;
+// What looks wrong only because a symbol comes late is right a pass later: more void passes with
+// errors than these, and the errors are real. Passes that differ in their text from the one before
+// have found something new and count less.
+constexpr int32_t FORGIVENESS = 800;
+constexpr int32_t FORGIVENESS_OF_LIKE_PASS = 100;
+constexpr int32_t FORGIVENESS_OF_UNLIKE_PASS = 8;
+static int32_t forgiveness_left;
 
 static int32_t errors_at_head;
 
 // A fingerprint of what decided which text the pass at hand assembles, and that of the pass before.
+constexpr uint64_t TEXT_DECISIONS_SEED = 0x9E3779B97F4A7C15;
 static uint64_t text_decisions;
 static uint64_t last_text_decisions;
 static bool unlike_passes;
@@ -41,23 +45,24 @@ void begin_pass()
 {
     pass_must_repeat = false;
     errors_at_head = error_count;
-    text_decisions = 1;
+    text_decisions = TEXT_DECISIONS_SEED;
     if (target_pass_hook != nullptr)
         target_pass_hook();
 }
 
 static bool forgives()
 {
-    return forgiven_passes_left != 0;
+    return forgiveness_left > 0;
 }
 
 void end_pass()
 {
+    const bool unlike = text_decisions != last_text_decisions;
     if (pass_must_repeat && forgives() && error_count != errors_at_head) {
         error_count = errors_at_head;
-        --forgiven_passes_left;
+        forgiveness_left -= unlike ? FORGIVENESS_OF_UNLIKE_PASS : FORGIVENESS_OF_LIKE_PASS;
     }
-    if (pass_number != 0 && text_decisions != last_text_decisions)
+    if (pass_number != 0 && unlike)
         unlike_passes = true;
     last_text_decisions = text_decisions;
     ++pass_number;
@@ -81,12 +86,12 @@ void request_another_pass()
 
 void forgive_void_passes(bool forgive)
 {
-    forgiven_passes_left = forgive ? FORGIVEN_PASSES_MAX : 0;
+    forgiveness_left = forgive ? FORGIVENESS : 0;
 }
 
 void note_text_decision(uint32_t decision)
 {
-    text_decisions = mix(text_decisions, decision);
+    text_decisions = mix(text_decisions, uint64_t{decision} + 1);
 }
 
 void note_unlike_passes()

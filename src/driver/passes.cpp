@@ -1,26 +1,27 @@
 // How the sizes settle.
 //
-// STM8 branches reach 128 bytes back and 127 ahead; what lies further takes a longer form, and how
-// far a label lies depends on the forms of all branches in between. The assembler keeps no fix-up
-// lists, no expression trees and no record of instructions. It runs over the whole text again and
+// An STM8 branch reaches 128 bytes back and 127 ahead; what lies further takes a longer form, and
+// how far a label lies depends on the forms of all branches on the way. There are no fix-up lists,
+// no expression trees, no records of instructions. The assembler runs over the whole text again and
 // again, and in each pass chooses every form anew from the values that the symbols have at that
-// moment: of this pass for labels above, of the pass before for labels below. A pass in which some
-// label or equate got another value than it held is void; the first pass that moves nothing is the
-// result, since what it assumed of the labels below is what it found.
+// moment: those of this pass for labels above, those of the pass before for labels below. A pass in
+// which a label or equate got another value than it held is void. The first pass that moves nothing
+// is the result, since what it assumed of the labels below is what it then found there.
 //
-// Take a branch `jrne far`, then 60 bytes, a jump `jra far`, 60 bytes more, two branches that come
-// out short, and `far`. In the sizing pass, number 0, `far` is unknown, so each of the four takes
-// its longest form: 6 bytes for a conditional branch (the inverted branch round a jpf of 4), 4 for
-// the jump. Pass 1 knows a first value for `far`, 142 bytes behind the first branch: too far for
-// it, near enough for the jump and for the last two branches, which shrink to 2 bytes each. `far`
-// moves down by 10, so pass 1 is void, and with it what the first branch saw. In pass 2 it sees
-// `far` at 132: still too far. No jump to `far` stands above that it could hop through (find_jump
-// looks only at what this pass has recorded), so it keeps its long form; a branch below the `jra`
-// in its place would go to the jump in 2 bytes. Nothing moves any more: pass 2 stands. A label that
-// is settled in pass n can let those above it settle in pass n + 1, so long programs take many
-// passes; and a program whose labels decide conditions may walk in a circle, which hash_state
-// finds.
+//     start:  jra far
+//             ds.b 20
+//             jrne far        ; at 24
+//             ds.b 300
+//     far:    nop
 //
+// In the sizing pass, number 0, `far` is unknown and everything takes its longest form: `jra`
+// becomes a jpf of 4 bytes, `jrne` a jreq over a jpf, 6 bytes, and `far` gets the value 330. Pass 1
+// finds 330 too far for both. The jump stays and is noted (target/branch_record); the branch finds
+// that jump 26 bytes above it and hops through it: 26 E6, 2 bytes. `far` is now met at 326, so pass
+// 1 is void. Pass 2 chooses the same forms for 326, meets `far` at 326, and stands.
+//
+// A label that settles in pass n lets those above it settle in pass n + 1, so long programs take
+// many passes. Labels that decide conditions may walk in a circle instead, which hash_state finds.
 // When a listing is wanted and branches are optimised, one pass more does the same again and lists.
 
 #include "driver/passes.h"

@@ -24,6 +24,9 @@
 static std::vector<bool> late_sections;
 static std::set<std::string> late_symbols;
 
+// Definitions that only a later pass declares weak, after an equate of theirs got a number.
+static std::set<std::string> late_weak_symbols;
+
 // Symbols that the sizing pass defines and the last pass doesn't: they count as undefined.
 static std::set<std::string> stale_symbols;
 
@@ -31,6 +34,7 @@ void forget_late_needs()
 {
     late_sections.clear();
     late_symbols.clear();
+    late_weak_symbols.clear();
     stale_symbols.clear();
 }
 
@@ -53,6 +57,8 @@ static void keep_late_needs()
         symbol->attrs |= ATTR_PUBLIC;
         symbol->flags |= SYM_KEPT;
     }
+    for (const std::string &name : late_weak_symbols)
+        find_symbol(name)->flags |= SYM_WEAK;
     size_t position = 0;
     for (Section *section = section_list; section != nullptr; section = section->next) {
         if (position < late_sections.size() && late_sections[position])
@@ -217,9 +223,9 @@ static void number_symbol(Symbol *symbol, bool report_at_once, uint32_t *counter
         report_undefined(symbol);
     else if ((symbol->attrs & (ATTR_DEFINED | ATTR_PUBLIC)) == 0)
         return;
-    if (symbol->flags & SYM_ALIAS) {
+    if ((symbol->flags & SYM_ALIAS) && (symbol->flags & SYM_KEPT) == 0) {
         // A public name can't stand for an external.
-        if (symbol->attrs & ATTR_PUBLIC)
+        if ((symbol->attrs & ATTR_PUBLIC) && report_at_once)
             report_public_alias(symbol);
         return;
     }
@@ -288,8 +294,16 @@ static bool find_late_symbols()
     for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
         if (is_late(*symbol))
             any_new |= late_symbols.emplace(symbol_name(*symbol)).second;
+        const bool numbered_alias = symbol->object_index != 0 && (symbol->flags & SYM_ALIAS);
+        if (numbered_alias && symbol->link != nullptr && is_weak_definition(*symbol->link))
+            any_new |= late_weak_symbols.emplace(symbol_name(*symbol->link)).second;
     }
     return any_new;
+}
+
+static bool was_used_last(const Symbol &symbol)
+{
+    return symbol.used_in + 1 == static_cast<uint32_t>(pass_number);
 }
 
 // A symbol that the last pass used, or that has a record, without having defined it.
@@ -298,8 +312,7 @@ static bool is_stale(const Symbol &symbol)
     constexpr uint16_t NEVER_STALE = SYM_PREDEFINED | SYM_REGISTER | SYM_LITERAL;
     const auto last_pass = static_cast<uint32_t>(pass_number) - 1;
     return (symbol.attrs & ATTR_DEFINED) && (symbol.flags & NEVER_STALE) == 0 &&
-           symbol.defined_in != last_pass &&
-           (symbol.used_in == last_pass || symbol.object_index != 0);
+           symbol.defined_in != last_pass && (was_used_last(symbol) || symbol.object_index != 0);
 }
 
 static bool find_stale_symbols()
@@ -322,8 +335,8 @@ bool find_late_needs()
 void report_late_undefined()
 {
     for (Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
-        const bool undefined = is_undefined(*symbol) || is_stale(*symbol);
-        if (undefined && (symbol->flags & SYM_REPORTED) == 0)
+        const bool undefined = is_undefined(*symbol) && was_used_last(*symbol);
+        if ((undefined || is_stale(*symbol)) && (symbol->flags & SYM_REPORTED) == 0)
             report_undefined(symbol);
     }
 }
@@ -344,8 +357,8 @@ static void report_late_sections()
 static void report_unnumbered_symbols()
 {
     for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
-        const bool numbered_alias = symbol->object_index != 0 && (symbol->flags & SYM_ALIAS);
-        if (numbered_alias || is_late(*symbol))
+        const bool is_public = symbol->object_index != 0 || (symbol->attrs & ATTR_PUBLIC);
+        if (((symbol->flags & SYM_ALIAS) && is_public) || is_late(*symbol))
             report_public_alias(symbol);
     }
 }

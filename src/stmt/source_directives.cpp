@@ -3,6 +3,7 @@
 #include "stmt/source_directives.h"
 
 #include "base/diagnostics.h"
+#include "base/file_register.h"
 #include "base/memory.h"
 #include "base/number.h"
 #include "base/pass_state.h"
@@ -58,6 +59,17 @@ static uint32_t read_line_number(const char **text)
     return number;
 }
 
+// A file whose lines aren't shown is still an input, and no output may fall on it.
+static void note_source_span(std::string_view request)
+{
+    static std::string last_name;
+    const std::string_view name = request.substr(0, request.find(':'));
+    if (name == last_name)
+        return;
+    last_name = name;
+    note_input(last_name.c_str());
+}
+
 // Takes "file:first" or "file:first-last" apart.
 static void select_span(const char *request)
 {
@@ -89,10 +101,12 @@ static void source_directive(const Statement &)
         return;
     }
     skip_line();
-    if (!lists_line())
-        return;
-    skip_listed_line();
-    select_span(token_text());
+    if (lists_line()) {
+        skip_listed_line();
+        select_span(token_text());
+    } else {
+        note_source_span(token_text());
+    }
 }
 
 static void include_directive(const Statement &)

@@ -81,30 +81,30 @@ void note_late_definition(Symbol *symbol)
     symbol->defined_in = static_cast<uint32_t>(pass_number);
 }
 
-// What earlier passes took over from another place goes with it; a declaration's attributes stay as
-// long as the symbol does.
-static void leave_place(Symbol *symbol)
+// What earlier passes took over from another place goes with it; what a declaration has told stays.
+static void leave_place(Symbol *symbol, uint8_t lost_attributes)
 {
     note_unlike_passes();
     if (!uses_must_settle())
         return;
-    symbol->attrs &= static_cast<uint8_t>(~(ATTR_FROM_SECTION | ATTR_ABSOLUTE));
+    symbol->attrs &= static_cast<uint8_t>(~lost_attributes);
     request_another_pass();
 }
 
 void move_symbol(Symbol *symbol, uint32_t value, uint8_t section_number, uint8_t attributes)
 {
-    const bool was_absolute = (symbol->attrs & ATTR_ABSOLUTE) != 0;
-    const bool is_absolute = (attributes & ATTR_ABSOLUTE) != 0;
+    constexpr uint8_t OF_PLACE = ATTR_FROM_SECTION | ATTR_ABSOLUTE;
+    const uint8_t stays = attributes | (symbol->declared_attrs & ATTR_FROM_SECTION);
+    const auto lost = static_cast<uint8_t>(symbol->attrs & OF_PLACE & ~stays);
     note_late_definition(symbol);
     if (pass_number != 0 && (symbol->attrs & ATTR_DEFINED) &&
-        (symbol->section_number != section_number || was_absolute != is_absolute))
-        leave_place(symbol);
+        (symbol->section_number != section_number || lost != 0))
+        leave_place(symbol, lost);
     if (values_must_settle() && symbol->value != value)
         request_another_pass();
     symbol->value = value;
     symbol->section_number = section_number;
-    symbol->attrs |= (attributes & (ATTR_FROM_SECTION | ATTR_ABSOLUTE)) | ATTR_DEFINED;
+    symbol->attrs |= (attributes & OF_PLACE) | ATTR_DEFINED;
 }
 
 // Places the label at the current location.

@@ -100,8 +100,10 @@ static void set_link(Symbol *symbol, Symbol *base)
 static void note_definition_of_constant(Symbol *symbol)
 {
     note_late_definition(symbol);
-    if (uses_must_settle() && (symbol->attrs & ATTR_DEFINED) &&
-        (symbol->attrs & ATTR_ABSOLUTE) == 0)
+    if (pass_number == 0 || (symbol->attrs & (ATTR_DEFINED | ATTR_ABSOLUTE)) != ATTR_DEFINED)
+        return;
+    note_unlike_passes();
+    if (uses_must_settle())
         request_another_pass();
 }
 
@@ -262,11 +264,19 @@ static void declare_external(uint8_t external, std::string_view name)
         return;
     }
     note_first_definition(symbol);
+    const Symbol before = *symbol;
     symbol->attrs |= ATTR_PUBLIC;
     if (external == WEAK)
         symbol->flags |= SYM_WEAK;
-    if (symbol->section_number == 0 && (symbol->attrs & ATTR_ABSOLUTE) == 0)
-        symbol->attrs |= external_attributes(external);
+    if (symbol->section_number == 0 && (symbol->attrs & ATTR_ABSOLUTE) == 0) {
+        symbol->declared_attrs |= external_attributes(external);
+        symbol->attrs |= symbol->declared_attrs;
+    }
+    // What stands above in a pass that is the first to tell so has taken the symbol for another
+    // kind.
+    const bool changed = symbol->attrs != before.attrs || symbol->flags != before.flags;
+    if (changed && (symbol->attrs & ATTR_REFERENCED) && uses_must_settle())
+        request_another_pass();
 }
 
 static void external_directive(const Statement &statement)

@@ -59,6 +59,10 @@ TEST(Resolver, WhatOnlyALaterPassMeetsIsThere)
  if n\ dc.b t2-t1\t1: nop\t2: nop\ endif                  = 01 9d 9d
  if n\ switch .data\lab:\ switch .text\ dc.w lab\ endif   = 00 00 / 0000 word .data+0
  if n-1\lab: nop\ endif\ dc.w lab\ xref lab               = 00 00 / 0000 word lab+0
+ if n\ if 1\lab: nop\ endif\ endif\ dc.w lab              = 9d 00 00 / 0001 word .text+0
+w: nop\ dc.w w\ if n\ wdef w\ endif                      = 9d 00 00 / 0001 word w+0
+ bset ext\ if n\ xbit ext\ endif                         = 72 10 00 00 / 0001 bit ext+0
+ if n\ nop\ else\ ld a,qq\ endif                         = 9d
  if n\ dc.w e\e: equ ext+1\ xref ext\ endif               = 00 01 / 0000 word ext+0x1)")) {
         EXPECT_EQ(field_of(row.source + "n: equ 1\n"), row.expected) << row.source;
     }
@@ -66,6 +70,9 @@ TEST(Resolver, WhatOnlyALaterPassMeetsIsThere)
     EXPECT_EQ(run.out, "m\n");
     ASSERT_EQ(run.object.symbols.size(), 1U) << run.err;
     EXPECT_EQ(run.object.symbols[0].name, "lab");
+    EXPECT_EQ(text_of(" if n\nlab: nop\n endif\ne: equ lab\nn: equ 1\n", {"-p"}), "9d");
+    EXPECT_EQ(text_of(" if n\n wdef w\n endif\ne: equ w\nw: nop\nn: equ 1\n", {"-p"}), "9d");
+    EXPECT_EQ(text_of(" if n\n call ext\n endif\n xref ext\nn: equ 1\n", {"-u"}), "cd 00 00");
     // What no pass defines is still told.
     const auto undefined = [](int line, const std::string &name) {
         return "#error nvasm8 prog.s:" + std::to_string(line) + "\tsymbol " + name +

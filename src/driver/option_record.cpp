@@ -8,7 +8,7 @@
 void write_option_record()
 {
     append_info(settings.program_name);
-    append_info(" V4.8.1:");
+    append_info(" V" NVASM8_VERSION ":");
     if (settings.opt_absolute)
         append_info(" -a");
     if (settings.opt_no_branch_opt)

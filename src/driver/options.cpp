@@ -15,7 +15,7 @@
 #include <vector>
 
 static constexpr const char *MAKER = "NOVRIN Software";
-static constexpr const char *VERSION = "V4.8.1";
+static constexpr const char *VERSION = "V" NVASM8_VERSION;
 static constexpr const char *RELEASE_DATE = "14 Dec 2023";
 static constexpr const char *PLATFORM = "Win32";
 

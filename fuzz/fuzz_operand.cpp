@@ -6,24 +6,23 @@
 #include "input_end.h"
 
 #include "base/diagnostics.h"
+#include "base/pass_state.h"
 #include "base/settings.h"
 #include "driver/passes.h"
 #include "expr/evaluator.h"
-#include "expr/keyword_table.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
+#include "input/input_stack.h"
+#include "listing/listing.h"
 #include "output/resolver.h"
 #include "output/section_table.h"
-#include "stmt/keywords.h"
+#include "stmt/section_directives.h"
 #include "stmt/statement.h"
 #include "target/encoder.h"
 #include "target/instruction_table.h"
 #include "target/operand.h"
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -56,9 +55,7 @@ static const char *const definitions[] = {
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***)
 {
-    settings.program_name = "nvasm8";
-    error_stream = std::fopen("/dev/null", "w");
-    install_keywords();
+    start_run();
     return 0;
 }
 
@@ -86,8 +83,6 @@ static void start_line(const char *text)
 {
     flush_error();
     reset_lexer();
-    dot_in_names = 1;
-    expression_nesting = 0;
     line_cursor = text;
 }
 
@@ -107,35 +102,46 @@ static void read_operands(const std::vector<char> &line)
         encode_instruction(first_row(1 + static_cast<uint8_t>(text[0]) % MNEMONIC_COUNT));
 }
 
+static void run_pass_over(const std::vector<std::vector<char>> &lines)
+{
+    begin_pass();
+    reset_listing_for_pass();
+    reset_statements_for_pass();
+    scope_number = 0;
+    reset_sections_for_pass();
+    reset_input();
+    for (const char *definition : definitions)
+        process_statement(definition);
+    for (const std::vector<char> &line : lines)
+        read_operands(line);
+    process_statement("later: nop\n");
+    end_pass();
+}
+
 static void run_passes(const std::vector<std::vector<char>> &lines)
 {
-    for (pass_number = 0; pass_number < PASSES; ++pass_number) {
-        pass_must_repeat = 0;
-        reset_sections_for_pass();
-        for (const char *definition : definitions)
-            process_statement(definition);
-        for (const std::vector<char> &line : lines)
-            read_operands(line);
-        process_statement("later: nop\n");
-        if (pass_number == 0)
-            resolve_symbols(true);
-    }
+    run_pass_over(lines);
+    resolve_symbols(true);
+    while (pass_number < PASSES)
+        run_pass_over(lines);
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const std::vector<std::vector<char>> lines =
         split_lines({reinterpret_cast<const char *>(data), size});
-    settings.opt_no_branch_opt = size & 1;
-    settings.opt_absolute = size >> 1 & 1;
-    forced_pass_flags = !settings.opt_no_branch_opt;
-    error_count = 0;
-    reset_symbols();
+    reset_run();
+    settings.opt_no_branch_opt = (size & 1) != 0;
+    settings.opt_absolute = (size & 2) != 0;
+    forget_late_needs();
+    forget_section_stacks();
     init_sections();
+    reset_passes_for_file();
+    prepare_passes();
     start_input();
     if (setjmp(input_end) == 0)
         run_passes(lines);
     stop_input();
-    flush_error();
+    forget_input();
     return 0;
 }

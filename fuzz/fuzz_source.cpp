@@ -1,5 +1,5 @@
 // Feeds whole sources to the assembler. An input is two bytes of options, then the main source and,
-// behind bytes of value 1, the include files "b" and "c". Half of the mutations insert, drop,
+// after bytes of value 1, the include files "b" and "c". Half of the mutations insert, drop,
 // repeat or move lines, so that macros, repeats, conditionals and includes meet in every order.
 //
 // All state that outlives a source file is set back between inputs.
@@ -8,18 +8,17 @@
 
 #include "base/diagnostics.h"
 #include "base/file_names.h"
+#include "base/pass_state.h"
+#include "base/position.h"
 #include "base/settings.h"
+#include "driver/command_line.h"
 #include "driver/debug_prologue.h"
-#include "driver/passes.h"
-#include "expr/evaluator.h"
-#include "expr/keyword_table.h"
-#include "expr/lexer.h"
-#include "expr/symbol_table.h"
+#include "driver/source_file.h"
 #include "input/conditional.h"
 #include "input/input_stack.h"
 #include "input/macro.h"
 #include "listing/listing.h"
-#include "stmt/keywords.h"
+#include "output/debug_info.h"
 #include "stmt/symbol_directives.h"
 #include <algorithm>
 #include <cstdint>
@@ -32,11 +31,10 @@
 #include <vector>
 
 constexpr int LINES_MAX = 3000;
-constexpr int INPUTS_PER_VOCABULARY = 4000;
 constexpr char FILE_SEPARATOR = '\x01';
 
 static int lines_left;
-// Whether the input stack holds lines, as far as the last call of next_line told.
+// Whether the input stack holds lines, as far as the last call of next_line has shown.
 static bool lines_pending;
 
 extern "C" const char *__real__Z9next_linev();
@@ -181,8 +179,8 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***)
     char directory[] = "/tmp/fuzz_source_XXXXXX";
     if (mkdtemp(directory) == nullptr || chdir(directory) != 0)
         std::abort();
-    settings.program_name = "nvasm8";
-    error_stream = std::fopen("/dev/null", "w");
+    start_run();
+    define_from_text("__NVRN__");
     return 0;
 }
 
@@ -199,24 +197,16 @@ static void write_files(std::string_view text)
 
 static void set_options(unsigned bits, bool may_list)
 {
-    int32_t *const flags[] = {&settings.opt_absolute,
-                              &settings.opt_no_branch_opt,
-                              &settings.opt_xref,
-                              &settings.opt_formfeed,
-                              &settings.opt_force_title,
-                              &settings.eclipse_style,
-                              &settings.opt_label_syntax,
-                              &settings.opt_old_syntax,
-                              &settings.equates_public,
-                              &settings.keep_locals,
-                              &settings.all_public,
-                              &settings.opt_no_info,
-                              &settings.undefined_in_listing,
-                              &settings.debug_no_path,
-                              &settings.debug_full,
-                              &debug_lines};
-    for (int32_t *flag : flags) {
-        *flag = static_cast<int32_t>(bits & 1);
+    reset_run();
+    bool *const flags[] = {
+        &settings.opt_absolute,         &settings.opt_no_branch_opt, &settings.opt_xref,
+        &settings.opt_formfeed,         &settings.opt_force_title,   &settings.eclipse_style,
+        &settings.opt_label_syntax,     &settings.opt_old_syntax,    &settings.equates_public,
+        &settings.keep_locals,          &settings.all_public,        &settings.opt_no_info,
+        &settings.undefined_in_listing, &settings.debug_no_path,     &settings.debug_full,
+        &settings.opt_debug_lines};
+    for (bool *flag : flags) {
+        *flag = (bits & 1) != 0;
         bits >>= 1;
     }
     settings.listing_enabled = may_list;
@@ -226,20 +216,20 @@ static void set_options(unsigned bits, bool may_list)
     imply_settings();
     imply_listing();
     if (!may_list)
-        settings.listing_enabled = 0;
-    // What directives have changed for the rest of the run.
-    page_length = 66;
-    default_base = 10;
-    dot_in_names = 1;
-    number_suffixes_allowed = 0;
-    expression_nesting = 0;
+        settings.listing_enabled = false;
+    debug_lines = settings.opt_debug_lines;
     line_directive_position.file = nullptr;
+    restore_recording_state({});
 }
 
-// Takes the state apart that an input has left in the middle of a pass.
+// Takes the state apart that an input has left in the middle of a pass: a pass that comes to its
+// end leaves no input and no conditional open. All else the next source file sets back itself.
 static void clean_up()
 {
     stop_input();
+    forgive_void_passes(false);
+    drop_messages();
+    list_state = 0;
     lines_left = 1 << 30;
     const auto end_expansion = [](Expansion *expansion) {
         expansion->position = nullptr;
@@ -251,26 +241,19 @@ static void clean_up()
     visit_suspended_expansions(end_expansion);
     while (lines_pending)
         next_line();
-    stop_recording();
-    pass_must_repeat = 0;
-    list_state = 0;
+    reset_macro_state();
     close_open_conditionals();
-    flush_error();
     close_listing();
-    reset_symbols();
+    forget_input();
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    static int inputs;
     static bool prologue_built;
 
     if (size < 2)
         return 0;
     const std::string text(data + 2, data + size);
-    // The vocabulary that earlier inputs' macros have overridden comes back.
-    if (inputs++ % INPUTS_PER_VOCABULARY == 0)
-        install_keywords();
     write_files(text);
     // Directives that write as many lines as they please would only cost time.
     const bool counts_lines =
@@ -280,16 +263,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         build_debug_prologue();
         prologue_built = true;
     }
-    if (!prologue_built)
-        debug_lines = 0;
     source_file_name = "a.s";
     lines_left = LINES_MAX;
     start_input();
-    pass_number = 0;
-    if (setjmp(input_end) == 0) {
-        define_from_text("__NVRN__");
+    if (setjmp(input_end) == 0)
         assemble_source_file();
-    }
     clean_up();
     return 0;
 }

@@ -1,6 +1,6 @@
 // Errors are remembered while a line is read and printed when it is done: nothing is thrown, a
-// statement goes on after an error, and only the first error of a line is told. Whether an object
-// file comes into being, and the exit status, follow from error_count alone.
+// statement goes on after an error, and only the first error of a line is printed. Whether an
+// object file comes into being, and the exit status, follow from error_count alone.
 
 #include "base/diagnostics.h"
 

@@ -1,5 +1,5 @@
 // The one error path of source lines: a line remembers its first error, the end of the statement
-// prints and counts it.
+// prints and counts it. What the listing shows of it is the listing's own affair.
 #pragma once
 
 #include <cstdint>
@@ -78,7 +78,7 @@ void report_at_line(const char *message, const char *text);
 // Prints an error that has no line, and counts it. `text` as above.
 void report_without_line(const char *message, const char *text);
 
-// Messages that go to error_stream wait from here on until they are released or dropped. They count
+// Diagnostics wait from here on until they are released or dropped. They count
 // at once.
 void hold_messages();
 void release_messages();

@@ -1,4 +1,4 @@
-// Object and listing names come from the source name by exchanging everything behind the last dot.
+// Object and listing names come from the source name by exchanging everything after the last dot.
 // The whole name is searched for it, directories included: a source without an extension below a
 // directory with a dot loses the tail of its path, and makefiles have come to rely on it.
 
@@ -18,7 +18,7 @@ const char *object_file_name;
 const char *listing_file_name;
 char time_stamp[20];
 
-// The blocks behind the two names.
+// The blocks that hold the two names.
 static char *derived_object_name;
 static char *derived_listing_name;
 

@@ -6,7 +6,7 @@
 // The source file as named on the command line. Set for each source file.
 extern const char *source_file_name;
 
-// The files made from it; the listing's is none unless a listing is asked for. Set by
+// The files made from it; the listing's is null unless a listing is asked for. Set by
 // derive_file_names.
 extern const char *object_file_name;
 extern const char *listing_file_name;

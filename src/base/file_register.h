@@ -12,7 +12,7 @@ enum class OutputKind { OBJECT, LISTING, VERILOG, ERRORS };
 void note_input(const char *path);
 
 // Notes an output ahead of time. `source` is the source file that it belongs to, the pointer itself
-// being the key, or none for one of the whole run. Claims come in the order of OutputKind.
+// being the key, or null for one of the whole run. Claims come in the order of OutputKind.
 void claim_output(OutputKind kind, const char *source, const char *path);
 
 // Whether the output would fall on an input, or on an output claimed ahead of it.

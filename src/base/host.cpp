@@ -99,8 +99,8 @@ Opening open_for_reading(const char *path, std::FILE **file)
     return Opening::FAILED;
 }
 
-// What stands under `name` in an open directory, the links followed or not; none when the host
-// could not tell. A name that is gone by now, or hidden, has mode 0.
+// What stands under `name` in an open directory, the links followed or not; nothing when the
+// host could not tell. A name that is gone by now, or hidden, has mode 0.
 static std::optional<mode_t> mode_of_entry(DIR *directory, const char *name, int flags)
 {
     struct stat status;
@@ -146,7 +146,7 @@ std::optional<std::vector<std::string>> subdirectories(const char *path)
         [](mode_t mode) { return S_ISDIR(mode); });
 }
 
-// Matches the whole of `name`. On a mismatch behind a "*" the star takes one character more; only
+// Matches the whole of `name`. On a mismatch after a "*" the star takes one character more; only
 // the last star ever has to be tried again.
 static bool matches_pattern(std::string_view name, std::string_view pattern)
 {
@@ -190,7 +190,8 @@ static std::string directory_of(const std::string &path)
     return path.substr(0, path.rfind('/') + 1);
 }
 
-// The contents of the symbolic link `path`; empty if it is none. None when the host failed to tell.
+// The contents of the symbolic link `path`; empty if it is none. Nothing when the host failed to
+// tell.
 static std::optional<std::string> read_link(const std::string &path)
 {
     char text[PATH_MAX];
@@ -334,7 +335,7 @@ static void cut_file(int descriptor, off_t size)
         return;
 }
 
-// The file that is being written beside its target, none most of the time. The signal handler
+// The file that is being written beside its target, null most of the time. The signal handler
 // deletes it, so that signals wait while it comes and goes.
 static std::string temporary_name;
 static const char *volatile pending_temporary;
@@ -482,7 +483,7 @@ static bool overwrite_file(const char *path, const struct stat *status,
     return written;
 }
 
-// Writes to a device, a pipe, or the file behind a standard stream.
+// Writes to a device, a pipe, or the file that a standard stream leads to.
 static bool write_stream(const char *path, const struct stat &status, std::span<const Piece> pieces)
 {
     const size_t size = total_size(pieces);

@@ -32,12 +32,12 @@ enum class Opening { OPEN, ABSENT, DENIED, EXHAUSTED, FAILED };
 Opening open_for_reading(const char *path, std::FILE **file);
 
 // Names of the directories that lie in `path`, in byte order: no name with a leading ".", no
-// symbolic link. Empty when the directory may not be read, none when the host failed to tell.
+// symbolic link. Empty when the directory may not be read, nothing when the host failed to tell.
 std::optional<std::vector<std::string>> subdirectories(const char *path);
 
 // Names of the regular files in `directory` ("" is the working directory) that match `pattern` by
 // the shell's rules for "*" and "?", in byte order. A leading "." must be written out. Empty and
-// none as above.
+// nothing as above.
 std::optional<std::vector<std::string>> matching_files(const std::string &directory,
                                                        const char *pattern);
 
@@ -68,7 +68,7 @@ using Piece = std::span<const uint8_t>;
 // Puts an output in place, whole or not at all: a temporary file beside it is renamed when it is
 // complete. Symbolic links are followed, and the permissions of the file that it replaces are kept.
 // Where no file can be made or renamed there, the file itself is written; what is no regular file,
-// or stands behind standard output or standard error, too. False when it could not be written.
+// or is where standard output or standard error leads, too. False when it could not be written.
 bool write_output(const char *path, std::span<const Piece> pieces);
 
 // Deletes a file that an earlier run has written; anything but a regular file (a device, say) is

@@ -13,7 +13,7 @@ extern size_t held_bytes_max;
 
 // Gives a block of at least `size` bytes (and at least one pointer), with `first_word` in its first
 // word and the rest uninitialised: a list node is linked at birth. When the host has no more
-// memory, or when more than held_bytes_max are held, writes "no memory\n" to standard error and
+// memory, or when the bound is reached, writes "no memory\n" to standard error and
 // ends the process with status 1.
 void *xalloc(size_t size, void *first_word);
 
@@ -27,7 +27,7 @@ extern void (*exhaustion_hook)();
 // there is.
 void require_memory(uint64_t size);
 
-// Frees a block of xalloc (none is allowed).
+// Frees a block of xalloc (null is allowed).
 void free_block(void *block);
 
 // Frees `block` and returns `value`, so that a list is walked by assignment:
@@ -38,7 +38,7 @@ template <typename Value> Value xfree(void *block, Value value)
     return value;
 }
 
-// A record of type Node with `extra` bytes of room behind it. All of it is zero but the first
+// A record of type Node with `extra` bytes of room after it. All of it is zero but the first
 // field, which must be a pointer (the link of its list) and receives `first`.
 template <typename Node> Node *new_node(void *first, size_t extra = 0)
 {

@@ -1,5 +1,5 @@
 // Constants of the object file, shared by the writer and by every program that reads objects.
-// The layout itself is told byte by byte in docs/object-format.md.
+// The layout itself stands byte by byte in docs/object-format.md.
 #pragma once
 
 #include <cstdint>

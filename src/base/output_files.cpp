@@ -1,7 +1,7 @@
 // An output is right or it isn't written. So nothing is written before it is complete, and nothing
 // that the run reads, or has written under another name, is written over. A file that plainly can't
-// be created is told ahead of time and leaves the status alone; what goes wrong behind that is an
-// error.
+// be created is reported ahead of time and leaves the status alone; what goes wrong after that is
+// an error.
 
 #include "base/output_files.h"
 

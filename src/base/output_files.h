@@ -10,20 +10,20 @@
 struct ByteStream;
 
 // Claims the outputs and notes the inputs of the run as far as the command line names them. Comes
-// behind the options that are implied.
+// after the options that are implied.
 void claim_run_files(std::span<char *const> sources);
 
 // Whether an output of the current source file can be created. If not, or when it falls on another
-// file of the run, tells so on standard error; no error is counted.
+// file of the run, reports so on standard error; no error is counted.
 bool can_create_output(OutputKind kind, const char *name);
 
-// Puts an output of the current source file in place. When that fails, tells so on standard error
-// and counts an error. A file that has turned out to be an input meanwhile can't be created.
+// Puts an output of the current source file in place. When that fails, reports so on standard
+// error and counts an error. A file that has turned out to be an input meanwhile can't be created.
 void place_output(OutputKind kind, const char *name, std::span<const Piece> pieces);
 void place_output(OutputKind kind, const char *name, const ByteStream &contents);
 
-// Gathers the diagnostics from now on, if there is a +e. False, with the reason told, if its file
-// can't be created.
+// Gathers the diagnostics from now on, if there is a +e. False, with the reason printed, if its
+// file can't be created.
 bool open_error_file();
 
 // Puts the file of +e in place at the end of a run with errors; at the end of one without, deletes
@@ -31,5 +31,6 @@ bool open_error_file();
 // then go to standard error.
 bool close_error_file(bool any_errors);
 
-// Hands over what was printed on standard output. False, with the reason told once, if that failed.
+// Hands over what was printed on standard output. False, with the reason printed once, if that
+// failed.
 bool flush_standard_output();

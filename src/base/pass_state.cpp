@@ -1,5 +1,5 @@
-// The flags that drive the loop of driver/passes.cpp. They lie on the ground, since whoever defines
-// a name may find that the pass at hand is void.
+// The flags that drive the loop of driver/passes.cpp. They lie on the lowest floor, since whoever
+// defines a name may find that the pass at hand is void.
 
 #include "base/pass_state.h"
 

@@ -1,4 +1,4 @@
-// How the command line sets them is told in driver/command_line.
+// Filled by driver/command_line.
 
 #include "base/settings.h"
 

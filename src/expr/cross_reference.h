@@ -17,11 +17,11 @@ struct XrefChunk {
 struct XrefList {
     XrefChunk *head;
     XrefChunk *tail;
-    XrefChunk *hint;  // where the last use was found: the next one is likely there or behind it
+    XrefChunk *hint;  // where the last use was found: the next one is likely there or after it
     uint32_t highest; // the highest line noted: a line above it can't be there yet
 };
 
-// Notes a use of the symbol on the current line, once for each line. The first use tells the
+// Notes a use of the symbol on the current line, once for each line. The first use gives the
 // symbol its source file.
 void record_xref(Symbol *symbol);
 

@@ -314,7 +314,7 @@ static void note_reference(Symbol *symbol)
         symbol->ref_line = position.line;
         symbol->source_file = position.file;
     }
-    // Without -u an undefined symbol is told once, at the end of the sizing pass.
+    // Without -u an undefined symbol is reported once, at the end of the sizing pass.
     if (pass_number != 0 && settings.undefined_in_listing &&
         (symbol->attrs & (ATTR_DEFINED | ATTR_PUBLIC)) == 0)
         record_error(messages::NOT_DEFINED, symbol_name(*symbol));

@@ -22,7 +22,7 @@ constexpr uint8_t RELOC_PART = RELOC_HIGH | RELOC_PAGE; // a part selection is p
 // The value of an expression: the constant part, and what it is relative to until link time.
 struct ExprValue {
     uint32_t value;         // wraps at 32 bits
-    Symbol *symbol;         // what a relocation has to name, or none
+    Symbol *symbol;         // what a relocation has to name, or null
     uint8_t section_number; // the section that the value is relative to, or 0
     uint8_t reloc;          // RELOC_
 };

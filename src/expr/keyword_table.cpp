@@ -1,5 +1,5 @@
 // A plain hash table with chains. A macro that overrides a keyword takes its record over; the copy
-// made by shadow_keyword stands directly behind it and is reached through its place alone.
+// made by shadow_keyword stands directly after it and is reached through its place alone.
 
 #include "expr/keyword_table.h"
 
@@ -69,7 +69,7 @@ Keyword *find_keyword(std::string_view name)
 void shadow_keyword(Keyword *keyword)
 {
     // Only the first character of the name is copied, on purpose: no lookup by name may find the
-    // shadow. Behind the source file that overrode it an instruction thus stays unknown.
+    // shadow. After the source file that overrode it an instruction thus stays unknown.
     auto *shadow = new_node<Keyword>(keyword->next, keyword->name_length);
     shadow->name = reinterpret_cast<char *>(shadow + 1);
     shadow->name_length = keyword->name_length;

@@ -53,7 +53,7 @@ struct Keyword {
     union {
         DirectiveAction action;
         const OpcodeEntry *opcodes; // with KW_INSTRUCTION: the first row of the mnemonic
-        BodyLine *body;             // with KW_MACRO: the stored lines, none while it is empty
+        BodyLine *body;             // with KW_MACRO: the stored lines, null while it is empty
     };
     uint8_t argument; // for the action; of a macro: 1 if it overrides an older keyword of its name
     uint8_t name_length;
@@ -61,7 +61,7 @@ struct Keyword {
     char *name;     // in lower case, no end mark; inside the record
 };
 
-// Set by an expansion line that asks for the keyword behind a macro of the same name; cleared at
+// Set by an expansion line that asks for the keyword under a macro of the same name; cleared at
 // the end of the statement.
 extern bool bypass_macro;
 
@@ -74,7 +74,7 @@ void add_directives(std::span<const DirectiveRow> rows);
 // Finds a keyword, or null. With bypass_macro a macro that overrides a keyword gives that one.
 Keyword *find_keyword(std::string_view name);
 
-// Inserts a copy of the keyword right behind it, so that the keyword itself can become a macro.
+// Inserts a copy of the keyword right after it, so that the keyword itself can become a macro.
 void shadow_keyword(Keyword *keyword);
 
 // Whether the keyword is a directive, or a macro over one: a word "stem.x" is then looked up whole.

@@ -31,7 +31,7 @@ constexpr int32_t UNSTACKED_LITERALS_MAX = 20;
 static int32_t back_tokens[BACK_TOKENS_MAX];
 static size_t back_token_count;
 
-// Where to go on behind each literal that is being read.
+// Where to go on after each literal that is being read.
 static const char *literal_stack[LITERAL_DEPTH_MAX];
 static size_t literal_depth;
 static int32_t literals_read;
@@ -159,7 +159,7 @@ static uint32_t suffix_base(char last)
     }
 }
 
-// Reads a number without prefix into *value and gives the position behind it.
+// Reads a number without prefix into *value and gives the position after it.
 static const char *scan_number(const char *text, uint32_t *value)
 {
     if (text[0] == '0' && (text[1] == 'x' || text[1] == 'X'))
@@ -197,7 +197,7 @@ static int32_t read_number_or_local_label()
     return TOK_NUMBER;
 }
 
-// Reads on behind the opening quote. Nothing is escaped and a newline is a character like any
+// Reads on after the opening quote. Nothing is escaped and a newline is a character like any
 // other, so that an unclosed string takes the line's end in.
 static int32_t read_string(char quote)
 {
@@ -229,7 +229,7 @@ static bool accept(char second)
 }
 
 // The token of a single character or an operator; TOK_NONE for what may begin a name. The cursor
-// stands behind `c`.
+// stands after `c`.
 static int32_t operator_token(char c)
 {
     switch (c) {
@@ -293,7 +293,7 @@ static int32_t operator_token(char c)
     }
 }
 
-// The function's token if the name is a function word with its parenthesis right behind it, which
+// The function's token if the name is a function word with its parenthesis right after it, which
 // is then stepped over. Mixed case or a blank make it an ordinary name.
 static int32_t function_token(std::string_view name)
 {

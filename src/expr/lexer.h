@@ -1,4 +1,4 @@
-// Cuts the text behind line_cursor into tokens, one at a time and on demand.
+// Cuts the text at line_cursor into tokens, one at a time and on demand.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,7 @@
 
 struct Symbol;
 
-// Token numbers. Bit 5 marks what can be a unary operator, bit 6 what can be a binary one; the low
+// Token numbers. TOKEN_BINARY marks what can be a binary operator; the low
 // five bits of a binary operator index the precedence table of the evaluator.
 enum Token : int32_t {
     TOK_NONE = 0, // a character that begins no token; the cursor stays on it

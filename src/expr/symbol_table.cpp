@@ -1,5 +1,5 @@
-// One list is the sequence in which symbols reach object file and listing. Its order comes from
-// hash buckets of old: the symbols of a bucket are neighbours, in the order of their making, and a
+// One list is the sequence in which symbols reach object file and listing. Its order is one
+// of hash buckets: the symbols of a bucket are neighbours, in the order of their making, and a
 // bucket used for the first time comes to the head of the list. Lookups go through a finer index
 // beside it, which grows with the program.
 

@@ -37,7 +37,7 @@ struct Symbol {
     const char *source_file; // file of the definition or of the first use; not owned
     uint32_t object_index;   // number in the object file, 0 when it has none
     uint32_t def_ordinal;    // line_ordinal of the definition
-    uint32_t data_size;      // bytes of data behind the label, for debug information
+    uint32_t data_size;      // bytes of data after the label, for debug information
     uint32_t def_line;       // 0 while undefined, and for local labels
     uint32_t scope;          // of a local label
     uint32_t ref_line;       // line of the first reference, 0 while there is none
@@ -54,8 +54,8 @@ struct Symbol {
 };
 
 // Head of the one list of all symbols. Its order is that of the symbols in the object file: the
-// symbols of one hash bucket stand together, and a bucket used for the first time comes to the
-// head.
+// symbols of one hash bucket stand together, in the order of their making, and a bucket used for
+// the first time comes to the head. list_symbols sorts it.
 extern Symbol *symbol_list;
 
 // The scope that local labels belong to. 0 at the head of a pass, advanced by each ordinary label,
@@ -83,7 +83,8 @@ void reset_symbols();
 // text is taken up to its zero byte, which must follow, and cut again.
 std::string_view counted_name(std::string_view name);
 
-// The hash of both tables; its low 8 bits are the bucket.
+// The hash of names: its low 8 bits choose the bucket of a symbol, a mix of all bits that of a
+// keyword.
 uint32_t hash_name(std::string_view name);
 
 inline std::string_view symbol_name(const Symbol &symbol)

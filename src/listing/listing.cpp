@@ -139,7 +139,7 @@ static void page_check()
 {
     if (!paginate || page_length < PAGE_LENGTH_MIN)
         return;
-    // A page may be as long as a number can tell, and is then never full.
+    // A page may be as long as a number can say, and is then never full.
     if (lines_on_page < page_length) {
         ++lines_on_page;
         return;

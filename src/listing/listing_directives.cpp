@@ -20,7 +20,7 @@ static void nolist_directive(const Statement &)
     switch_listing(false);
 }
 
-// `nopage` is not the opposite of `page`: it has always been another name for it.
+// `nopage` is not the opposite of `page`: it is another name for it.
 static void page_eject(const Statement &)
 {
     eject_page();
@@ -51,7 +51,7 @@ static void list_space(const Statement &)
         list_blank_lines(static_cast<int32_t>(count.value));
 }
 
-// Reads the text of a title. False, with the error told, if there is none.
+// Reads the text of a title. False, with the error recorded, if there is none.
 static bool read_title()
 {
     const int32_t token = next_token();

@@ -9,7 +9,7 @@ void begin_rule(const char *object_name);
 // Adds a file to the dependency rule on standard output.
 void add_dependency(const char *path);
 
-// The Verilog file is made together with the listing. One that can't be created is told and not
+// The Verilog file is made together with the listing. One that can't be created is reported and not
 // tried again.
 // Whether there is one, in this pass or another.
 bool has_verilog();

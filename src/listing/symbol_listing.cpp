@@ -26,9 +26,8 @@ static bool precedes(const Symbol *a, const Symbol *b)
 }
 
 // Sorts the list by the bytes of the names, equal names in their present order, and sets the width
-// of the name column. The width is that of the longest name but for a blind spot of old: exchanging
-// neighbours from the front, in runs to the end, looks at every name except the one that is last
-// from beginning to end.
+// of the name column. The width is that of the longest name, where a name that is last before the
+// sorting and after it doesn't count.
 static void sort_symbols()
 {
     std::vector<Symbol *> symbols;

@@ -3,6 +3,6 @@
 
 struct ByteStream;
 
-// Writes the table. Sorts the symbol list by name, which breaks its hash runs: no symbol can be
-// looked up until reset_symbols.
+// Writes the table. Leaves the symbol list sorted by name. Lookups go on as before; a new symbol
+// would come to a place in the list that means nothing, until reset_symbols.
 void list_symbols(ByteStream *stream);

@@ -19,6 +19,6 @@ void remember_subtitle(const char *text);
 // Moves on to the last titles whose directives stand not below `line`, a line_ordinal.
 void advance_titles(uint32_t line);
 
-// The text in force at `line`, or none.
+// The text in force at `line`, or null.
 const char *title_in_force(uint32_t line);
 const char *subtitle_in_force(uint32_t line);

@@ -131,7 +131,7 @@ void debug_line_record()
     add_formatted_record(DEBUG_LINE, "%s:%ld", current_file_name(), current_line(), 0);
 }
 
-// Where texts aren't stored the record at hand lends its length, so that only the kind is compared.
+// Where texts aren't stored the record at hand lends its text, so that only the kind is compared.
 static void add_scope_record(uint8_t kind, const char *format, const char *file, uint32_t line)
 {
     if (stores_texts()) {

@@ -1,5 +1,5 @@
 // The one way into the sections' streams: bytes, fields and their relocation items. The encoding of
-// the relocation stream is told in docs/object-format.md.
+// the relocation stream stands in docs/object-format.md.
 #pragma once
 
 #include "base/object_format.h"
@@ -19,5 +19,5 @@ void emit_value(const ExprValue &value, bool one_byte);
 void emit_long(const ExprValue &value);
 
 // A relocation item of kind RK_ at the current location. Whoever writes the field sets the
-// section's reloc_position behind it. Nothing in the sizing pass and in bss sections.
+// section's reloc_position after it. Nothing in the sizing pass and in bss sections.
 void emit_relocation(uint8_t kind, const ExprValue &value);

@@ -17,7 +17,7 @@
 using Bytes = std::vector<uint8_t>;
 
 // The object that waits to be put in place: head and section table, the pieces of the sections, and
-// the records behind them. Without a head there is none.
+// the records after them. Without a head there is none.
 static Bytes object_head;
 static std::vector<Piece> section_pieces;
 static Bytes object_records;
@@ -72,7 +72,7 @@ static void add_sections(Bytes *table)
     }
 }
 
-// A leading blank in the name is how the linker tells a weak definition: there is no attribute bit
+// A leading blank in the name is how the linker knows a weak definition: there is no attribute bit
 // for it.
 static void add_symbol(Symbol *symbol, bool weak_definition)
 {

@@ -3,17 +3,18 @@
 
 #include <cstdint>
 
-// The processor, as the head of the file tells it.
+// The processor, as it stands in the head of the file.
 struct Machine {
     uint8_t number;
     uint8_t variant;
 };
 
 // Makes the object file in memory, after the last pass of a file without errors. One that can't be
-// created is told, and nothing is made. The symbols then stand in the list as they are in the file.
+// created is reported, and nothing is made. The symbols then stand in the list as they are in the
+// file.
 void build_object_file(const Machine &machine);
 
-// Puts the object file in place, if one was made. A failure to write is told and counted.
+// Puts the object file in place, if one was made. A failure to write is reported and counted.
 void place_object_file();
 
 // Drops the object file that was made.

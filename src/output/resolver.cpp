@@ -1,6 +1,6 @@
 // The numbers given here stay: the relocation streams of the later passes are built with them. One
 // counter numbers sections first and then symbols, so that a single number names either. Whatever
-// turns out to need a number only in a later pass (behind a condition that the sizing pass answered
+// turns out to need a number only in a later pass (under a condition that the sizing pass answered
 // otherwise, or in a section selected above its definition) is remembered, and the source is sized
 // once more with it.
 

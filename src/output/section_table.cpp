@@ -159,7 +159,7 @@ void pad_even_sections()
         const bool odd = ((section->size + section->base_address) & 1) != 0;
         if ((section->attributes & SECATTR_EVEN) == 0 || !odd)
             continue;
-        // Behind the pass's last line: the byte shows in no listing and in no gap.
+        // After the pass's last line: the byte shows in no listing and in no gap.
         if ((section->attributes & SECATTR_BSS) == 0)
             stream_put_byte(&section->code_stream, static_cast<uint8_t>(settings.fill_byte));
         ++section->size;

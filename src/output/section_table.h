@@ -9,7 +9,7 @@
 // Bits of Section::flags; internal, not in the object file.
 constexpr uint16_t SEC_DEBUG = 0x0001;       // text for tools: listed only under dlist_flag
 constexpr uint16_t SEC_USED = 0x0002;        // goes to the object file; never cleared
-constexpr uint16_t SEC_CLOSED = 0x0004;      // left behind by a later `new`: names pass over it
+constexpr uint16_t SEC_CLOSED = 0x0004;      // closed by a later `new`: names pass over it
 constexpr uint16_t SEC_NEW_PENDING = 0x0008; // opened by `new`, not yet reached in this pass
 constexpr uint16_t SEC_NEW_SEEN = 0x0010;    // opened by `new`, reached in this pass
 constexpr uint16_t SEC_NUMBERED = 0x0020;    // has its number in the object file
@@ -18,7 +18,7 @@ constexpr uint16_t SEC_LATE = 0x0040;        // has no number, but a label or re
 struct BranchRecord;
 
 struct Section {
-    Section *next;       // in order of creation; of offset_section: the real section behind it
+    Section *next;       // in order of creation; of offset_section: the real section to go back to
     uint8_t attributes;  // SECATTR_ bits
     uint8_t name_length; // 0 in offset_section only
     char section_name[SECTION_NAME_MAX];
@@ -33,8 +33,8 @@ struct Section {
 };
 
 extern Section *section_list;    // never reordered
-extern int32_t section_count;    // behind resolve_symbols: of those kept
-extern Section *current_section; // never none during a pass
+extern int32_t section_count;    // after resolve_symbols: of those kept
+extern Section *current_section; // never null during a pass
 
 // Sections asked for with `new` in this pass, and how many of them are merged into one (0: none
 // are). The group is set per source file, the counter starts at 0 in each pass.
@@ -44,7 +44,7 @@ extern int32_t new_section_group;
 // Where the attributes of a `section` directive start. Set by the target.
 extern uint8_t default_section_attributes;
 
-// The text sections, none under -si and -sm.
+// The text sections, null under -si and -sm.
 extern Section *info_section;
 extern Section *misra_section;
 
@@ -82,7 +82,7 @@ inline std::string_view section_name(const Section &section)
     return {section.section_name, section.name_length};
 }
 
-// Goes back to the real section when the `offset` section is current; tells whether it was.
+// Goes back to the real section when the `offset` section is current; returns whether it was.
 bool leave_offset_section();
 
 // Ends each section with SECATTR_EVEN on an even address.

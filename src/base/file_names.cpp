@@ -6,7 +6,6 @@
 
 #include "base/memory.h"
 #include "base/settings.h"
-#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

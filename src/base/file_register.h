@@ -2,8 +2,6 @@
 // names are.
 #pragma once
 
-#include <cstdint>
-
 // The outputs, in the order in which they give way to those before them: an object never does to a
 // listing, so that what stands under the name of an object is one.
 enum class OutputKind { OBJECT, LISTING, VERILOG, ERRORS };

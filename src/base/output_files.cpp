@@ -12,7 +12,6 @@
 #include "base/settings.h"
 #include <cstdio>
 #include <cstdlib>
-#include <string>
 #include <vector>
 
 // What a claim is found by, besides its kind.

@@ -4,7 +4,6 @@
 
 #include "base/file_register.h"
 #include "base/host.h"
-#include <cstdint>
 #include <span>
 
 struct ByteStream;

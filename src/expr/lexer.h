@@ -57,7 +57,6 @@ enum Token : int32_t {
     TOK_MINUS = 101,
 };
 
-constexpr int32_t TOKEN_UNARY = 0x20;
 constexpr int32_t TOKEN_BINARY = 0x40;
 
 // Characters that a string token holds at most.

@@ -7,7 +7,6 @@
 #include "base/byte_stream.h"
 #include "base/diagnostics.h"
 #include "base/file_names.h"
-#include "base/memory.h"
 #include "base/output_files.h"
 #include "base/pass_state.h"
 #include "base/position.h"

@@ -1,7 +1,6 @@
 // The listing: which lines are shown, in columns and pages.
 #pragma once
 
-#include "base/pass_state.h"
 #include <cstdint>
 #include <string_view>
 

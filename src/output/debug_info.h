@@ -2,7 +2,6 @@
 #pragma once
 
 #include "base/object_format.h"
-#include <cstddef>
 #include <cstdint>
 
 struct Section;

@@ -5,16 +5,10 @@
 
 #include "base/diagnostics.h"
 #include "base/pass_state.h"
-#include "expr/lexer.h"
 #include "expr/symbol_table.h"
 #include "listing/listing.h"
 #include "output/section_table.h"
 #include <algorithm>
-
-// A bit of ExprValue::reloc that turns the kinds into their modified forms; nothing on this target
-// sets it.
-constexpr uint8_t RELOC_MODIFIED = 0x20;
-constexpr uint8_t RK_MODIFIER = 0x10;
 
 static bool is_bss()
 {
@@ -150,28 +144,23 @@ void emit_relocation(uint8_t kind, const ExprValue &value)
     }
     put_item_head(kind, relocation_index(value));
     // Kinds that select a part carry what the field has no room for.
-    const uint8_t shape = kind & 0x0F;
-    if (shape < RK_HIGH || shape > RK_PLOW)
+    if (kind < RK_HIGH || kind > RK_PLOW)
         return;
     put_reloc_byte(value.value >> 24);
     put_reloc_byte(value.value >> 16);
-    if ((shape & 1) == 0)
+    if ((kind & 1) == 0)
         put_reloc_byte(value.value >> 8);
 }
 
 static uint8_t relocation_kind(uint8_t reloc, bool one_byte)
 {
-    const uint8_t modifier = reloc & RELOC_MODIFIED ? RK_MODIFIER : 0;
-    uint8_t kind;
     if (reloc & RELOC_PAGE)
-        kind = one_byte ? RK_PAGE_BYTE : RK_PAGE_WORD;
-    else if (reloc & RELOC_HIGH)
-        kind = reloc & RELOC_PLOW ? RK_PHIGH : RK_HIGH;
-    else if (reloc & RELOC_PLOW)
-        kind = one_byte ? RK_BYTE : RK_PLOW;
-    else
-        kind = one_byte ? RK_BYTE : RK_WORD;
-    return kind | modifier;
+        return one_byte ? RK_PAGE_BYTE : RK_PAGE_WORD;
+    if (reloc & RELOC_HIGH)
+        return reloc & RELOC_PLOW ? RK_PHIGH : RK_HIGH;
+    if (one_byte)
+        return RK_BYTE;
+    return reloc & RELOC_PLOW ? RK_PLOW : RK_WORD;
 }
 
 // The low bytes of a number, `size` of them, in the section's order.

@@ -4,14 +4,12 @@
 
 #include "output/object_file.h"
 
-#include "base/diagnostics.h"
 #include "base/file_names.h"
 #include "base/output_files.h"
 #include "base/settings.h"
 #include "expr/symbol_table.h"
 #include "output/debug_info.h"
 #include "output/section_table.h"
-#include <cstring>
 #include <vector>
 
 using Bytes = std::vector<uint8_t>;

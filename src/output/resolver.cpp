@@ -67,7 +67,8 @@ static void keep_late_needs()
     }
 }
 
-bool is_published(const Symbol &symbol)
+// Whether the record of the symbol, if it gets one, is public: declared so, or by -p.
+static bool is_published(const Symbol &symbol)
 {
     constexpr uint16_t NEVER_PUBLIC =
         SYM_PREDEFINED | SYM_SET | SYM_REGISTER | SYM_LOCAL | SYM_LITERAL;

@@ -2,9 +2,7 @@
 // numbers by which the object file knows them.
 #pragma once
 
-struct Symbol;
-
-// Forgets what earlier sizing passes have left behind, for a new source file.
+// Forgets what earlier sizing passes have remembered, for a new source file.
 void forget_late_needs();
 
 // Decides which sections and symbols the object file will have, numbers them and follows aliases.
@@ -12,9 +10,6 @@ void forget_late_needs();
 // Reports undefined symbols at once, or leaves them to report_late_undefined. Once after each
 // sizing pass.
 void resolve_symbols(bool report_at_once);
-
-// Whether the record of the symbol, if it gets one, is public: declared so, or by -p.
-bool is_published(const Symbol &symbol);
 
 // After the last pass of a source without errors: whether the passes needed sections or symbols
 // that have no number. They are remembered, so that resolve_symbols numbers them after a further

@@ -7,7 +7,6 @@
 #include "base/diagnostics.h"
 #include "base/memory.h"
 #include "base/settings.h"
-#include <algorithm>
 #include <cstring>
 
 Section *section_list;

@@ -248,8 +248,8 @@ bool is_same_file(const FileIdentity &file, const FileIdentity &other)
            file.directory_number == other.directory_number && file.name == other.name;
 }
 
-// Which of standard output and standard error stands for the file and can be written; -1 if none.
-static int standard_stream_of(const struct stat &status)
+// Which of standard output and standard error stands for the file and can be written, if one does.
+static std::optional<int> standard_stream_of(const struct stat &status)
 {
     for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) {
         struct stat stream_status;
@@ -258,7 +258,7 @@ static int standard_stream_of(const struct stat &status)
             stream_status.st_dev == status.st_dev && stream_status.st_ino == status.st_ino)
             return stream;
     }
-    return -1;
+    return std::nullopt;
 }
 
 // Whether the user may not do that with the path; errno tells why. Asked twice, as an output that
@@ -289,7 +289,7 @@ bool takes_output(const char *path)
     }
     if (S_ISDIR(status.st_mode))
         return false;
-    if (!S_ISREG(status.st_mode) && standard_stream_of(status) >= 0)
+    if (!S_ISREG(status.st_mode) && standard_stream_of(status))
         return true;
     return !S_ISSOCK(status.st_mode) && !is_denied(path, W_OK);
 }
@@ -487,13 +487,12 @@ static bool overwrite_file(const char *path, const struct stat *status,
 static bool write_stream(const char *path, const struct stat &status, std::span<const Piece> pieces)
 {
     const size_t size = total_size(pieces);
-    const int stream = standard_stream_of(status);
-    if (stream >= 0) {
+    if (const std::optional<int> stream = standard_stream_of(status)) {
         // What messg has printed stands ahead.
-        if (std::fflush(stdout) == 0 && write_range(stream, pieces, 0, size))
+        if (std::fflush(stdout) == 0 && write_range(*stream, pieces, 0, size))
             return true;
         if (S_ISREG(status.st_mode))
-            cut_file(stream, status.st_size);
+            cut_file(*stream, status.st_size);
         return false;
     }
     const int descriptor = persist([&] { return open(path, O_WRONLY | O_NOCTTY | O_CLOEXEC); });
@@ -517,7 +516,7 @@ bool write_output(const char *path, std::span<const Piece> pieces)
     const bool exists = read_status(path, &status);
     if (!exists && errno != ENOENT)
         return false;
-    if (exists && (!S_ISREG(status.st_mode) || standard_stream_of(status) >= 0))
+    if (exists && (!S_ISREG(status.st_mode) || standard_stream_of(status)))
         return write_stream(path, status, pieces);
     const struct stat *old = exists ? &status : nullptr;
     const std::optional<std::string> target = follow_links(path);

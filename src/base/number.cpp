@@ -2,8 +2,6 @@
 
 #include "base/number.h"
 
-constexpr uint32_t BASE_FROM_TEXT = 1;
-
 static bool has_hex_prefix(const char *text)
 {
     return text[0] == '0' && (text[1] == 'x' || text[1] == 'X');

@@ -24,8 +24,12 @@ constexpr char lower_case(char c)
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 
-// Reads a number behind optional white space and an optional sign. `base` is the radix, 2 to 36;
-// 1 lets the text choose as in C: "0x" for 16, a leading "0" for 8, otherwise 10. In base 16 a
-// "0x" is skipped. Returns the position where the number stops (with no digits: where they should
-// begin) and stores the value, which wraps at 32 bits without a message.
+// Lets the text of a number choose its base as in C: "0x" for 16, a leading "0" for 8,
+// otherwise 10.
+constexpr uint32_t BASE_FROM_TEXT = 1;
+
+// Reads a number after optional white space and an optional sign. `base` is the radix, 2 to 36,
+// or BASE_FROM_TEXT. In base 16 a "0x" is skipped. Returns the position where the number stops
+// (with no digits: where they should begin) and stores the value, which wraps at 32 bits without a
+// message.
 const char *parse_number(const char *text, uint32_t *value, uint32_t base);

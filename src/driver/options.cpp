@@ -76,7 +76,7 @@ static const char *take_value(const char *rest, WordList *words)
 static uint32_t number_value(const char *text)
 {
     uint32_t value;
-    const char *end = parse_number(text, &value, 1);
+    const char *end = parse_number(text, &value, BASE_FROM_TEXT);
     if (*end != '\0') {
         std::fprintf(stderr, "invalid number: %.*s\n", static_cast<int>(end - text) + 1, text);
         end_process(1);

@@ -141,9 +141,9 @@ static bool is_number_character(char c)
     return is_digit(c) || (lower >= 'a' && lower <= 'q');
 }
 
-// The base that the last character of a number asks for, or 0. The suffix wins over default_base,
-// so with a base of 16 "1b" and "1d" are still 1.
-static uint32_t suffix_base(char last)
+// The base that the last character of a number asks for, if it does. The suffix wins over
+// default_base, so with a base of 16 "1b" and "1d" are still 1.
+static std::optional<uint32_t> suffix_base(char last)
 {
     switch (lower_case(last)) {
     case 'b':
@@ -155,7 +155,7 @@ static uint32_t suffix_base(char last)
     case 'q':
         return 8;
     default:
-        return 0;
+        return std::nullopt;
     }
 }
 
@@ -167,10 +167,10 @@ static const char *scan_number(const char *text, uint32_t *value)
     const char *end = text;
     while (is_number_character(*end))
         ++end;
-    const uint32_t base = suffix_base(end[-1]);
-    if (base == 0)
+    const std::optional<uint32_t> base = suffix_base(end[-1]);
+    if (!base)
         return parse_number(text, value, default_base);
-    const char *stop = parse_number(text, value, base);
+    const char *stop = parse_number(text, value, *base);
     if (stop == end - 1)
         return end;
     record_error(messages::BAD_CONSTANT);
@@ -382,19 +382,19 @@ int32_t next_token()
     }
 }
 
-int32_t read_on_off()
+std::optional<bool> read_on_off()
 {
     skip_blanks();
     if (lower_case(line_cursor[0]) != 'o')
-        return -1;
+        return std::nullopt;
     switch (lower_case(line_cursor[1])) {
     case 'f': // "of" will do
         line_cursor += lower_case(line_cursor[2]) == 'f' ? 3 : 2;
-        return 0;
+        return false;
     case 'n':
         line_cursor += 2;
-        return 1;
+        return true;
     default:
-        return -1;
+        return std::nullopt;
     }
 }

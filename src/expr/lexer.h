@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 struct Symbol;
@@ -102,9 +103,8 @@ void skip_line();
 // line, one of a body or of skipped code, may have macro argument notation as part of a name.
 std::string_view scan_name(bool raw = false);
 
-// Reads the word "on" or "off" at the cursor: 1, 0, or -1 when something else stands there, which
-// is left for the end-of-statement check.
-int32_t read_on_off();
+// Reads the word "on" or "off" at the cursor. Anything else is left for the end-of-statement check.
+std::optional<bool> read_on_off();
 
 // The text of the last string token, zero-terminated.
 inline const char *token_text()

@@ -189,9 +189,7 @@ static void line_directive(const Statement &statement)
 
 static void set_flag(bool *flag)
 {
-    const int32_t setting = read_on_off();
-    if (setting >= 0)
-        *flag = setting != 0;
+    *flag = read_on_off().value_or(*flag);
 }
 
 static void clist_directive(const Statement &)

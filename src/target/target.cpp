@@ -20,9 +20,7 @@ constexpr uint32_t PAGE_BITS = 16;
 
 static void scross_directive(const Statement &)
 {
-    const int32_t setting = read_on_off();
-    if (setting >= 0)
-        scross_on = setting != 0;
+    scross_on = read_on_off().value_or(scross_on);
 }
 
 // Asks the linker to check a reference that the assembler can't see.

@@ -19,7 +19,7 @@
 enum DebugRecordState { COMPARE, MISMATCH, REBUILD };
 static DebugRecordState debug_record_state;
 
-DebugRecord *debug_records;
+static DebugRecord *debug_records;
 bool debug_lines;
 
 // The link to follow for the next record.
@@ -64,20 +64,18 @@ static DebugRecord *append_record(size_t length)
     return record;
 }
 
-// Makes the next record, or checks it against the pass before. A text of more than 255 characters
-// wraps in its length byte.
-void add_debug_record(const char *text, size_t length, uint8_t kind)
+void add_debug_record(std::string_view text, uint8_t kind)
 {
     DebugRecord *record = *debug_tail;
     if (record == nullptr)
-        record = append_record(length);
+        record = append_record(text.size());
     debug_tail = &record->next;
 
-    const auto text_length = static_cast<uint8_t>(length);
+    const auto text_length = static_cast<uint8_t>(text.size());
     if (stores_texts()) {
         record->text_length = text_length;
         if (text_length != 0)
-            std::memcpy(record->text, text, text_length);
+            std::memcpy(record->text, text.data(), text_length);
         record->kind = kind;
     } else if (debug_record_state == COMPARE &&
                (record->text_length != text_length || record->kind != kind)) {
@@ -97,17 +95,28 @@ static bool is_empty_range(const DebugRecord *record)
            record->section == end->section && record->address == end->address;
 }
 
-const DebugRecord *first_written_record(const DebugRecord *record)
+// The first record from `record` on that reaches the object file, or null.
+static const DebugRecord *written_record_from(const DebugRecord *record)
 {
     while (record != nullptr && is_empty_range(record))
         record = record->next->next;
     return record;
 }
 
+const DebugRecord *first_written_record()
+{
+    return written_record_from(debug_records);
+}
+
+const DebugRecord *next_written_record(const DebugRecord &record)
+{
+    return written_record_from(record.next);
+}
+
 void mark_sections_of_debug_records(uint16_t flag)
 {
-    const DebugRecord *record = first_written_record(debug_records);
-    for (; record != nullptr; record = first_written_record(record->next))
+    const DebugRecord *record = first_written_record();
+    for (; record != nullptr; record = next_written_record(*record))
         record->section->flags |= flag;
 }
 
@@ -123,7 +132,7 @@ static void add_formatted_record(uint8_t kind, const char *format, const char *f
     char text[TEXT_ROOM];
     const int length = std::snprintf(text, sizeof text, format, record_file_name(file),
                                      static_cast<long>(first), static_cast<long>(last));
-    add_debug_record(text, std::min(static_cast<size_t>(length), sizeof text - 1), kind);
+    add_debug_record({text, std::min(static_cast<size_t>(length), sizeof text - 1)}, kind);
 }
 
 void debug_line_record()
@@ -139,7 +148,8 @@ static void add_scope_record(uint8_t kind, const char *format, const char *file,
         return;
     }
     const DebugRecord *record = *debug_tail;
-    add_debug_record(nullptr, record != nullptr ? record->text_length : 0, kind);
+    add_debug_record(record != nullptr ? std::string_view(record->text, record->text_length) : "",
+                     kind);
 }
 
 void debug_close_scope(const char *file, uint32_t line)
@@ -183,24 +193,24 @@ void cancel_line_records()
 }
 
 // Adds a text to a section that no statement assembles into.
-static void append_text(Section *section, const char *text)
+static void append_text(Section *section, std::string_view text)
 {
     if (section == nullptr)
         return;
-    for (const char *c = text; *c != '\0'; ++c) {
+    for (const char c : text) {
         if (pass_number != 0)
-            stream_put_byte(&section->code_stream, static_cast<uint8_t>(*c == '\n' ? '\0' : *c));
+            stream_put_byte(&section->code_stream, static_cast<uint8_t>(c == '\n' ? '\0' : c));
         ++section->size;
     }
     section->flags |= SEC_USED;
 }
 
-void append_info(const char *text)
+void append_info(std::string_view text)
 {
     append_text(info_section, text);
 }
 
-void append_misra(const char *text)
+void append_misra(std::string_view text)
 {
     append_text(misra_section, text);
 }

@@ -3,6 +3,7 @@
 
 #include "base/object_format.h"
 #include <cstdint>
+#include <string_view>
 
 struct Section;
 
@@ -16,10 +17,10 @@ struct DebugRecord {
     Section *section;
     char *text; // not terminated; inside the record
 };
-extern DebugRecord *debug_records;
 
-// The first record from `record` on that reaches the object file, or null.
-const DebugRecord *first_written_record(const DebugRecord *record);
+// The records that reach the object file, in the order of the source; null at the end.
+const DebugRecord *first_written_record();
+const DebugRecord *next_written_record(const DebugRecord &record);
 
 // Sets the SEC_ bit `flag` in the sections of the records that reach the object file.
 void mark_sections_of_debug_records(uint16_t flag);
@@ -47,7 +48,7 @@ void debug_end_of_file(const char *file, uint32_t line);
 
 // Makes the next record, or checks it against the pass before. A text of more than 255 characters
 // wraps in its length byte.
-void add_debug_record(const char *text, size_t length, uint8_t kind);
+void add_debug_record(std::string_view text, uint8_t kind);
 
 // Ends the assembler's own records, since the source brings debug information: what -x has put in
 // so far goes, and no more comes, for this and all later source files.
@@ -55,8 +56,8 @@ void cancel_line_records();
 
 // Appends a text to .info. or .misra.; a newline is stored as a zero byte. Nothing happens when the
 // section is suppressed.
-void append_info(const char *text);
-void append_misra(const char *text);
+void append_info(std::string_view text);
+void append_misra(std::string_view text);
 
 // The first text of .info., at the head of each pass: object file and time.
 void write_info_header();

@@ -125,8 +125,8 @@ static uint32_t add_local_symbols()
 static uint32_t add_debug_records()
 {
     uint32_t count = 0;
-    const DebugRecord *record = first_written_record(debug_records);
-    for (; record != nullptr; record = first_written_record(record->next)) {
+    const DebugRecord *record = first_written_record();
+    for (; record != nullptr; record = next_written_record(*record)) {
         Bytes bytes;
         append_word(&bytes, record->address);
         bytes.push_back(record->kind);

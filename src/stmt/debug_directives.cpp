@@ -42,13 +42,13 @@ static void debug_directive(const Statement &statement)
         // Later passes have no prologue and must still count expansions the same.
         reset_expansion_counter();
     }
-    add_debug_record(token_text(), token_number, kind);
+    add_debug_record({token_text(), token_number}, kind);
     if (kind == DEBUG_OPTION)
         emit_option_value();
 }
 
 // Without an operand the text is an empty line; a string must bring its own line end.
-static void text_directive(void (*append)(const char *))
+static void text_directive(void (*append)(std::string_view))
 {
     switch (next_token()) {
     case TOK_STRING:

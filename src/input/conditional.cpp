@@ -152,7 +152,7 @@ void close_open_conditionals()
         return;
     record_error("unclosed if");
     if (lists_line())
-        list_expanded_error(nullptr);
+        list_error();
     else
         flush_error();
     while (cond_stack != nullptr)

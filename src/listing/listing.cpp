@@ -18,16 +18,24 @@
 #include <cstring>
 
 uint32_t list_state;
-uint32_t void_requests_seen;
 bool clist_flag;
 bool dlist_flag;
 bool mlist_flag;
 ListedLine listed_line = {"", 0, LineAddress::WITH_BYTES, 0, {}};
-int32_t page_length = 66;
 
 // Code bytes shown on a line, and the width of the address column.
 constexpr uint32_t BYTES_PER_LINE = 6;
 constexpr int ADDRESS_DIGITS = 4;
+
+// void_requests when the pass began or `list` was met last: what follows a further request isn't
+// listed, since the pass will be repeated.
+static uint32_t void_requests_seen;
+
+// Whether pages and heads are made: set from -ft at the start of each source file, and by `title`.
+static bool paginate;
+
+// Lines on a page; changed by `plen` for the rest of the run.
+static int32_t page_length = 66;
 
 // A shorter page turns pages off.
 constexpr int32_t PAGE_LENGTH_MIN = 10;
@@ -69,6 +77,16 @@ void reset_listing_for_pass()
     void_requests_seen = void_requests;
 }
 
+bool lists_line()
+{
+    return list_state == LIST_ON && void_requests == void_requests_seen;
+}
+
+bool lists_only_errors()
+{
+    return list_state == (LIST_ON | LIST_EXPANSION) && void_requests == void_requests_seen;
+}
+
 void switch_listing(bool on)
 {
     if (on) {
@@ -97,8 +115,10 @@ void open_listing(bool lists)
 {
     drop_listing();
     drop_verilog();
-    if (pass_number == 0)
+    if (pass_number == 0) {
         forget_titles();
+        paginate = settings.opt_force_title;
+    }
     rewind_titles();
     list_state = pass_number != 0 && lists ? LIST_ON : 0;
     if (list_state == LIST_ON)
@@ -151,8 +171,7 @@ static void page_check()
     lines_on_page = print_page_head();
 }
 
-// Shows the pending error below its line, and counts it.
-static void list_error()
+void list_error()
 {
     if (error_pending() && !pass_must_repeat) {
         page_check();
@@ -189,11 +208,9 @@ void list_line()
 
 void list_expanded_error(const char *line)
 {
-    if (line != nullptr) {
-        page_check();
-        print_to(&listing_text, "%4ld  --- (expanded) --- %s",
-                 static_cast<long>(static_cast<int32_t>(current_line())), line);
-    }
+    page_check();
+    print_to(&listing_text, "%4ld  --- (expanded) --- %s",
+             static_cast<long>(static_cast<int32_t>(current_line())), line);
     list_error();
 }
 
@@ -209,6 +226,16 @@ void list_switch_line(std::string_view name)
 bool fits_listing()
 {
     return (list_state & ~LIST_SKIP_LINE) == LIST_ON && void_requests == void_requests_seen;
+}
+
+void turn_pages_on()
+{
+    paginate = true;
+}
+
+void set_page_length(int32_t lines)
+{
+    page_length = lines;
 }
 
 void list_blank_lines(int32_t count)

@@ -11,21 +11,11 @@ constexpr uint32_t LIST_SKIP_LINE = 0x04; // this one line is not listed
 constexpr uint32_t LIST_OFF = 0x08;       // between `nolist` and `list`
 extern uint32_t list_state;
 
-// void_requests when the pass began or `list` was met last: what follows a further request isn't
-// listed, since the pass will be repeated.
-extern uint32_t void_requests_seen;
-
 // Whether the current line is listed in full.
-inline bool lists_line()
-{
-    return list_state == LIST_ON && void_requests == void_requests_seen;
-}
+bool lists_line();
 
 // Whether the current line is listed only if it has an error: a line of an expansion.
-inline bool lists_only_errors()
-{
-    return list_state == (LIST_ON | LIST_EXPANSION) && void_requests == void_requests_seen;
-}
+bool lists_only_errors();
 
 // Keeps the current line out of the listing.
 inline void skip_listed_line()
@@ -77,15 +67,18 @@ void note_line_byte(uint8_t byte);
 // Lists the current line, and its error below it.
 void list_line();
 
-// Lists a line of an expansion that isn't listed otherwise, and its error; without a line only the
-// error.
+// Shows the pending error, if there is one, and counts it.
+void list_error();
+
+// Lists a line of an expansion that isn't listed otherwise, and its error.
 void list_expanded_error(const char *line);
 
 // Shows a generated `switch` to the section in place of the source line.
 void list_switch_line(std::string_view name);
 
 // What the listing directives work on.
-extern int32_t page_length; // lines on a page; changed by `plen` for the rest of the run
-bool fits_listing();        // whether the directive at hand may write to the listing
+void turn_pages_on();                // for this source file
+void set_page_length(int32_t lines); // for the rest of the run
+bool fits_listing();                 // whether the directive at hand may write to the listing
 void list_blank_lines(int32_t count);
 void eject_page();

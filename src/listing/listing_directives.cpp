@@ -35,9 +35,9 @@ static ExprValue parse_line_count()
     return value;
 }
 
-static void set_page_length(const Statement &)
+static void plen_directive(const Statement &)
 {
-    page_length = static_cast<int32_t>(parse_line_count().value);
+    set_page_length(static_cast<int32_t>(parse_line_count().value));
 }
 
 static void list_space(const Statement &)
@@ -66,7 +66,7 @@ static void add_title(const Statement &)
 {
     if (!read_title())
         return;
-    paginate = true;
+    turn_pages_on();
     if (pass_number == 0)
         remember_title(token_text());
 }
@@ -82,7 +82,7 @@ std::span<const DirectiveRow> listing_directives()
     static constexpr DirectiveRow rows[] = {
         {"list", list_directive, 0, KW_QUIET},     {"nol", nolist_directive, 0, KW_QUIET},
         {"nolist", nolist_directive, 0, KW_QUIET}, {"page", page_eject, 0, KW_QUIET},
-        {"nopage", page_eject, 0, KW_QUIET},       {"plen", set_page_length, 0, KW_QUIET},
+        {"nopage", page_eject, 0, KW_QUIET},       {"plen", plen_directive, 0, KW_QUIET},
         {"spc", list_space, 0, KW_QUIET},          {"title", add_title, 0, KW_QUIET},
         {"ttl", add_title, 0, KW_QUIET},           {"subttl", add_subtitle, 0, KW_QUIET},
     };

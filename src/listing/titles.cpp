@@ -4,10 +4,6 @@
 
 #include "base/memory.h"
 #include "base/position.h"
-#include "base/settings.h"
-#include <cstring>
-
-int32_t paginate;
 
 struct TitleRecord {
     TitleRecord *next;
@@ -37,7 +33,6 @@ void forget_titles()
 {
     forget(&titles);
     forget(&subtitles);
-    paginate = settings.opt_force_title;
 }
 
 void rewind_titles()

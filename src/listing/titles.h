@@ -2,9 +2,7 @@
 #pragma once
 
 #include <cstdint>
-
-// Pages and heads are made: set from -ft at the start of each source file, and by `title`.
-extern int32_t paginate;
+#include <string_view>
 
 // Drops all titles, at the start of a source file.
 void forget_titles();

@@ -218,9 +218,6 @@ static void set_options(unsigned bits, bool may_list)
     if (!may_list)
         settings.listing_enabled = false;
     debug_lines = settings.opt_debug_lines;
-    // What directives have changed for the rest of the run.
-    set_page_length(66);
-    default_base = 10;
     line_directive_position.file = nullptr;
     restore_recording_state({});
 }

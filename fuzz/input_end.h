@@ -40,20 +40,20 @@ extern "C" void __wrap_exit(int status)
 static void start_input()
 {
     in_input = true;
-    held_bytes_max = held_bytes + INPUT_MEMORY_MAX;
+    bound_memory(INPUT_MEMORY_MAX);
 }
 
 static void stop_input()
 {
     in_input = false;
-    held_bytes_max = SIZE_MAX;
+    bound_memory(SIZE_MAX);
 }
 
 // What the driver does once for each run.
 static void start_run()
 {
     set_changing_buffers(line_buffer, token_string);
-    error_stream = std::fopen("/dev/null", "w");
+    send_diagnostics_to(std::fopen("/dev/null", "w"));
     install_keywords();
 }
 
@@ -62,11 +62,11 @@ static void reset_run()
 {
     settings = {};
     settings.program_name = "nvasm8";
-    page_length = 66;
+    set_page_length(66);
     default_base = 10;
     dot_in_names = true;
     number_suffixes_allowed = false;
-    expression_nesting = 0;
+    reset_evaluator();
 }
 
 // Drops what an input has defined, as when a source file starts over.

@@ -16,8 +16,9 @@
 #include <functional>
 #include <string>
 
-std::FILE *error_stream = stderr;
-ByteStream gathered_errors = {nullptr, &gathered_errors.head, nullptr, 0};
+// Where diagnostics go as they come, null while they are gathered for the file of +e.
+static std::FILE *error_stream = stderr;
+static ByteStream gathered_errors = {nullptr, &gathered_errors.head, nullptr, 0};
 
 // The error of the current line; no message means none. A text in the line buffer or in the string
 // token is shown as it stands there when the line is done, which a later token of the line or a
@@ -33,6 +34,26 @@ static std::array<std::span<const char>, 2> changing_buffers;
 
 static bool messages_held;
 static std::string held_messages;
+
+void send_diagnostics_to(std::FILE *stream)
+{
+    error_stream = stream;
+}
+
+void gather_diagnostics()
+{
+    error_stream = nullptr;
+}
+
+const ByteStream &gathered_diagnostics()
+{
+    return gathered_errors;
+}
+
+void drop_gathered_diagnostics()
+{
+    reset_stream(&gathered_errors);
+}
 
 // A message takes a counted text exactly when its format holds a "*".
 static bool takes_length(const char *message)
@@ -110,13 +131,13 @@ static void print_diagnostic(const std::string &line)
 void hold_messages()
 {
     messages_held = true;
-    exhaustion_hook = release_messages;
+    set_exhaustion_hook(release_messages);
 }
 
 void drop_messages()
 {
     messages_held = false;
-    exhaustion_hook = nullptr;
+    set_exhaustion_hook(nullptr);
     held_messages.clear();
 }
 

@@ -39,10 +39,14 @@ constexpr const char *TOO_MANY_SECTIONS = "too many sections";
 constexpr const char *PATH_TOO_LONG = "path too long: %.*s...";
 } // namespace messages
 
-// Where diagnostics go as they come: standard error, or none while they are gathered for the file
-// of +e, in gathered_errors.
-extern std::FILE *error_stream;
-extern ByteStream gathered_errors;
+// Prints diagnostics to `stream` as they come, from now on; to standard error before the first
+// call.
+void send_diagnostics_to(std::FILE *stream);
+
+// Gathers diagnostics in memory from now on, for the file of +e.
+void gather_diagnostics();
+const ByteStream &gathered_diagnostics();
+void drop_gathered_diagnostics();
 
 // Says where texts stand that may still change while a line is read: a message that shows one shows
 // it as it stands when the line is done. Other texts are copied, since they may be gone by then.

@@ -76,7 +76,17 @@ std::string listing_name_of(const char *source)
 
 static char *copy_name(const std::string &name)
 {
-    return copy_text(name.c_str(), name.size());
+    return copy_text(name);
+}
+
+static void forget_file_names()
+{
+    free_block(derived_object_name);
+    free_block(derived_listing_name);
+    derived_object_name = nullptr;
+    derived_listing_name = nullptr;
+    object_file_name = nullptr;
+    listing_file_name = nullptr;
 }
 
 void derive_file_names()
@@ -91,16 +101,6 @@ void derive_file_names()
         return;
     derived_listing_name = copy_name(listing_name_of(source_file_name));
     listing_file_name = derived_listing_name;
-}
-
-void forget_file_names()
-{
-    free_block(derived_object_name);
-    free_block(derived_listing_name);
-    derived_object_name = nullptr;
-    derived_listing_name = nullptr;
-    object_file_name = nullptr;
-    listing_file_name = nullptr;
 }
 
 const char *without_directory(const char *name)

@@ -22,8 +22,5 @@ std::string listing_name_of(const char *source);
 // Derives the names from source_file_name.
 void derive_file_names();
 
-// Frees the derived names; source_file_name stays.
-void forget_file_names();
-
-// `name` behind its last "/" or "\".
+// `name` after its last "/" or "\".
 const char *without_directory(const char *name);

@@ -7,10 +7,23 @@
 #include <cstdio>
 #include <cstdlib>
 
-size_t held_bytes;
-size_t held_bytes_max = size_t{2} << 30;
-void (*exhaustion_hook)();
+// Bytes handed out and not freed yet, and their bound.
+static size_t held_bytes;
+static size_t held_bytes_max = size_t{2} << 30;
+
+static void (*exhaustion_hook)();
+
 constexpr size_t HEAD_SIZE = alignof(std::max_align_t);
+
+void bound_memory(size_t size)
+{
+    held_bytes_max = size < SIZE_MAX - held_bytes ? held_bytes + size : SIZE_MAX;
+}
+
+void set_exhaustion_hook(void (*hook)())
+{
+    exhaustion_hook = hook;
+}
 
 void out_of_memory()
 {
@@ -53,10 +66,10 @@ void free_block(void *block)
     std::free(head);
 }
 
-char *copy_text(const char *text, size_t length)
+char *copy_text(std::string_view text)
 {
-    char *copy = static_cast<char *>(xalloc(length + 1, nullptr));
-    std::memcpy(copy, text, length);
-    copy[length] = '\0';
+    char *copy = static_cast<char *>(xalloc(text.size() + 1, nullptr));
+    std::memcpy(copy, text.data(), text.size());
+    copy[text.size()] = '\0';
     return copy;
 }

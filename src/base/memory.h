@@ -4,12 +4,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 #include <type_traits>
 
-// Bytes handed out and not freed yet, heads included, and how many the process may hold at once;
-// fuzzers lower the bound.
-extern size_t held_bytes;
-extern size_t held_bytes_max;
+// Bounds what the process may hold at once to `size` bytes more than it holds now, heads included.
+// 2 GiB before the first call; fuzzers set it.
+void bound_memory(size_t size);
 
 // Gives a block of at least `size` bytes (and at least one pointer), with `first_word` in its first
 // word and the rest uninitialised: a list node is linked at birth. When the host has no more
@@ -17,8 +17,9 @@ extern size_t held_bytes_max;
 // ends the process with status 1.
 void *xalloc(size_t size, void *first_word);
 
-// Called ahead of "no memory", if set: by who holds text back that the user is to see.
-extern void (*exhaustion_hook)();
+// Has `hook` called ahead of "no memory"; null for nothing. For who holds text back that the user
+// is to see.
+void set_exhaustion_hook(void (*hook)());
 
 // Ends the process as exhausted memory does.
 [[noreturn]] void out_of_memory();
@@ -49,5 +50,5 @@ template <typename Node> Node *new_node(void *first, size_t extra = 0)
     return static_cast<Node *>(block);
 }
 
-// A zero-terminated copy of `length` characters of `text` in a block of its own.
-char *copy_text(const char *text, size_t length);
+// A zero-terminated copy of `text` in a block of its own.
+char *copy_text(std::string_view text);

@@ -79,10 +79,10 @@ void place_output(OutputKind kind, const char *name, const ByteStream &contents)
 static void release_diagnostics()
 {
     std::vector<Piece> pieces;
-    append_pieces(&gathered_errors, &pieces);
+    append_pieces(&gathered_diagnostics(), &pieces);
     for (const Piece &piece : pieces)
         std::fwrite(piece.data(), 1, piece.size(), stderr);
-    reset_stream(&gathered_errors);
+    drop_gathered_diagnostics();
 }
 
 bool open_error_file()
@@ -94,15 +94,16 @@ bool open_error_file()
         std::fprintf(stderr, messages::CANT_CREATE, settings.error_file_name);
         return false;
     }
-    error_stream = nullptr;
-    // A run that ends in its middle, as exhausted memory makes it, has told what it had to tell.
+    gather_diagnostics();
+    // A run that ends in its middle, as exhausted memory makes it, has printed what it had to
+    // print.
     std::atexit(release_diagnostics);
     return true;
 }
 
 static bool remove_error_file()
 {
-    reset_stream(&gathered_errors);
+    drop_gathered_diagnostics();
     if (falls_on_another(OutputKind::ERRORS, nullptr, settings.error_file_name) ||
         remove_output(settings.error_file_name))
         return true;
@@ -112,11 +113,11 @@ static bool remove_error_file()
 
 bool close_error_file(bool any_errors)
 {
-    error_stream = stderr;
+    send_diagnostics_to(stderr);
     if (!any_errors)
         return remove_error_file();
     std::vector<Piece> pieces;
-    append_pieces(&gathered_errors, &pieces);
+    append_pieces(&gathered_diagnostics(), &pieces);
     if (falls_on_another(OutputKind::ERRORS, nullptr, settings.error_file_name)) {
         std::fprintf(stderr, messages::CANT_CREATE, settings.error_file_name);
         std::fputc('\n', stderr);
@@ -124,7 +125,7 @@ bool close_error_file(bool any_errors)
         report_unwritten(settings.error_file_name);
     } else {
         std::fprintf(stderr, "errors reported in %s\n", settings.error_file_name);
-        reset_stream(&gathered_errors);
+        drop_gathered_diagnostics();
         return true;
     }
     release_diagnostics();

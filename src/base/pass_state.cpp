@@ -6,9 +6,10 @@
 int32_t pass_number;
 bool pass_must_repeat;
 int32_t error_count;
-bool sizing_repeated;
 uint32_t void_requests;
-void (*target_pass_hook)();
+
+static bool sizing_repeated;
+static void (*target_pass_hook)();
 
 // What looks wrong only because a symbol comes late is right a pass later: more void passes with
 // errors than these, and the errors are real. Passes that differ in their text from the one before
@@ -25,6 +26,16 @@ constexpr uint64_t TEXT_DECISIONS_SEED = 0x9E3779B97F4A7C15;
 static uint64_t text_decisions;
 static uint64_t last_text_decisions;
 static bool unlike_passes;
+
+bool is_sizing_repeated()
+{
+    return sizing_repeated;
+}
+
+void set_target_pass_hook(void (*hook)())
+{
+    target_pass_hook = hook;
+}
 
 void reset_passes_for_file()
 {

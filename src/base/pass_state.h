@@ -15,11 +15,11 @@ extern bool pass_must_repeat;
 // never between passes, so an error met in two passes counts twice.
 extern int32_t error_count;
 
-// Set while the source file at hand is sized again.
-extern bool sizing_repeated;
+// Whether the source file at hand is being assembled anew, after restart_passes.
+bool is_sizing_repeated();
 
-// Called at the head of each pass, if set. Installed by the target.
-extern void (*target_pass_hook)();
+// Has `hook` called at the head of each pass. Installed by the target.
+void set_target_pass_hook(void (*hook)());
 
 // For a new source file.
 void reset_passes_for_file();

@@ -24,7 +24,7 @@ void add_env_paths(TextArray *array, const char *variable)
         }
         const size_t length = std::strcspn(value, ";");
         const bool backslash = length > 0 && value[length - 1] == '\\';
-        array->items[array->count++] = copy_text(value, length - (backslash ? 1 : 0));
+        array->items[array->count++] = copy_text({value, length - (backslash ? 1 : 0)});
         value += length;
         if (*value == ';')
             ++value;
@@ -50,7 +50,7 @@ static void add_path(TextArray *list, const char *path)
         list->items = grown;
         list->capacity *= 2;
     }
-    list->items[list->count++] = copy_text(path, std::strlen(path));
+    list->items[list->count++] = copy_text(path);
     const auto names = subdirectories(path);
     if (!names)
         end_unreadable(path);

@@ -32,7 +32,7 @@ static void set_program_name(const char *command)
         if (*c == '/' || *c == '\\')
             start = c + 1;
     }
-    char *name = copy_text(start, std::strcspn(start, "."));
+    char *name = copy_text({start, std::strcspn(start, ".")});
     for (char *c = name; *c != '\0'; ++c)
         *c = lower_case(*c);
     settings.program_name = name;
@@ -242,7 +242,7 @@ void expand_wildcards(int *argc, char ***argv)
             std::transform(path.begin() + static_cast<std::ptrdiff_t>(directory.size()), path.end(),
                            path.begin() + static_cast<std::ptrdiff_t>(directory.size()),
                            lower_case);
-            expanded.push_back(copy_text(path.c_str(), path.size()));
+            expanded.push_back(copy_text(path));
         }
     }
     if (!wildcard_seen)

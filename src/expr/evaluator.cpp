@@ -17,7 +17,7 @@
 // Operands nest only as deep as a line and its literals let them; deeper ones would exhaust the
 // stack, which ends the run as exhausted memory does.
 constexpr int32_t NESTING_MAX = 2000;
-int32_t expression_nesting;
+static int32_t expression_nesting;
 uint32_t address_page_bits;
 
 // Levels of the binary operators, by the low five bits of the token. 0: no such operator.
@@ -456,6 +456,11 @@ static void parse_primary(ExprValue *out)
         out_of_memory();
     parse_operand_token(out, next_token());
     --expression_nesting;
+}
+
+void reset_evaluator()
+{
+    expression_nesting = 0;
 }
 
 uint32_t parse_simple_value()

@@ -43,6 +43,9 @@ void expect_token(int32_t token);
 bool fits_signed_byte(const ExprValue &value);
 bool fits_byte(const ExprValue &value);
 
+// Forgets an expression that the end of the process has broken off: for fuzzers, which go on.
+void reset_evaluator();
+
 // Reads one operand without operators: a number, a symbol or "*". Records "syntax error".
 uint32_t parse_simple_value();
 

@@ -167,7 +167,7 @@ void expand_macro(BodyLine *body, std::string_view suffix)
 {
     skip_blanks();
     auto *expansion = new_node<Expansion>(nullptr);
-    expansion->arg_text = copy_text(line_cursor, std::strlen(line_cursor));
+    expansion->arg_text = copy_text(line_cursor);
     expansion->suffix = suffix.empty() ? '\0' : suffix.front();
     line_cursor += begin_expansion(expansion, body);
     push_expansion(expansion);

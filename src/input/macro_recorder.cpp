@@ -252,7 +252,7 @@ static Expansion *start_list(BodyLine **body)
     BodyLine *list = *body;
     if (list == nullptr) // a count of -1 looks like a list, and nothing follows it
         return nullptr;
-    char *items = copy_text(list->text, std::strlen(list->text));
+    char *items = copy_text(list->text);
     *body = xfree(list, list->next);
     Expansion *expansion = expand_list(*body, items);
     if (expansion->arg_count == 0) {
@@ -267,7 +267,7 @@ static Expansion *start_list(BodyLine **body)
 static Expansion *start_count(BodyLine *body, uint16_t count)
 {
     auto *expansion = new_node<Expansion>(nullptr);
-    expansion->arg_text = copy_text("", 0);
+    expansion->arg_text = copy_text("");
     expansion->call_number = next_call_number();
     expansion->position = body;
     expansion->repeats_left = count;

@@ -108,7 +108,7 @@ static void open_span_file(const char *name)
         report_at_line(CANT_OPEN_SOURCE, name);
         break;
     }
-    span_name = copy_text(name, std::strlen(name));
+    span_name = copy_text(name);
 }
 
 // Back to the first line. A file that can't be read from there is given up.

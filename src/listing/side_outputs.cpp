@@ -5,6 +5,7 @@
 #include "base/byte_stream.h"
 #include "base/output_files.h"
 #include "base/settings.h"
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
@@ -68,7 +69,7 @@ void close_verilog()
     drop_verilog();
 }
 
-void write_verilog_line(const char *text)
+void write_verilog_line(std::string_view text)
 {
     if (verilog_open)
         stream_put_text(&verilog_text, text);

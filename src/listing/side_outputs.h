@@ -1,7 +1,7 @@
 // Two small outputs beside the listing: the dependency rule of -md and the Verilog file of +v.
 #pragma once
 
-#include <cstdint>
+#include <string_view>
 
 // Begins the dependency rule of an object on standard output.
 void begin_rule(const char *object_name);
@@ -20,4 +20,4 @@ void drop_verilog();
 void close_verilog();
 
 // Writes text to the Verilog file, if it is open.
-void write_verilog_line(const char *text);
+void write_verilog_line(std::string_view text);

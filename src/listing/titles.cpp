@@ -41,11 +41,11 @@ void rewind_titles()
     subtitles.current = subtitles.head;
 }
 
-static void remember(TitleList *list, const char *text)
+static void remember(TitleList *list, std::string_view text)
 {
     auto *record = new_node<TitleRecord>(nullptr);
     record->line = line_ordinal;
-    record->text = copy_text(text, std::strlen(text));
+    record->text = copy_text(text);
     if (list->last != nullptr)
         list->last->next = record;
     else
@@ -53,12 +53,12 @@ static void remember(TitleList *list, const char *text)
     list->last = record;
 }
 
-void remember_title(const char *text)
+void remember_title(std::string_view text)
 {
     remember(&titles, text);
 }
 
-void remember_subtitle(const char *text)
+void remember_subtitle(std::string_view text)
 {
     remember(&subtitles, text);
 }

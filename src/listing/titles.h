@@ -11,8 +11,8 @@ void forget_titles();
 void rewind_titles();
 
 // Remembers a title or subtitle with the line of its directive; in the sizing pass only.
-void remember_title(const char *text);
-void remember_subtitle(const char *text);
+void remember_title(std::string_view text);
+void remember_subtitle(std::string_view text);
 
 // Moves on to the last titles whose directives stand not below `line`, a line_ordinal.
 void advance_titles(uint32_t line);

@@ -46,7 +46,7 @@ static void message_directive(const Statement &)
 {
     if (next_token() != TOK_STRING)
         record_error(messages::SYNTAX_ERROR);
-    else if (pass_number == 0 && !sizing_repeated)
+    else if (pass_number == 0 && !is_sizing_repeated())
         std::printf("%.*s\n", static_cast<int>(token_number), token_text());
 }
 
@@ -158,7 +158,7 @@ static void set_directive_file(const std::string &name)
 
     if (kept_names == nullptr || name != kept_names->text) {
         kept_names = new_node<KeptName>(kept_names);
-        kept_names->text = copy_text(name.c_str(), name.size());
+        kept_names->text = copy_text(name);
     }
     line_directive_position.file = kept_names->text;
 }

@@ -211,7 +211,7 @@ static char *copy_literal_text()
 {
     if (token_length() < 0)
         out_of_memory();
-    return copy_text(token_text(), static_cast<size_t>(token_length()));
+    return copy_text({token_text(), static_cast<size_t>(token_length())});
 }
 
 static void literal_directive(const Statement &statement)

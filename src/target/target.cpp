@@ -73,5 +73,5 @@ void install_target()
     add_directives(target_directives);
     install_mnemonics();
     default_section_attributes = SECATTR_HILO;
-    target_pass_hook = reset_target_for_pass;
+    set_target_pass_hook(reset_target_for_pass);
 }

@@ -2,8 +2,8 @@
 // are fixed, numbers are in hex but for counts and numberings, and all texts are escaped.
 #include "nvobj8/print_object.h"
 
-#include "nvobj8/debug_table.h"
 #include "base/object_format.h"
+#include "nvobj8/debug_table.h"
 #include <algorithm>
 #include <cinttypes>
 #include <cstdio>

@@ -11,5 +11,5 @@ void reset_branch_records();
 // Notes a jump to `target` at the current location; the latest jump to a target wins.
 void record_jump(uint32_t target);
 
-// Finds a jump to `target` in the current section and stores its address; false if there is none.
+// Finds a jump to `target` in the current section and stores its address; false without one.
 bool find_jump(uint32_t target, uint32_t *address);

@@ -3,6 +3,6 @@
 
 struct OpcodeEntry;
 
-// Assembles one instruction from the mnemonic's first row, the cursor behind the mnemonic. Records
+// Assembles one instruction from the mnemonic's first row, the cursor after the mnemonic. Records
 // "bad addressing mode", "value too large", "bad relocatable expression".
 void encode_instruction(const OpcodeEntry *row);

@@ -3,9 +3,9 @@
 
 #include "target/instruction_table.h"
 
-#include <cstring>
 #include <initializer_list>
 #include <span>
+#include <string_view>
 
 const std::array<RegisterName, 20> register_table = {{
     {"a", AM_A},   {"A", AM_A},   {"x", AM_X},   {"X", AM_X},   {"y", AM_Y},
@@ -179,14 +179,14 @@ constexpr Row ldf_rows[] = {
 
 struct Tables {
     std::array<OpcodeEntry, OPCODE_ROW_COUNT + 1> rows{};
-    std::array<const char *, MNEMONIC_COUNT> names{};
     size_t row_count = 0;
     size_t name_count = 0;
 
-    // Opens the next group; mnemonics come in alphabetical order.
-    constexpr void mnemonic(const char *name)
+    // Opens the next group, which must be that of the next name.
+    constexpr void mnemonic(std::string_view name)
     {
-        names[name_count++] = name;
+        if (mnemonic_names[name_count++] != name)
+            no_such_mnemonic();
     }
 
     constexpr void add(const Row &row, uint8_t nibble = 0)
@@ -196,50 +196,50 @@ struct Tables {
             static_cast<uint8_t>(row.prefix << PREFIX_SHIFT | row.first), row.second};
     }
 
-    constexpr void group(const char *name, std::span<const Row> group_rows, uint8_t nibble = 0)
+    constexpr void group(std::string_view name, std::span<const Row> group_rows, uint8_t nibble = 0)
     {
         mnemonic(name);
         for (const Row &row : group_rows)
             add(row, nibble);
     }
 
-    constexpr void group(const char *name, std::initializer_list<Row> group_rows)
+    constexpr void group(std::string_view name, std::initializer_list<Row> group_rows)
     {
         mnemonic(name);
         for (const Row &row : group_rows)
             add(row);
     }
 
-    constexpr void accumulator(const char *name, uint8_t operation)
+    constexpr void accumulator(std::string_view name, uint8_t operation)
     {
         group(name, accumulator_family, operation);
     }
 
     // A read-modify-write operation and the mnemonic of its word form, which follows it directly.
-    constexpr void modify(const char *name, const char *word_name, uint8_t operation)
+    constexpr void modify(std::string_view name, std::string_view word_name, uint8_t operation)
     {
         group(name, modify_family, operation);
         group(word_name, word_family, operation);
     }
 
-    constexpr void jump(const char *name, uint8_t operation)
+    constexpr void jump(std::string_view name, uint8_t operation)
     {
         group(name, jump_family, operation);
     }
 
-    constexpr void plain(const char *name, uint8_t opcode, uint8_t prefix = P0)
+    constexpr void plain(std::string_view name, uint8_t opcode, uint8_t prefix = P0)
     {
         group(name, {{prefix, opcode}});
     }
 
     // A branch: the opcode with its lowest bit flipped is the branch on the opposite condition.
-    constexpr void branch(const char *name, uint8_t opcode, uint8_t prefix = P0)
+    constexpr void branch(std::string_view name, uint8_t opcode, uint8_t prefix = P0)
     {
         group(name, {{prefix, opcode, AM_NONE, OP_REL}});
     }
 
     // A bit instruction; the opcode grows by twice the bit number.
-    constexpr void bit(const char *name, uint8_t prefix, uint8_t opcode, uint8_t offset = 0)
+    constexpr void bit(std::string_view name, uint8_t prefix, uint8_t opcode, uint8_t offset = 0)
     {
         group(name, {{prefix, opcode, AM_LONG, static_cast<uint8_t>(AM_BIT | offset)}});
     }
@@ -380,13 +380,3 @@ static_assert(tables.name_count == MNEMONIC_COUNT);
 } // namespace
 
 constexpr std::array<OpcodeEntry, OPCODE_ROW_COUNT + 1> opcode_table = tables.rows;
-constexpr std::array<const char *, MNEMONIC_COUNT> mnemonic_names = tables.names;
-
-uint8_t mnemonic_number(const char *name)
-{
-    for (size_t i = 0; i < mnemonic_names.size(); ++i) {
-        if (std::strcmp(mnemonic_names[i], name) == 0)
-            return static_cast<uint8_t>(i + 1);
-    }
-    return 0;
-}

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 // Addressing modes. 1 to 10 are the numbers of the registers, so that a register operand's mode is
 // its number.
@@ -47,7 +48,7 @@ constexpr uint8_t AM_FIRST_MEMORY = AM_SHORT; // modes below are registers or no
 constexpr uint8_t PREFIX_NONE = 0;
 constexpr uint8_t PREFIX_72 = 1;
 constexpr uint8_t PREFIX_90 = 2;
-constexpr uint8_t PREFIX_SWAP = 3; // 51 72 ahead and 51 behind: y taken in and out through x
+constexpr uint8_t PREFIX_SWAP = 3; // 51 72 ahead and 51 after: y taken in and out through x
 constexpr uint8_t PREFIX_91 = 4;
 constexpr uint8_t PREFIX_92 = 6;
 
@@ -72,14 +73,38 @@ struct RegisterName {
 constexpr size_t OPCODE_ROW_COUNT = 591;
 constexpr size_t MNEMONIC_COUNT = 105;
 
+// In alphabetical order.
+constexpr std::array<std::string_view, MNEMONIC_COUNT> mnemonic_names = {
+    "adc",   "add",   "addw",  "and",   "bccm",  "bcp",   "bcpl",  "bkpt",  "break", "bres",
+    "bset",  "btjf",  "btjt",  "call",  "callf", "callr", "ccf",   "clr",   "clrw",  "cp",
+    "cpl",   "cplw",  "cpw",   "dec",   "decw",  "div",   "divw",  "exg",   "exgw",  "halt",
+    "inc",   "incw",  "iret",  "jp",    "jpf",   "jra",   "jrc",   "jreq",  "jrf",   "jrh",
+    "jrih",  "jril",  "jrm",   "jrmi",  "jrnc",  "jrne",  "jrnh",  "jrnm",  "jrnv",  "jrpl",
+    "jrsge", "jrsgt", "jrsle", "jrslt", "jrt",   "jruge", "jrugt", "jrule", "jrult", "jrv",
+    "ld",    "ldf",   "ldw",   "mov",   "mul",   "neg",   "negw",  "nop",   "or",    "pop",
+    "popw",  "push",  "pushw", "rcf",   "ret",   "retf",  "rim",   "rlc",   "rlcw",  "rlwa",
+    "rrc",   "rrcw",  "rrwa",  "rvf",   "sbc",   "scf",   "sim",   "sla",   "slaw",  "sll",
+    "sllw",  "sra",   "sraw",  "srl",   "srlw",  "sub",   "subw",  "swap",  "swapw", "tnz",
+    "tnzw",  "trap",  "wfe",   "wfi",   "xor",
+};
+
 // Grouped by mnemonic, in the order in which the encoder tries the rows: the first that fits wins.
 // A row of zeros ends the table.
 extern const std::array<OpcodeEntry, OPCODE_ROW_COUNT + 1> opcode_table;
 
-extern const std::array<const char *, MNEMONIC_COUNT> mnemonic_names;
-
 // Each name in lower and in upper case; no other mix of case is a register.
 extern const std::array<RegisterName, 20> register_table;
 
-// The mnemonic_id of a mnemonic, 0 for none.
-uint8_t mnemonic_number(const char *name);
+// Never defined: a call at compile time is an error that names a word which is no mnemonic.
+void no_such_mnemonic();
+
+// The mnemonic_id of a mnemonic; another word doesn't compile.
+consteval uint8_t mnemonic_number(std::string_view name)
+{
+    for (size_t i = 0; i < mnemonic_names.size(); ++i) {
+        if (mnemonic_names[i] == name)
+            return static_cast<uint8_t>(i + 1);
+    }
+    no_such_mnemonic();
+    return 0;
+}

@@ -1,5 +1,5 @@
 // The source never says whether an address is short or long: the value alone settles it, here. A
-// size extension may be written behind a pointer and is read over.
+// size extension may be written after a pointer and is read over.
 
 #include "target/operand.h"
 
@@ -23,7 +23,7 @@ static void skip_size_extension()
         record_error("bad size extension");
 }
 
-// Reads "[value]" behind its opening bracket; true if the pointer is at a short address. Meanwhile
+// Reads "[value]" after its opening bracket; true if the pointer is at a short address. Meanwhile
 // a name can't swallow the "." of a size extension.
 static bool parse_pointer(ExprValue *value)
 {
@@ -94,7 +94,7 @@ static uint8_t indexed_mode(const ExprValue &value, uint8_t pointer, bool index_
     return index_is_y ? AM_LONG_Y : AM_LONG_X;
 }
 
-// Reads an indexed operand behind its opening parenthesis.
+// Reads an indexed operand after its opening parenthesis.
 static uint8_t parse_indexed(ExprValue *value)
 {
     const int32_t token = next_token();

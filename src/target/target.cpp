@@ -12,6 +12,7 @@
 #include "output/section_table.h"
 #include "target/branch_record.h"
 #include "target/instruction_table.h"
+#include <string_view>
 
 const Machine target_machine = {6, 3};
 bool scross_on;
@@ -57,7 +58,7 @@ static void install_mnemonics()
 {
     const OpcodeEntry *row = opcode_table.data();
     uint8_t id = 0;
-    for (const char *name : mnemonic_names) {
+    for (const std::string_view name : mnemonic_names) {
         ++id;
         Keyword *keyword = add_keyword(name, 0, KW_INSTRUCTION);
         keyword->opcodes = row;

@@ -4,7 +4,7 @@
 #include "output/object_file.h"
 #include <cstdint>
 
-// What the object file tells of the processor.
+// What the object file says of the processor.
 extern const Machine target_machine;
 
 // Far targets are reached with `jpf` (on) or `jp`. On at the head of each pass, changed by

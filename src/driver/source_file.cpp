@@ -21,7 +21,7 @@
 #include "output/object_file.h"
 #include "output/resolver.h"
 #include "output/section_table.h"
-#include "stmt/section_directives.h"
+#include "stmt/section_stacks.h"
 #include "target/target.h"
 #include <cstdio>
 #include <cstring>

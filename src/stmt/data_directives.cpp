@@ -23,7 +23,7 @@ static void leave_offset_for_data()
         listed_line.address = current_location();
 }
 
-// From the label to the end of the last data behind it, over several directives.
+// From the label to the end of the last data after it, over several directives.
 static void note_data_size()
 {
     if (debug_lines && last_label != nullptr)

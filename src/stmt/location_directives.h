@@ -1,4 +1,4 @@
-// Directives that move the location counter, or tell it.
+// Directives that move the location counter, or write it out.
 #pragma once
 
 #include "expr/keyword_table.h"

@@ -5,7 +5,6 @@
 
 #include "base/diagnostics.h"
 #include "base/file_names.h"
-#include "base/memory.h"
 #include "base/number.h"
 #include "base/pass_state.h"
 #include "base/position.h"
@@ -15,194 +14,32 @@
 #include "listing/listing.h"
 #include "output/debug_info.h"
 #include "output/section_table.h"
+#include "stmt/section_request.h"
+#include "stmt/section_stacks.h"
 #include "stmt/statement.h"
 #include <string_view>
 
 // `section 255` stands for .bsct without any binding.
-constexpr int32_t BSCT_NUMBER = 255;
-constexpr int32_t NO_NUMBER = -1;
-constexpr uint32_t SECTION_NUMBER_END = 256;
+constexpr uint8_t BSCT_NUMBER = 255;
 
-// A number of the old syntax and its section, newest first. Filled in the sizing pass.
-struct NumberedSection {
-    NumberedSection *next;
-    Section *section;
-    uint8_t number;
-};
-static NumberedSection *numbered_sections;
-
-struct SavedSection {
-    SavedSection *next;
-    Section *section;
-};
-static SavedSection *section_stack;
-
-struct AttributeWord {
-    std::string_view word;
-    uint8_t bit; // 0: `new`, which is no attribute
-};
-
-static constexpr AttributeWord attribute_words[] = {
-    {"abs", SECATTR_ABS},     {"bit", SECATTR_BIT},
-    {"bss", SECATTR_BSS},     {"new", 0},
-    {"code", SECATTR_CODE},   {"even", SECATTR_EVEN},
-    {"hilo", SECATTR_HILO},   {"long", SECATTR_LONG},
-    {"zpage", SECATTR_ZPAGE},
-};
-
-// The operands of a `section` directive.
-struct SectionRequest {
-    uint8_t attributes;
-    uint32_t word_count;
-    bool wants_new;
-    int32_t number;
-};
-
-void forget_section_stacks()
-{
-    while (numbered_sections != nullptr)
-        numbered_sections = xfree(numbered_sections, numbered_sections->next);
-    while (section_stack != nullptr)
-        section_stack = xfree(section_stack, section_stack->next);
-}
-
-// --- operands of `section` ---------------------------------------------------------------------
-
-static const AttributeWord *find_attribute(std::string_view word)
-{
-    for (const AttributeWord &row : attribute_words) {
-        if (row.word == word)
-            return &row;
-    }
-    return nullptr;
-}
-
-static void apply_bits(SectionRequest *request, uint8_t bits, bool add)
-{
-    if (add)
-        request->attributes |= bits;
-    else
-        request->attributes &= static_cast<uint8_t>(~bits);
-}
-
-// A word that is no attribute is the name of a section, which lends its own. As the first word it
-// also starts them from nothing. The lookup leaves that section current.
-static void apply_lent_attributes(SectionRequest *request, std::string_view word, bool add)
-{
-    if (request->word_count == 1 && add)
-        request->attributes = 0;
-    const Section *lender = select_section(word);
-    if (lender != nullptr)
-        apply_bits(request, lender->attributes, add);
-    else
-        record_error("unknown attribute %.*s", word);
-}
-
-static void read_attribute(SectionRequest *request)
-{
-    bool add = true;
-    if (*line_cursor == '+' || *line_cursor == '-') {
-        add = *line_cursor++ == '+';
-        skip_blanks();
-    }
-    const std::string_view word = scan_name();
-    if (word.empty()) {
-        if (request->word_count != 0)
-            record_error(messages::MISSING_LABEL);
-        else
-            request->attributes = section_list->attributes;
-        return;
-    }
-    ++request->word_count;
-    const AttributeWord *row = find_attribute(word);
-    if (row == nullptr)
-        apply_lent_attributes(request, word, add);
-    else if (row->bit == 0)
-        request->wants_new = true;
-    else
-        apply_bits(request, row->bit, add);
-}
-
-static void read_section_number(SectionRequest *request)
-{
-    if (request->number != NO_NUMBER || !settings.opt_old_syntax)
-        force_error(messages::SYNTAX_ERROR);
-    uint32_t number = 0;
-    bool too_large = false;
-    while (is_digit(*line_cursor)) {
-        number = number * 10 + static_cast<uint32_t>(*line_cursor++ - '0');
-        too_large = too_large || number >= SECTION_NUMBER_END;
-    }
-    request->number = static_cast<int32_t>(number);
-    if (too_large) {
-        force_error(messages::VALUE_TOO_LARGE);
-        request->number = NO_NUMBER;
-    }
-    skip_blanks();
-    if (*line_cursor != ',' && request->word_count == 0)
-        request->attributes = section_list->attributes;
-}
-
-static SectionRequest read_section_request()
-{
-    SectionRequest request = {default_section_attributes, 0, false, NO_NUMBER};
-    if (settings.opt_absolute)
-        request.attributes |= SECATTR_ABS;
-    for (;;) {
-        skip_blanks();
-        if (is_digit(*line_cursor))
-            read_section_number(&request);
-        else
-            read_attribute(&request);
-        skip_blanks();
-        if (*line_cursor != ',')
-            return request;
-        ++line_cursor;
-    }
-}
-
-// --- `section n`: a section by its number -------------------------------------------------------
-
-static NumberedSection *find_number(int32_t number)
-{
-    NumberedSection *node = numbered_sections;
-    while (node != nullptr && node->number != number)
-        node = node->next;
-    return node;
-}
-
-// Selects a section by number. The result is the section, or none.
+// Selects a section by number. The result is the section, or null.
 static Section *select_by_number(const SectionRequest &request)
 {
-    if (request.number == NO_NUMBER || !settings.opt_old_syntax) {
+    if (!request.number || !settings.opt_old_syntax) {
         force_error(messages::MISSING_LABEL);
         return nullptr;
     }
     if (request.word_count != 0)
         record_error(messages::SYNTAX_ERROR);
-    if (const NumberedSection *node = find_number(request.number)) {
-        current_section = node->section;
-        return node->section;
+    if (Section *section = find_numbered_section(*request.number)) {
+        current_section = section;
+        return section;
     }
     if (request.number == BSCT_NUMBER)
         return select_section(".bsct");
     record_error(messages::SECTION_NOT_ASSIGNED);
     return nullptr;
 }
-
-static void bind_number(Section *section, int32_t number)
-{
-    if (number == BSCT_NUMBER || find_number(number) != nullptr) {
-        force_error(messages::SECTION_ALREADY_ASSIGNED);
-        return;
-    }
-    auto *node = new_node<NumberedSection>(numbered_sections);
-    node->section = section;
-    node->number = static_cast<uint8_t>(number);
-    numbered_sections = node;
-}
-
-// --- `name: section` ----------------------------------------------------------------------------
 
 // With a group of n every n-th `new` opens a further instance; the flag is dropped for the others,
 // which go on in the instance that is open. A name's first instance needs no flag.
@@ -218,7 +55,7 @@ static bool keeps_new()
     return keeps;
 }
 
-// In the sizing pass: `section` is the one just made, or none if the name was taken.
+// In the sizing pass: `section` is the one just made, or null if the name was taken.
 static Section *open_instance(Section *section, std::string_view name, bool keeps)
 {
     if (section != nullptr) {
@@ -258,13 +95,18 @@ static Section *select_instance(Section *section, std::string_view name)
 }
 
 // Whether the number is bound to the section that has this name already.
-static bool is_bound_to(int32_t number, std::string_view name)
+static bool is_bound_to(uint8_t number, std::string_view name)
 {
-    const NumberedSection *node = find_number(number);
-    if (node == nullptr)
-        return false;
-    const Section *section = node->section;
-    return section_name(*section) == name.substr(0, SECTION_NAME_MAX);
+    const Section *section = find_numbered_section(number);
+    return section != nullptr && section_name(*section) == name.substr(0, SECTION_NAME_MAX);
+}
+
+static void bind_number(Section *section, uint8_t number)
+{
+    if (number == BSCT_NUMBER || find_numbered_section(number) != nullptr)
+        force_error(messages::SECTION_ALREADY_ASSIGNED);
+    else
+        add_numbered_section(section, number);
 }
 
 static Section *select_by_name(const SectionRequest &request, std::string_view name)
@@ -278,15 +120,15 @@ static Section *select_by_name(const SectionRequest &request, std::string_view n
         section = select_instance(section, name);
     if (section == nullptr) {
         const bool repeated =
-            pass_number == 0 && request.number != NO_NUMBER && is_bound_to(request.number, name);
+            pass_number == 0 && request.number && is_bound_to(*request.number, name);
         if (!repeated)
             force_error(messages::MULTIPLY_DEFINED, name);
         return nullptr;
     }
     if (pass_number == 0) {
         section->attributes = request.attributes;
-        if (request.number != NO_NUMBER)
-            bind_number(section, request.number);
+        if (request.number)
+            bind_number(section, *request.number);
     }
     return section;
 }
@@ -307,8 +149,6 @@ static void section_directive(const Statement &statement)
     if (debug_lines)
         debug_open_scope(source_file_name, current_line());
 }
-
-// --- `switch`, `save`, `restore` ----------------------------------------------------------------
 
 // Selects the section that stands on the line. In the sizing pass a section that is defined further
 // down is passed over without a word, since errors aren't recorded there.
@@ -361,9 +201,7 @@ static void bsct_directive(const Statement &)
 static void save_directive(const Statement &)
 {
     leave_offset_section();
-    auto *node = new_node<SavedSection>(section_stack);
-    node->section = current_section;
-    section_stack = node;
+    save_section(current_section);
     skip_line();
 }
 
@@ -372,12 +210,10 @@ static void restore_directive(const Statement &)
     leave_offset_section();
     if (debug_lines)
         debug_close_scope(source_file_name, current_line());
-    if (section_stack == nullptr) {
+    if (Section *saved = take_saved_section())
+        current_section = saved;
+    else
         record_error("missing save directive");
-    } else {
-        current_section = section_stack->section;
-        section_stack = xfree(section_stack, section_stack->next);
-    }
     if (debug_lines)
         debug_open_scope(source_file_name, current_line());
     skip_line();

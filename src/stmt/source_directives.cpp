@@ -50,7 +50,7 @@ static void message_directive(const Statement &)
         std::printf("%.*s\n", static_cast<int>(token_number), token_text());
 }
 
-// Reads a decimal number at *text and moves behind it.
+// Reads a decimal number at *text and moves past it.
 static uint32_t read_line_number(const char **text)
 {
     uint32_t number = 0;

@@ -1,5 +1,5 @@
 // What a line is gets decided word by word: a label ends in a colon (or, in the old syntax, begins
-// in the first column), the word behind it is a directive, a mnemonic or a macro. In skipped code
+// in the first column), the word after it is a directive, a mnemonic or a macro. In skipped code
 // only conditionals count; while a body is recorded every line goes to the recorder.
 
 #include "stmt/statement.h"
@@ -19,7 +19,6 @@
 #include "output/debug_info.h"
 #include "output/emission.h"
 #include "output/section_table.h"
-#include "stmt/section_directives.h"
 #include "target/encoder.h"
 
 Symbol *last_label;

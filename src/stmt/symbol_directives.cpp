@@ -234,7 +234,7 @@ static void literal_directive(const Statement &statement)
     symbol->flags |= SYM_LITERAL;
 }
 
-// What the directives of the external family tell of their symbols: their arguments.
+// What the directives of the external family say of their symbols: their arguments.
 enum External : uint8_t { BYTE, WORD, DEFAULT, LONG, BIT, BYTE_BIT, WEAK };
 
 static uint8_t external_attributes(uint8_t external)
@@ -301,7 +301,7 @@ static void local_directive(const Statement &)
     ++scope_number;
 }
 
-// The value behind the name; 1 unless it is written.
+// The value after the name; 1 unless it is written.
 static uint32_t read_defined_value()
 {
     if (next_token() != TOK_EQ)

@@ -125,7 +125,7 @@ Expansion *visit_suspended_expansions(bool (*stops)(Expansion *))
     return nullptr;
 }
 
-// The line that can't be read is the one behind the last; the file ends there.
+// The line that can't be read is the one after the last; the file ends there.
 static void report_read_error()
 {
     ++current_position->line;
@@ -220,7 +220,7 @@ static FileRecord *append_file_record(const char *name)
     return record;
 }
 
-// The record that serves an opening in a later pass: the first of that name behind the file that
+// The record that serves an opening in a later pass: the first of that name after the file that
 // includes it. A file that only a later pass opens shows the name of the main source.
 static FileRecord *find_file_record(const char *name)
 {
@@ -263,8 +263,8 @@ static const std::string &first_opened_name(const char *name, const char *opened
     return known_names.try_emplace(name, opened_name).first->second;
 }
 
-// Tells a name that opens in one pass and not in another. Once: a pass that fails to open it again
-// records the error as for any other name.
+// Reports a name that opens in one pass and not in another. Once: a pass that fails to open it
+// again records the error as for any other name.
 static void report_changed_name(const char *name)
 {
     failed_once = true;
@@ -319,7 +319,7 @@ static NameState open_name(const char *name)
     return first_name == opened_name ? NameState::MISSING : NameState::CHANGED;
 }
 
-int32_t open_include(const char *name)
+bool open_include(const char *name)
 {
     const NameState state = open_name(name);
     if (state == NameState::CHANGED)

@@ -14,23 +14,23 @@ constexpr size_t LINE_ROOM = 512;
 // by open_include.
 extern char line_buffer[LINE_ROOM];
 
-// The expansion being read, none while lines come from a file.
+// The expansion being read, null while lines come from a file.
 extern Expansion *current_expansion;
 
 // Set by `end`: the current file counts as finished when it is asked for its next line.
 extern bool end_seen;
 
-// The next line of the pass with its newline, if it has one, or none at the end. It stays valid
+// The next line of the pass with its newline, if it has one, or null at the end. It stays valid
 // until the next call.
 const char *next_line();
 
-// Makes a file the current input and returns 1, or records "can't open %s" and returns 0. The name
+// Makes a file the current input, or records "can't open %s" and returns false. The name
 // is tried as it stands, then, unless rooted, below each path of the include list. A name that
 // doesn't open as it did in an earlier pass, or that the host failed to look up, is an error at
 // once, in every pass.
-int32_t open_include(const char *name);
+bool open_include(const char *name);
 
-// The same for the main source: here a false tells nothing at once.
+// The same for the main source: here a false reports nothing at once.
 bool open_main_source(const char *name);
 
 // Records that an input can't be read, at once and in every pass, but only once for each name.
@@ -40,7 +40,7 @@ void report_unreadable(const char *name);
 void push_expansion(Expansion *expansion);
 
 // Offers the expansions below the current one, from the innermost outwards, files passed over,
-// until `stops` is true for one. Gives that one, or none.
+// until `stops` is true for one. Gives that one, or null.
 Expansion *visit_suspended_expansions(bool (*stops)(Expansion *));
 
 // Empties the input at the head of a pass.

@@ -17,10 +17,10 @@ constexpr size_t ARGUMENT_SLOTS = 64;
 
 // One running macro or repeat, owned by the input stack and freed at its end.
 struct Expansion {
-    BodyLine *position;      // the line to be read next, or none
-    BodyLine *repeat_body;   // the owned body of a repeat; none in a macro
+    BodyLine *position;      // the line to be read next, or null
+    BodyLine *repeat_body;   // the owned body of a repeat; null in a macro
     uint32_t cond_mark;      // the conditional on top when the expansion began
-    const char *param_names; // counted names, ended by a zero byte; none for positional parameters
+    const char *param_names; // counted names, ended by a zero byte; null for positional parameters
     const char *args[ARGUMENT_SLOTS]; // into arg_text
     char *arg_text;                   // the owned text of the call, cut up in place
     uint16_t call_number;             // what \@ gives
@@ -60,7 +60,7 @@ struct RecordingState {
 RecordingState recording_state();
 void restore_recording_state(const RecordingState &state);
 
-// Takes a line while a body is recorded. `keyword` is that of its word, or none.
+// Takes a line while a body is recorded. `keyword` is that of its word, or null.
 void record_body_line(const Keyword *keyword, const char *line);
 
 // Calls a macro with the arguments at line_cursor: its expansion comes on top of the input. Records
@@ -71,7 +71,7 @@ void expand_macro(BodyLine *body, std::string_view suffix);
 // Records "too many arguments".
 Expansion *expand_list(BodyLine *body, char *list);
 
-// The next line of the expansion, or none after freeing it. Records "bad argument number" and
+// The next line of the expansion, or null after freeing it. Records "bad argument number" and
 // "unknown macro argument %.*s".
 const char *next_expansion_line(Expansion *expansion);
 

@@ -16,7 +16,7 @@
 #include <cstring>
 #include <string>
 
-// Where the next recorded line is linked; none while nothing is recorded.
+// Where the next recorded line is linked; null while nothing is recorded.
 static BodyLine **body_tail;
 
 // The lines of the repeat being recorded.
@@ -185,7 +185,8 @@ static void macro_directive(const Statement &statement)
             force_error(messages::MULTIPLY_DEFINED, label);
             return;
         }
-        // The macro overrides an instruction or a directive, which stays reachable behind it.
+        // The macro overrides an instruction or a directive, which stays reachable after a
+        // backslash.
         shadow_keyword(keyword);
         keyword->flags = KW_MACRO;
         keyword->body = nullptr;
@@ -203,7 +204,7 @@ static void macro_directive(const Statement &statement)
 }
 
 // The list form "\name,list": gives the list, with the name stored as the parameter line. The comma
-// is taken out of the line first, or the name's list would go on behind it.
+// is taken out of the line first, or the name's list would go on after it.
 static const char *read_list_parameter()
 {
     const char *end = line_cursor + 1;
@@ -245,7 +246,7 @@ static void repeat_directive(const Statement &statement)
     skip_line();
 }
 
-// Takes the list of a list form out of its body and runs the rest once for each item. None if there
+// Takes the list of a list form out of its body and runs the rest once for each item. Null if there
 // is no item.
 static Expansion *start_list(BodyLine **body)
 {
@@ -275,7 +276,7 @@ static Expansion *start_count(BodyLine *body, uint16_t count)
     return expansion;
 }
 
-// At the end of a repeat: its expansion, or none if there is nothing to run.
+// At the end of a repeat: its expansion, or null if there is nothing to run.
 static Expansion *start_repeat(BodyLine **body)
 {
     if (recording.form == RepeatForm::LIST)

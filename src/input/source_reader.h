@@ -9,5 +9,5 @@
 // std::ferror tells apart.
 bool read_source_line(std::FILE *file, char *buffer, size_t room);
 
-// Reads on to the character behind the next newline.
+// Reads on to the character after the next newline.
 void skip_source_line(std::FILE *file);

@@ -13,8 +13,8 @@
 #include <cstdio>
 #include <cstring>
 
-static char *span_name;           // name of the span file, none before the first request
-static std::FILE *span_file;      // none when it could not be opened
+static char *span_name;           // name of the span file, null before the first request
+static std::FILE *span_file;      // null when it could not be opened
 static uint32_t span_line;        // lines read so far from span_file
 static uint32_t span_first;       // number of the next line to deliver
 static uint32_t span_left;        // lines still to deliver, 0 when no span is active
@@ -28,7 +28,7 @@ constexpr size_t NUMBER_WIDTH = 8;
 // Characters of the text that are shown; a longer line is cut.
 constexpr size_t SPAN_TEXT_MAX = 501;
 
-// Reads one line behind the number's columns and closes it with a newline.
+// Reads one line after the number's columns and closes it with a newline.
 static bool read_span_text()
 {
     char *text = line_buffer + NUMBER_WIDTH;

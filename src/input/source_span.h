@@ -8,5 +8,5 @@
 // range asked twice in a row is shown once.
 void select_source_lines(const char *name, uint32_t first, uint32_t last);
 
-// The next line of the span, in the line buffer, or none when no span is active.
+// The next line of the span, in the line buffer, or null when no span is active.
 const char *next_span_line();

@@ -16,7 +16,7 @@
 #include "listing/listing.h"
 #include "output/resolver.h"
 #include "output/section_table.h"
-#include "stmt/section_directives.h"
+#include "stmt/section_stacks.h"
 #include "stmt/statement.h"
 #include "target/encoder.h"
 #include "target/instruction_table.h"

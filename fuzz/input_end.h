@@ -10,6 +10,7 @@
 #include "base/settings.h"
 #include "driver/passes.h"
 #include "driver/source_file.h"
+#include "expr/evaluator.h"
 #include "expr/lexer.h"
 #include "input/input_stack.h"
 #include "input/macro.h"
@@ -22,9 +23,6 @@
 
 // What an input may hold on top of what is held already.
 constexpr size_t INPUT_MEMORY_MAX = size_t{12} << 20;
-
-// Of the evaluator. Only what ends in the middle of an expression leaves it above 0.
-extern int32_t expression_nesting;
 
 static std::jmp_buf input_end;
 static bool in_input;

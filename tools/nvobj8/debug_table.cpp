@@ -1,5 +1,5 @@
 // Recognises the closing table of .debug. Nothing announces it: it is looked for by its first word,
-// a relocated pointer to the word behind itself, and taken for a table only if everything from
+// a relocated pointer to the word after itself, and taken for a table only if everything from
 // there to the end of the section fits. The rows' pointers into the strings are all determined by
 // the strings' lengths, so other data doesn't pass by chance.
 #include "nvobj8/debug_table.h"
@@ -10,7 +10,7 @@
 
 static constexpr uint32_t ROW_SIZE = 16;
 
-// A row's type word goes with the size of the data behind the symbol.
+// A row's type word goes with the size of the data after the symbol.
 static constexpr uint32_t TYPE_NO_DATA = 0x58000000;
 static constexpr uint32_t TYPE_BYTE = 0x0A000000;
 static constexpr uint32_t TYPE_WORD = 0x11000000;
@@ -43,9 +43,8 @@ static bool has_bytes(const TableWalk &walk, uint64_t offset, uint64_t size)
 static uint32_t plain_long(const TableWalk &walk, uint32_t offset, bool hilo)
 {
     uint32_t value = 0;
-    for (uint32_t i = 0; i < 4; ++i) {
+    for (uint32_t i = 0; i < 4; ++i)
         value = value << 8 | walk.section.contents[offset + (hilo ? i : 3 - i)];
-    }
     return value;
 }
 
@@ -67,45 +66,43 @@ static bool is_plain_zero(const TableWalk &walk, uint32_t offset)
     return relocation_at(walk, offset) == nullptr && section_long(walk, offset) == 0;
 }
 
-// Reads the string behind `cursor` into `row` and moves the cursor to its end.
-static bool read_string(const TableWalk &walk, uint32_t &cursor, DebugTableRow &row)
+// Reads the string at `cursor` into `row` and moves the cursor to its end.
+static bool read_string(const TableWalk &walk, uint32_t *cursor, DebugTableRow *row)
 {
     const std::vector<uint8_t> &contents = walk.section.contents;
-    const auto begin = contents.begin() + cursor;
+    const auto begin = contents.begin() + *cursor;
     const auto end = std::find(begin, contents.end(), 0);
-    if (contents.end() - end < 2) {
+    if (contents.end() - end < 2)
         return false;
-    }
-    row.name.assign(begin, end);
-    row.symbol_class = end[1];
-    cursor += static_cast<uint32_t>(row.name.size() + 2);
+    row->name.assign(begin, end);
+    row->symbol_class = end[1];
+    *cursor += static_cast<uint32_t>(row->name.size() + 2);
     return true;
 }
 
-static bool read_data_size(const TableWalk &walk, uint32_t row_offset, uint32_t &cursor,
-                           DebugTableRow &row)
+static bool read_data_size(const TableWalk &walk, uint32_t row_offset, uint32_t *cursor,
+                           DebugTableRow *row)
 {
     const uint32_t size_pointer = row_offset + 12;
-    if (row.type == TYPE_SIZED) {
-        if (!points_to(walk, size_pointer, cursor) || !has_bytes(walk, cursor, 4)) {
+    if (row->type == TYPE_SIZED) {
+        if (!points_to(walk, size_pointer, *cursor) || !has_bytes(walk, *cursor, 4))
             return false;
-        }
-        row.data_size = section_long(walk, cursor);
-        cursor += 4;
-        return row.data_size == 3 || row.data_size > 4;
+        row->data_size = section_long(walk, *cursor);
+        *cursor += 4;
+        return row->data_size == 3 || row->data_size > 4;
     }
-    switch (row.type) {
+    switch (row->type) {
     case TYPE_NO_DATA:
-        row.data_size = 0;
+        row->data_size = 0;
         break;
     case TYPE_BYTE:
-        row.data_size = 1;
+        row->data_size = 1;
         break;
     case TYPE_WORD:
-        row.data_size = 2;
+        row->data_size = 2;
         break;
     case TYPE_LONG:
-        row.data_size = 4;
+        row->data_size = 4;
         break;
     default:
         return false;
@@ -115,39 +112,36 @@ static bool read_data_size(const TableWalk &walk, uint32_t row_offset, uint32_t 
 
 static bool class_fits(const DebugTableRow &row)
 {
-    if (row.data_size != 0) {
+    if (row.data_size != 0)
         return row.symbol_class == CLASS_PUBLIC_DATA || row.symbol_class == CLASS_LOCAL_DATA;
-    }
     return row.symbol_class == CLASS_PUBLIC || row.symbol_class == CLASS_LOCAL;
 }
 
 static bool read_row(const TableWalk &walk, const ObjectFile &object, uint32_t offset,
-                     uint32_t &cursor, DebugTableRow &row)
+                     uint32_t *cursor, DebugTableRow *row)
 {
-    if (!points_to(walk, offset, cursor) || !read_string(walk, cursor, row)) {
+    if (!points_to(walk, offset, *cursor) || !read_string(walk, cursor, row))
         return false;
-    }
     if (const ObjectRelocation *relocation = relocation_at(walk, offset + 4)) {
-        row.section_number = relocation->index;
-        row.value = relocation->addend;
+        row->section_number = relocation->index;
+        row->value = relocation->addend;
     } else {
-        row.value = section_long(walk, offset + 4);
+        row->value = section_long(walk, offset + 4);
     }
-    row.type = plain_long(walk, offset + 8, true);
-    return row.section_number <= object.section_count && row.section_number != walk.number &&
+    row->type = plain_long(walk, offset + 8, true);
+    return row->section_number <= object.section_count && row->section_number != walk.number &&
            relocation_at(walk, offset + 8) == nullptr &&
-           read_data_size(walk, offset, cursor, row) && class_fits(row);
+           read_data_size(walk, offset, cursor, row) && class_fits(*row);
 }
 
-// `start` is the offset of the first row, whose first word points behind the closing zero word and
-// so tells how many rows there are.
+// `start` is the offset of the first row, whose first word points after the closing zero word and
+// so gives how many rows there are.
 static std::optional<DebugTable> read_table(const TableWalk &walk, const ObjectFile &object,
                                             uint32_t start)
 {
     const ObjectRelocation *first_string = relocation_at(walk, start);
-    if (first_string == nullptr) {
+    if (first_string == nullptr)
         return std::nullopt;
-    }
     uint32_t cursor = first_string->addend - walk.section.address;
     const uint32_t table_size = cursor - start;
     if (cursor < start || table_size < ROW_SIZE + 4 || table_size % ROW_SIZE != 4 ||
@@ -157,13 +151,11 @@ static std::optional<DebugTable> read_table(const TableWalk &walk, const ObjectF
     const uint32_t closing_word = cursor - 4;
     DebugTable table{walk.section.address + start, {}};
     for (uint32_t offset = start; offset < closing_word; offset += ROW_SIZE) {
-        if (!read_row(walk, object, offset, cursor, table.rows.emplace_back())) {
+        if (!read_row(walk, object, offset, &cursor, &table.rows.emplace_back()))
             return std::nullopt;
-        }
     }
-    if (!is_plain_zero(walk, closing_word) || cursor != walk.section.contents.size()) {
+    if (!is_plain_zero(walk, closing_word) || cursor != walk.section.contents.size())
         return std::nullopt;
-    }
     return table;
 }
 
@@ -171,15 +163,13 @@ std::optional<DebugTable> find_debug_table(const ObjectFile &object, uint32_t nu
 {
     TableWalk walk{object.sections[number - 1], number, {}};
     for (const ObjectRelocation &relocation : walk.section.relocations) {
-        if (relocation.kind == RK_LONG) {
+        if (relocation.kind == RK_LONG)
             walk.pointers[relocation.offset] = &relocation;
-        }
     }
     for (const auto &[offset, relocation] : walk.pointers) {
         if (points_to(walk, offset, offset + 4)) {
-            if (auto table = read_table(walk, object, offset + 4)) {
+            if (auto table = read_table(walk, object, offset + 4))
                 return table;
-            }
         }
     }
     return std::nullopt;

@@ -18,9 +18,9 @@ struct DebugTable {
     std::vector<DebugTableRow> rows;
 };
 
-// Finds the table at the end of section `number` (from 1). None unless every word, relocation and
+// Finds the table at the end of section `number` (from 1). Null unless every word, relocation and
 // string of it is as it must be up to the last byte of the section, as nothing else in the file
-// tells whether there is one.
+// says whether there is one.
 std::optional<DebugTable> find_debug_table(const ObjectFile &object, uint32_t number);
 
 bool is_public_class(uint8_t symbol_class);

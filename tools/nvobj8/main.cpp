@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <new>
 #include <optional>
+#include <utility>
 
 static constexpr int STATUS_DAMAGED = 1;
 static constexpr int STATUS_USAGE = 2;
@@ -24,24 +25,18 @@ static const char USAGE[] = "usage: nvobj8 [options] file.o...\n"
                             "  --help, --version\n"
                             "Options combine: -st is -s -t.\n";
 
-static unsigned part_of_letter(char letter)
+static constexpr std::pair<char, unsigned> PART_LETTERS[] = {
+    {'h', PRINT_HEAD},        {'s', PRINT_SECTIONS}, {'x', PRINT_CONTENTS},
+    {'r', PRINT_RELOCATIONS}, {'t', PRINT_SYMBOLS},  {'g', PRINT_DEBUG},
+};
+
+static std::optional<unsigned> part_of_letter(char letter)
 {
-    switch (letter) {
-    case 'h':
-        return PRINT_HEAD;
-    case 's':
-        return PRINT_SECTIONS;
-    case 'x':
-        return PRINT_CONTENTS;
-    case 'r':
-        return PRINT_RELOCATIONS;
-    case 't':
-        return PRINT_SYMBOLS;
-    case 'g':
-        return PRINT_DEBUG;
-    default:
-        return 0;
+    for (const auto &[name, part] : PART_LETTERS) {
+        if (name == letter)
+            return part;
     }
+    return std::nullopt;
 }
 
 struct CommandLine {
@@ -50,7 +45,7 @@ struct CommandLine {
 };
 
 // Gives an exit status when the program is to end at once.
-static std::optional<int> read_command_line(std::span<char *> words, CommandLine &command)
+static std::optional<int> read_command_line(std::span<char *> words, CommandLine *command)
 {
     for (std::string_view word : words) {
         if (word == "--help") {
@@ -62,19 +57,19 @@ static std::optional<int> read_command_line(std::span<char *> words, CommandLine
             return 0;
         }
         if (!word.starts_with('-') || word == "-") {
-            command.files.push_back(word.data());
+            command->files.push_back(word.data());
             continue;
         }
         for (char letter : word.substr(1)) {
-            const unsigned part = part_of_letter(letter);
-            if (part == 0) {
+            const auto part = part_of_letter(letter);
+            if (!part) {
                 std::fprintf(stderr, "nvobj8: unknown option %s\n%s", word.data(), USAGE);
                 return STATUS_USAGE;
             }
-            command.parts |= part;
+            command->parts |= *part;
         }
     }
-    if (command.files.empty()) {
+    if (command->files.empty()) {
         std::fprintf(stderr, "nvobj8: no object file\n%s", USAGE);
         return STATUS_USAGE;
     }
@@ -86,12 +81,11 @@ static std::optional<int> read_command_line(std::span<char *> words, CommandLine
 static constexpr size_t OBJECT_SIZE_MAX = UINT32_MAX;
 static constexpr size_t STREAM_SIZE_MAX = size_t{128} << 20;
 
-static bool read_file(const char *name, std::vector<uint8_t> &bytes)
+static bool read_file(const char *name, std::vector<uint8_t> *bytes)
 {
     FILE *file = std::fopen(name, "rb");
-    if (file == nullptr) {
+    if (file == nullptr)
         return false;
-    }
     std::error_code unknown;
     const bool regular = std::filesystem::is_regular_file(name, unknown);
     const size_t size_max = regular ? OBJECT_SIZE_MAX : STREAM_SIZE_MAX;
@@ -99,15 +93,13 @@ static bool read_file(const char *name, std::vector<uint8_t> &bytes)
     size_t size = 0;
     int error = 0;
     while (error == 0 && (size = std::fread(block, 1, sizeof block, file)) != 0) {
-        if (bytes.size() + size > size_max) {
+        if (bytes->size() + size > size_max)
             error = EFBIG;
-        } else {
-            bytes.insert(bytes.end(), block, block + size);
-        }
+        else
+            bytes->insert(bytes->end(), block, block + size);
     }
-    if (std::ferror(file) != 0) {
+    if (std::ferror(file) != 0)
         error = errno;
-    }
     std::fclose(file);
     errno = error;
     return error == 0;
@@ -123,16 +115,15 @@ static void out_of_memory()
 static bool show_file(const char *name, unsigned parts)
 {
     std::vector<uint8_t> bytes;
-    if (!read_file(name, bytes)) {
+    if (!read_file(name, &bytes)) {
         std::fprintf(stderr, "nvobj8: can't read %s: %s\n", name, std::strerror(errno));
         return false;
     }
     const ObjectFile object = read_object(bytes);
     std::printf("%s: %zu bytes\n", name, bytes.size());
     print_object(object, parts);
-    for (const std::string &problem : object.problems) {
+    for (const std::string &problem : object.problems)
         std::fprintf(stderr, "nvobj8: %s: %s\n", name, problem.c_str());
-    }
     return object.problems.empty();
 }
 
@@ -140,17 +131,14 @@ int main(int argc, char **argv)
 {
     std::set_new_handler(out_of_memory);
     CommandLine command;
-    if (const auto status = read_command_line({argv + 1, argv + argc}, command)) {
+    if (const auto status = read_command_line({argv + 1, argv + argc}, &command))
         return *status;
-    }
-    if (command.parts == 0) {
+    if (command.parts == 0)
         command.parts = PRINT_ALL;
-    }
     bool sound = true;
     for (size_t i = 0; i < command.files.size(); ++i) {
-        if (i != 0) {
+        if (i != 0)
             std::printf("\n");
-        }
         sound &= show_file(command.files[i], command.parts);
     }
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {

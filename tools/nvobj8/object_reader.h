@@ -16,7 +16,7 @@ struct ObjectRelocation {
     uint32_t index = 0;        // common numbering: sections from 1, then symbols; 0 for none
     uint32_t addend_high = 0;  // the bits the item itself carries, in their places in the value
     uint32_t addend = 0;       // the whole value: addend_high and the low bits from the field
-    uint32_t gap = 0;          // plain bytes ahead of the field
+    uint32_t gap = 0;          // plain bytes before the field
     uint32_t stream_start = 0; // the gap items and the item in relocation_stream
     uint32_t stream_size = 0;
 };
@@ -66,10 +66,10 @@ struct ObjectFile {
     std::vector<std::string> problems; // one sentence each; empty for a sound file
 };
 
-// Reads what can be read and tells in `problems` what is wrong with the rest. Takes any bytes.
+// Reads what can be read and names in `problems` what is wrong with the rest. Takes any bytes.
 ObjectFile read_object(std::span<const uint8_t> bytes);
 
-// The name of a relocation kind without its modifier bit, nullptr for a kind that doesn't exist.
+// The name of a relocation kind without its modifier bit, null for a kind that doesn't exist.
 const char *relocation_kind_name(uint8_t kind);
 
 // The escaped name of a section or symbol by its number in relocation items; "0" for 0, "?12" for a

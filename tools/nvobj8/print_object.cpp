@@ -10,7 +10,7 @@
 
 struct BitName {
     uint8_t bit;
-    const char *name;
+    std::string_view name;
 };
 
 static constexpr BitName SECTION_ATTRIBUTES[] = {
@@ -104,16 +104,14 @@ static void print_contents(const ObjectFile &object)
     constexpr size_t LINE_BYTES = 16;
     for (size_t i = 0; i < object.sections.size(); ++i) {
         const ObjectSection &section = object.sections[i];
-        if (section.contents.empty()) {
+        if (section.contents.empty())
             continue;
-        }
         print_part_title("contents", object, i);
         for (size_t at = 0; at < section.contents.size(); at += LINE_BYTES) {
             const size_t end = std::min(at + LINE_BYTES, section.contents.size());
             std::printf("  %08" PRIx32 " ", section.address + static_cast<uint32_t>(at));
-            for (size_t k = at; k < end; ++k) {
+            for (size_t k = at; k < end; ++k)
                 std::printf(" %02x", section.contents[k]);
-            }
             std::printf("\n");
         }
     }
@@ -123,29 +121,25 @@ static void print_relocation(const ObjectFile &object, const ObjectSection &sect
                              const ObjectRelocation &relocation)
 {
     std::string kind = relocation_kind_name(relocation.kind);
-    if (relocation.kind & RELOC_KIND_MODIFIER) {
+    if (relocation.kind & RELOC_KIND_MODIFIER)
         kind += "+16";
-    }
     std::printf("  %08" PRIx32 "  %5" PRIu32 "  %-12s  %08" PRIx32 "  %5" PRIu32 " %-14s ",
                 relocation.offset, relocation.gap, kind.c_str(), relocation.addend,
                 relocation.index, index_name(object, relocation.index).c_str());
-    for (uint32_t i = 0; i < relocation.stream_size; ++i) {
+    for (uint32_t i = 0; i < relocation.stream_size; ++i)
         std::printf(" %02x", section.relocation_stream[relocation.stream_start + i]);
-    }
     std::printf("\n");
 }
 
 static void print_relocations(const ObjectFile &object)
 {
     for (size_t i = 0; i < object.sections.size(); ++i) {
-        if (object.sections[i].relocations.empty()) {
+        if (object.sections[i].relocations.empty())
             continue;
-        }
         print_part_title("relocations", object, i);
         std::printf("  offset      gap  kind          addend    refers to             stream\n");
-        for (const ObjectRelocation &relocation : object.sections[i].relocations) {
+        for (const ObjectRelocation &relocation : object.sections[i].relocations)
             print_relocation(object, object.sections[i], relocation);
-        }
     }
 }
 
@@ -199,9 +193,8 @@ static void print_texts(const ObjectFile &object, size_t position)
 static void print_debug_table(const ObjectFile &object, size_t position)
 {
     const auto table = find_debug_table(object, static_cast<uint32_t>(position + 1));
-    if (!table) {
+    if (!table)
         return;
-    }
     print_part_title("symbol table", object, position);
     std::printf("  %zu symbols, rows from %08" PRIx32 "\n", table->rows.size(), table->address);
     std::printf("  value     section         type      class       size      name\n");
@@ -219,19 +212,17 @@ static void print_debug(const ObjectFile &object)
     print_debug_records(object);
     for (size_t i = 0; i < object.sections.size(); ++i) {
         const std::string &name = object.sections[i].name;
-        if (name == ".info." || name == ".misra.") {
+        if (name == ".info." || name == ".misra.")
             print_texts(object, i);
-        } else if (name == ".debug") {
+        else if (name == ".debug")
             print_debug_table(object, i);
-        }
     }
 }
 
 void print_object(const ObjectFile &object, unsigned parts)
 {
-    if (!object.has_head) {
+    if (!object.has_head)
         return;
-    }
     static constexpr struct {
         unsigned part;
         void (*print)(const ObjectFile &);
@@ -241,8 +232,7 @@ void print_object(const ObjectFile &object, unsigned parts)
         {PRINT_SYMBOLS, print_symbols},   {PRINT_DEBUG, print_debug},
     };
     for (const auto &printer : printers) {
-        if (parts & printer.part) {
+        if (parts & printer.part)
             printer.print(object);
-        }
     }
 }

@@ -1,26 +1,19 @@
 // Faults from outside: what the files, the streams and the memory of the host do to a run.
-#include "support/run.h"
-
+#include "support/rows.h"
 #include <array>
-#include <gtest/gtest.h>
 
 TEST(Host, SourcesAreNeverOverwritten)
 {
-    struct Case {
-        std::vector<std::string> arguments;
-        std::string error;
-    };
-    const std::vector<Case> cases = {
+    static const std::pair<std::vector<std::string>, std::string> cases[] = {
         {{"-o", "./a.o", "a.o"}, "#error nvasm8 a.o:0 can't create ./a.o\n"},
         {{"-oinc", "a.o"}, "#error nvasm8 a.o:0 can't create inc\n"},
         {{"-ox", "-l", "+linc", "a.o"}, "#error nvasm8 a.o:0 can't create inc\n"},
         {{"-ox", "+va.o", "a.o"}, "#error nvasm8 a.o:0 can't create a.o\n"},
         {{"-ox", "+ea.o", "a.o"}, "can't create a.o"},
     };
-    for (const Case &c : cases) {
-        const auto run =
-            run_program(c.arguments, {{"a.o", " include \"inc\"\n"}, {"inc", " nop\n"}});
-        EXPECT_EQ(run.err, c.error);
+    for (const auto &[arguments, error] : cases) {
+        const auto run = run_program(arguments, {{"a.o", " include \"inc\"\n"}, {"inc", " nop\n"}});
+        EXPECT_EQ(run.err, error);
         EXPECT_EQ(run.files.at("a.o") + run.files.at("inc"), " include \"inc\"\n nop\n");
     }
 }
@@ -28,12 +21,8 @@ TEST(Host, SourcesAreNeverOverwritten)
 TEST(Host, OutputsGiveWayToEachOther)
 {
     const std::string refused = "#error nvasm8 a.s:0 can't create ";
-    struct Case {
-        std::string command;
-        std::string error;
-        std::string object; // which is one, and not what another output made of it
-    };
-    const std::vector<Case> cases = {
+    // The third is an object, and not what another output made of it.
+    const std::array<std::string, 3> cases[] = {
         {"$NVASM8 -o x.o +l d/../x.o a.s", refused + "d/../x.o\n", "x.o"},
         {"$NVASM8 -l -o a.ls a.s", refused + "a.ls\n", "a.ls"},
         {"$NVASM8 +v x.o -o x.o a.s", refused + "x.o\n", "x.o"},
@@ -45,12 +34,12 @@ TEST(Host, OutputsGiveWayToEachOther)
         {"$NVASM8 a.s; ln a.s l; $NVASM8 -o l a.s", refused + "l\n", "a.o"},
         {"ln -s d/t l; $NVASM8 -o l a.s", "", "d/t"},
     };
-    for (const Case &c : cases) {
+    for (const auto &[command, error, object] : cases) {
         const auto run =
-            run_shell(c.command, {{"a.s", " nop\n"}, {"a.asm", " dc.b 1\n"}, {"d/x", ""}});
-        EXPECT_EQ(run.err, c.error) << c.command;
-        EXPECT_EQ(run.files.at(c.object)[0], '\xcc') << c.command;
-        EXPECT_EQ(run.files.at("a.s"), " nop\n") << c.command;
+            run_shell(command, {{"a.s", " nop\n"}, {"a.asm", " dc.b 1\n"}, {"d/x", ""}});
+        EXPECT_EQ(run.err, error) << command;
+        EXPECT_EQ(run.files.at(object)[0], '\xcc') << command;
+        EXPECT_EQ(run.files.at("a.s"), " nop\n") << command;
     }
 }
 
@@ -59,11 +48,7 @@ TEST(Host, OutputsAreReplacedWhole)
     // Too long a path for any other name beside the object: the file itself is written.
     const std::string here = "p=$(printf './%.0s' $(seq 2044))a.o; ";
     const std::string made = "export SOURCE_DATE_EPOCH=1; $NVASM8 -si a.s; cp a.o made; ";
-    struct Case {
-        std::string command;
-        std::string out;
-    };
-    const std::vector<Case> cases = {
+    const std::pair<std::string, std::string> cases[] = {
         {made + "chmod 604 a.o; ln -s a.o l; $NVASM8 -si -o l a.s; stat -c %a a.o", "604\n"},
         {made + here + "$NVASM8 -si -o $p a.s", ""},
         {made + here + "head -c 9000 made made >a.o; $NVASM8 -si -o $p a.s", ""},
@@ -74,11 +59,11 @@ TEST(Host, OutputsAreReplacedWhole)
         {made + "echo old >made; ulimit -f 8; cp made a.o; $NVASM8 -si a.s", ""},
         {made + here + "echo old >made; ulimit -f 8; cp made a.o; $NVASM8 -si -o $p a.s", ""},
     };
-    for (const Case &c : cases) {
-        const auto run = run_shell(c.command + "; ls -A >list", {{"a.s", " dcb.b 5000,1\n"}});
-        EXPECT_EQ(run.out, c.out) << c.command;
-        EXPECT_TRUE(run.files.at("a.o") == run.files.at("made")) << c.command;
-        EXPECT_EQ(run.files.at("list").find(".nvasm8"), std::string::npos) << c.command;
+    for (const auto &[command, out] : cases) {
+        const auto run = run_shell(command + "; ls -A >list", {{"a.s", " dcb.b 5000,1\n"}});
+        EXPECT_EQ(run.out, out) << command;
+        EXPECT_TRUE(run.files.at("a.o") == run.files.at("made")) << command;
+        EXPECT_EQ(run.files.at("list").find(".nvasm8"), std::string::npos) << command;
     }
 }
 
@@ -86,16 +71,16 @@ TEST(Host, InputsThatFailToBeReadAreErrors)
 {
     // The host opens this file and then refuses to read it at its start.
     const std::string file = "/proc/self/mem";
-    const std::string told = "can't read " + file + "\n";
-    const std::string inside = "#error nvasm8 " + file + ":1\t" + told;
+    const std::string message = "can't read " + file + "\n";
+    const std::string inside = "#error nvasm8 " + file + ":1\t" + message;
     const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
         {{"include.s"}, inside},
         {{"-md", "include.s"}, inside},
         {{"-h", file, "a.s"}, inside},
         {{file}, inside},
-        {{"-l", "-b", "span.s"}, "#error nvasm8 span.s:1\t" + told},
-        {{"-l", "span.s"}, "#error nvasm8 span.s:1\t" + told},
-        {{"-i", file, "a.s"}, told},
+        {{"-l", "-b", "span.s"}, "#error nvasm8 span.s:1\t" + message},
+        {{"-l", "span.s"}, "#error nvasm8 span.s:1\t" + message},
+        {{"-i", file, "a.s"}, message},
     };
     for (const auto &[arguments, error] : cases) {
         const auto run = run_program(arguments, {{"include.s", " include \"" + file + "\"\n"},
@@ -106,7 +91,7 @@ TEST(Host, InputsThatFailToBeReadAreErrors)
     }
 }
 
-TEST(Host, SourcesThatCannotBeReadTwiceAreNone)
+TEST(Host, SourcesThatCannotBeReadTwiceAreRefused)
 {
     const auto run =
         run_shell("mkfifo p && $NVASM8 a.s p; test ! -e p.o", {{"a.s", " include \"p\"\n"}});

@@ -1,5 +1,5 @@
 // What each option changes, and that it changes nothing else.
-#include "target/rows.h"
+#include "support/rows.h"
 #include <set>
 
 using Options = std::vector<std::string>;

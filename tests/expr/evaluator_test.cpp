@@ -1,5 +1,5 @@
 // The value of expressions, and what may be done with values that only the linker knows.
-#include "target/rows.h"
+#include "support/rows.h"
 
 TEST(Expressions, Precedence)
 {
@@ -79,13 +79,4 @@ TEST(Expressions, DefinedMeansOnALineAbove)
     EXPECT_EQ(text_of(" dc.b defined(l1)\nl1: dc.b defined(l1)\n dc.b defined(l1),DEFINED(no)\n"
                       " if defined(l1)&!defined(no)\n dc.b 7\n endif\n"),
               "00 00 01 00 07");
-}
-
-TEST(Expressions, UndefinedSymbolsAreToldAtTheirUsesUnderU)
-{
-    const std::string source = "\n dc.w no+1\n dc.w no\n";
-    const std::string second = "#error nvasm8 prog.s:2\tsymbol no not defined\n";
-    EXPECT_EQ(errors_of(source), second);
-    EXPECT_EQ(errors_of(source, {"-u"}),
-              second + "#error nvasm8 prog.s:3\tsymbol no not defined\n");
 }

@@ -1,5 +1,5 @@
 // Names: what tells two of them apart, and how long they last.
-#include "target/rows.h"
+#include "support/rows.h"
 
 TEST(Names, SymbolsKeepTheirCaseAndKeywordsDoNot)
 {

@@ -1,11 +1,5 @@
 // Where lines come from, and the positions they are reported at.
-#include "support/run.h"
-#include <gtest/gtest.h>
-
-static std::string error_at(const std::string &position, const std::string &text)
-{
-    return "#error nvasm8 " + position + "\t" + text + "\n";
-}
+#include "support/rows.h"
 
 TEST(SourceLines, AreSplitAt511Characters)
 {
@@ -15,13 +9,13 @@ TEST(SourceLines, AreSplitAt511Characters)
     };
     for (const auto &[length, line_end, position] : cases)
         EXPECT_EQ(errors_of(std::string(length, ';') + line_end + " fail 1"),
-                  error_at(position, "fail 1"));
+                  reported(std::string(position) + " = fail 1"));
     // What is left of a long line is a line of its own.
     EXPECT_EQ(text_of(";" + std::string(510, 'x') + " dc.b 1\n"), "01");
     // Names that fill the line, where macro arguments may stand in them.
     const std::string name = std::string(511, 'n') + "\n";
     EXPECT_EQ(text_of("m: macro\n" + name + " endm\n if 0\n" + name + " endif\n dc.b 1\n"), "01");
-    // A carriage return ends a line only with the newline behind it.
+    // A carriage return ends a line only with the newline after it.
     EXPECT_EQ(text_of(" dc.b 'a\rb\r'\r\n"), "61 0d 62 0d");
 }
 
@@ -30,15 +24,13 @@ TEST(Includes, AreFoundAsTheyStandThenBelowThePaths)
     const auto run =
         assemble(" include \"f\"\n include \"/f\"\n include \"d\"\n include \"g\"\n", {"-id"},
                  {{"f", " dc.b 1\n"}, {"d/f", " fail 2\n"}, {"d/g", " fail \"g\"\n"}});
-    EXPECT_EQ(run.err, error_at("prog.s:2", "can't open /f") +
-                           error_at("prog.s:3", "can't open d") + error_at("d/g:1", "g"));
+    EXPECT_EQ(run.err, reported("2 = can't open /f | 3 = can't open d | d/g:1 = g"));
 }
 
 TEST(Includes, JoinPathsOfLessThan511Characters)
 {
     const std::string path(200, 'p');
-    const std::string too_long =
-        error_at("prog.s:1", "path too long: " + std::string(40, 'p') + "...");
+    const std::string too_long = reported("1 = path too long: " + std::string(40, 'p') + "...");
     for (const size_t length : {108u, 109u}) {
         const std::string name(length, 'f');
         const auto run = assemble(" include \"" + name + "\"\n", {"-i" + path},
@@ -52,27 +44,27 @@ TEST(Includes, AreNamedAsInTheSizingPass)
     const auto run =
         assemble("\n include \"x\"\n include \"x\"\n include \"y\"\n fail \"m\"\n", {"-id"},
                  {{"d/x", " fail \"x\"\n include \"y\"\n"}, {"d/y", "\n fail \"y\"\n"}});
-    const std::string both = error_at("d/x:1", "x") + error_at("d/y:2", "y");
-    EXPECT_EQ(run.err, both + both + error_at("d/y:2", "y") + error_at("prog.s:5", "m"));
+    const std::string both = reported("d/x:1 = x | d/y:2 = y");
+    EXPECT_EQ(run.err, both + both + reported("d/y:2 = y | 5 = m"));
     // An inner opening of the source counts its lines for itself.
     EXPECT_EQ(errors_of(" ifndef k\nk: equ 1\n include \"prog.s\"\n fail \"m\"\n endif\n"),
-              error_at("prog.s:4", "m"));
+              reported("4 = m"));
     // One that only a later pass opens borrows the record of the source, its counter too.
     EXPECT_EQ(assemble(" if late\n include \"z\"\n endif\nlate: equ 1\n fail \"m\"\n", {},
                        {{"z", "\n\n\n fail \"z\"\n"}})
                   .err,
-              error_at("prog.s:4", "z") + error_at("prog.s:7", "m"));
+              reported("4 = z | 7 = m"));
 }
 
 TEST(Includes, EndWhenTheyIncludeThemselves)
 {
     const auto run = assemble(" include \"prog.s\"\n include \"prog.s\"\n dc.b 1\n");
-    EXPECT_TRUE(run.err.starts_with(error_at("prog.s:1", "can't open prog.s")));
+    EXPECT_TRUE(run.err.starts_with(reported("1 = can't open prog.s")));
     // When the main source goes on there are files to open again.
     const auto next = assemble(" include \"r\"\n include \"i\"\n", {},
                                {{"r", " include \"r\"\n include \"r\"\n"}, {"i", " fail \"i\"\n"}});
-    EXPECT_TRUE(next.err.starts_with(error_at("r:1", "can't open r")));
-    EXPECT_TRUE(next.err.ends_with(error_at("i:1", "i")));
+    EXPECT_TRUE(next.err.starts_with(reported("r:1 = can't open r")));
+    EXPECT_TRUE(next.err.ends_with(reported("i:1 = i")));
 }
 
 TEST(EndDirective, ClosesTheInnermostFile)
@@ -109,5 +101,5 @@ TEST(Spans, ShowLinesOfAnotherFileAsComments)
               "   1  " + column + ";100000 \n   2  " + column +
                   ";100000    3  0000 9d             nop\n");
     EXPECT_EQ(errors_of(" .source \"b.c:1\"\n .source \"b.c:2\"\n", {"-l"}),
-              error_at("prog.s:1", "can't open source b.c"));
+              reported("1 = can't open source b.c"));
 }

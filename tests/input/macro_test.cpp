@@ -1,7 +1,6 @@
 // What a macro call turns into: its arguments, the elements of its lines, its place in the source.
-#include "support/run.h"
-
-#include <gtest/gtest.h>
+#include "support/rows.h"
+#include <array>
 
 // `source` assembles to the same bytes as `plain`, which is written out by hand.
 static void expect_same(const std::string &source, const std::string &plain,
@@ -18,35 +17,25 @@ static std::string repeated(const std::string &text, int count)
     return all;
 }
 
-static std::string error(int line, const std::string &message)
-{
-    return "#error nvasm8 prog.s:" + std::to_string(line) + "\t" + message + "\n";
-}
-
 TEST(MacroCall, CutsItsArguments)
 {
-    struct Case {
-        std::string call;
-        int count;
-        std::string joined;
+    static const std::tuple<std::string, int, std::string> cases[] = {
+        {"", 0, ""},
+        {" ,", 2, ","},
+        {" a,,b", 3, "a,,b"},
+        {"  a b \t,  c  ; d", 2, "a b,c"},
+        {" \"a,b\",c", 2, "a,b,c"},
+        {" \"a\" \"b\"\"c\"", 3, "a,b,c"},
+        {" \" a;b \" , c", 2, " a;b ,c"},
+        {" \"it\" , a\"b,c\"", 3, "it,a\"b,c\""},
+        {" \"a\"lost,c", 2, "a,c"},
+        {" \"open ; end", 1, "open ; end"},
+        {" " + repeated("a,", 62) + "a", 63, repeated("a,", 62) + "a"},
+        {" " + repeated("\"a\"", 35), 35, repeated("a,", 34) + "a"},
     };
-    const std::vector<Case> cases = {{"", 0, ""},
-
-                                     {" ,", 2, ","},
-                                     {" a,,b", 3, "a,,b"},
-                                     {"  a b \t,  c  ; d", 2, "a b,c"},
-
-                                     {" \"a,b\",c", 2, "a,b,c"},
-                                     {" \"a\" \"b\"\"c\"", 3, "a,b,c"},
-                                     {" \" a;b \" , c", 2, " a;b ,c"},
-                                     {" \"it\" , a\"b,c\"", 3, "it,a\"b,c\""},
-                                     {" \"a\"lost,c", 2, "a,c"},
-                                     {" \"open ; end", 1, "open ; end"},
-                                     {" " + repeated("a,", 62) + "a", 63, repeated("a,", 62) + "a"},
-                                     {" " + repeated("\"a\"", 35), 35, repeated("a,", 34) + "a"}};
-    for (const Case &c : cases)
-        expect_same("m: macro\n dc.b \\#,'\\*',0\n endm\n m" + c.call + "\n",
-                    " dc.b " + std::to_string(c.count) + ",'" + c.joined + "',0\n");
+    for (const auto &[call, count, joined] : cases)
+        expect_same("m: macro\n dc.b \\#,'\\*',0\n endm\n m" + call + "\n",
+                    " dc.b " + std::to_string(count) + ",'" + joined + "',0\n");
     expect_same("m macro\n dc.b \\#,'\\*'\n endm\n m \"a,b\"\n", " dc.b 2,'\"a,b\"'\n", {"-m"});
 }
 
@@ -54,7 +43,7 @@ TEST(MacroCall, PutsElementsIntoItsLines)
 {
     expect_same("m: macro\n dc.b '\\2\\1\\1\\C','\\q\\.\\'\n endm\n m a,b,,,,,,,,,,d\n",
                 " dc.b 'baad','\\q\\.\\'\n");
-    // The suffix is the first of one or two characters behind the dot, as typed.
+    // The suffix is the first of one or two characters after the dot, as typed.
     expect_same("m: macro\n dc.b '\\0',1\n endm\n M.w\n m.Wx\n m\n m.b 5\n",
                 " dc.b 'w',1,'W',1,1,'b',1\n");
     expect_same(
@@ -66,10 +55,7 @@ TEST(MacroCall, PutsElementsIntoItsLines)
 
 TEST(MacroCall, ReportsBadElementsAtTheCall)
 {
-    struct Case {
-        std::string head, line, call, message;
-    };
-    const std::vector<Case> cases = {
+    static const std::array<std::string, 4> cases[] = {
         {"", " dc.b 1\\1", "", "bad argument number"},
         {"", " dc.b 1\\B", " " + repeated(",", 9), "bad argument number"},
         {" \\x", " dc.b 1\\1", " 1", "unknown macro argument 1"},
@@ -77,9 +63,9 @@ TEST(MacroCall, ReportsBadElementsAtTheCall)
         {" \\x", " dc.b 1\\(y)", " 1", "unknown macro argument y"},
         {"", "", " " + repeated("a,", 63), "too many arguments"},
         {"", "", " " + repeated("'a'", 36), "bad comment delimiter"}};
-    for (const Case &c : cases) {
-        const std::string source = "m: macro" + c.head + "\n" + c.line + "\n endm\n m" + c.call;
-        EXPECT_EQ(errors_of(source + "\n"), error(4, c.message)) << source;
+    for (const auto &[head, line, call, message] : cases) {
+        const std::string source = "m: macro" + head + "\n" + line + "\n endm\n m" + call;
+        EXPECT_EQ(errors_of(source + "\n"), reported("4 = " + message)) << source;
     }
     // The old syntax takes a missing argument for an empty one, named ones do, and skipped code.
     expect_same("m macro\n dc.b 1\\1\n endm\n m\n", " dc.b 1\n", {"-m"});
@@ -110,36 +96,27 @@ TEST(MacroDefinition, StoresEveryStatementUpToItsEnd)
     // Inner definitions are stored whole, and made when the outer macro runs.
     expect_same("o: macro\ni\\1: macro \\x\n dc.b \\1\\x\n endm\n endm\n o 5\n o 6\n i6 7\n i5 8\n",
                 " dc.b 67,58\n");
-    // The end of a body is seen behind every label that arguments may make up.
+    // The end of a body is seen after every label that arguments may make up.
     for (const char *label : {"l\\@", "x\\(y)z", "1\\2$", "1\\#$", "\\1_"})
         expect_same("m: macro\n dc.b 1 ; \\\n" + std::string(label) + ": endm\n m\n", " dc.b 1\n");
     expect_same("m: macro\n endr\n repeatl \\1,b\n dc.b '\\1'\n endr\n endm\n m a\n endm\n",
                 " dc.b 'aa'\n");
-    struct Case {
-        std::string source, errors;
-    };
-    const std::vector<Case> cases = {
+    static const std::pair<std::string, std::string> cases[] = {
         {"m: macro\n#line 100 \"f\"\n .sfile \"g\"\n\n zork\n endm\n m\n",
-         error(7, "unknown instruction zork") + error(7, "unknown instruction zork")},
-        {"m: macro\n nop\n endm\nM: macro\n nop\n endm\n", error(4, "symbol M multiply defined")},
-        {"1$: macro\n", error(1, "bad symbol name: 1$") + error(1, "bad symbol name: 1$")},
-        {"m: macro \\a,\\,\\b\n",
-         error(1, "missing argument name") + error(1, "missing argument name")},
+         "7 = unknown instruction zork | 7 = unknown instruction zork"},
+        {"m: macro\n nop\n endm\nM: macro\n nop\n endm\n", "4 = symbol M multiply defined"},
+        {"1$: macro\n", "1 = bad symbol name: 1$ | 1 = bad symbol name: 1$"},
+        {"m: macro \\a,\\,\\b\n", "1 = missing argument name | 1 = missing argument name"},
     };
-    for (const Case &c : cases)
-        EXPECT_EQ(errors_of(c.source), c.errors) << c.source;
+    for (const auto &[source, errors] : cases)
+        EXPECT_EQ(errors_of(source), reported(errors)) << source;
 }
 
-TEST(MacroDefinition, OverridesAnInstructionUntilTheRunEnds)
+TEST(MacroDefinition, OverridesAnInstruction)
 {
     const std::string wrap = "LD: macro\n dc.b 1\n \\\\ld \\1,\\2\n endm\n";
     expect_same(" ld a,(x)\n" + wrap + " ld a,(x)\n Ld.b a,(x)\n",
                 " dc.b 1\n ld a,(x)\n dc.b 1\n ld a,(x)\n dc.b 1\n ld a,(x)\n");
-    const auto run =
-        run_program({"a.s", "b.s"}, {{"a.s", wrap + "m: macro\n endm\n m\n"},
-                                     {"b.s", "m: macro\n dc.b 1\n endm\n m\n ld a,(x)\n"}});
-    EXPECT_EQ(run.err, "#error nvasm8 b.s:5\tunknown instruction ld\n"
-                       "#error nvasm8 b.s:5\tunknown instruction ld\n");
 }
 
 TEST(MacroExit, EndsTheMacroAndItsConditionals)
@@ -152,9 +129,9 @@ TEST(MacroExit, EndsTheMacroAndItsConditionals)
                 " endif\n endr\n dc.b 2\n endm\n m\n dc.b 3\n",
                 " dc.b 1,3\n");
     EXPECT_EQ(errors_of(" mexit\n repeat 3\n mexit\n endr\n"),
-              error(1, "no macro in expansion") + error(4, "no macro in expansion"));
+              reported("1 = no macro in expansion | 4 = no macro in expansion"));
     EXPECT_EQ(errors_of(" if 1\nm: macro\n endif\n mexit\n endm\n m\n"),
-              error(6, "bad if/endif balance"));
+              reported("6 = bad if/endif balance"));
 }
 
 TEST(MacroExpansion, OpensTheDebugInformation)

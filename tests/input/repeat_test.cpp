@@ -1,14 +1,9 @@
 // Repeats: how often they run, with which items, and what ends them.
-#include "support/run.h"
-
-#include <gtest/gtest.h>
+#include "support/rows.h"
 
 TEST(Repeat, RunsItsLinesOnceForEachCountOrItem)
 {
-    struct Case {
-        std::string source, expected;
-    };
-    const std::vector<Case> cases = {
+    static const std::pair<std::string, std::string> cases[] = {
         {" repeat 1+1\n dc.b \\#,'\\@'\n endr\n", "00 2e 31 00 2e 32"},
         {" repeat 0\n dc.b 1\n endr\n dc.b 2\n", "02"},
         {" repeatl a,b ; c\n dc.b \\#,'\\1\\@'\n endr\n", "01 61 2e 31 01 62 2e 32"},
@@ -21,21 +16,18 @@ TEST(Repeat, RunsItsLinesOnceForEachCountOrItem)
         // The lines of a repeat within a macro have the macro's arguments put in when recorded.
         {"m: macro\n repeat \\1\n dc.b \\2\n endr\n endm\n m 2,3\n", "03 03"},
         {" repeat 2\n endm\n dc.b 1\n endr\n", "01 01"},
-        // An empty list leaves its mark: the macro behind it isn't closed by `endm`.
+        // An empty list leaves its mark: the macro after it isn't closed by `endm`.
         {" repeatl\n endr\n dc.b 1\nm: macro\n endm\n dc.b 2\n", "01"},
         {" repeatl\n endr\n irp 3\n dc.b \\1\n endr\nm: macro\n endm\n dc.b 2\n", "03 02"},
+        {" repeat -1\n endr\n dc.b 1\n repeatl \\ x ,2,3\n dc.b \\x\n endr\n", "01 02 03"},
+        {" repeat 3\n dc.b 1\n if 1\n rexit\n endif\n endr\n dc.b 2\n", "01 02"},
+        {" repeat 2\n irp \\x,1,2\n dc.b \\x\n rexit\n endr\n dc.b 3\n endr\n", "01 03 01 03"},
+        // Counts have 16 bits; 0 in them is 65536 runs.
+        {"k: set 0\n repeat 70000\nk: set k+1\n endr\n dc.l k\n", "00 00 11 70"},
+        {"k: set 0\n repeat 65536\nk: set k+1\n endr\n dc.l k\n", "00 01 00 00"},
     };
-    for (const Case &c : cases)
-        EXPECT_EQ(text_of(c.source), c.expected) << c.source;
-}
-
-TEST(Repeat, CountsIn16Bits)
-{
-    for (const auto &[count, runs] : {std::pair{"70000", "11 70"}, {"65536", "00 00"}}) {
-        const std::string text =
-            text_of(std::string("k: set 0\n repeat ") + count + "\nk: set k+1\n endr\n dc.w k\n");
-        EXPECT_EQ(text, runs) << count;
-    }
+    for (const auto &[source, expected] : cases)
+        EXPECT_EQ(text_of(source), expected) << source;
 }
 
 TEST(Repeat, WithoutLinesDoesNothing)
@@ -44,15 +36,9 @@ TEST(Repeat, WithoutLinesDoesNothing)
         EXPECT_EQ(text_of(head + "\n; nothing\n\n endr\n dc.b 1\n"), "01") << head;
 }
 
-TEST(Repeat, TakesMinusOneForAnEmptyList)
+TEST(Repeat, LeavesAnEmptyListForMacros)
 {
-    EXPECT_EQ(text_of(" repeat -1\n endr\n dc.b 1\n repeatl \\ x ,2,3\n dc.b \\x\n endr\n"),
-              "01 02 03");
-}
-
-TEST(Repeat, LeavesAnEmptyListBehindForMacros)
-{
-    // Behind an empty list the definition takes in the rest of the file, from the next pass on.
+    // After an empty list the definition takes in the rest of the file, from the next pass on.
     EXPECT_EQ(text_of(" nop\nl: nop\nnop: macro\n \\\\nop\n \\\\nop\n endm\n repeatl\n endr\n"
                       " dc.b 7\n"),
               "9d 9d 07 9d 9d 07");
@@ -60,25 +46,16 @@ TEST(Repeat, LeavesAnEmptyListBehindForMacros)
     EXPECT_EQ(text_of("m: macro\n nop\n endm\n m\nopen: macro\nn: macro\n"), "");
 }
 
-TEST(Repeat, EndsEarly)
-{
-    EXPECT_EQ(text_of(" repeat 3\n dc.b 1\n if 1\n rexit\n endif\n endr\n dc.b 2\n"), "01 02");
-    EXPECT_EQ(text_of(" repeat 2\n irp \\x,1,2\n dc.b \\x\n rexit\n endr\n dc.b 3\n endr\n"),
-              "01 03 01 03");
-}
-
 TEST(Repeat, ReportsWhatItCannotDo)
 {
-    struct Case {
-        std::string source, line, message;
+    static const std::pair<std::string, std::string> cases[] = {
+        {"m: macro\n rexit\n endm\n repeat 1\n m\n endr\n", "6 = no repeat in expansion"},
+        {"\n rexit\n", "2 = no repeat in expansion"},
+        {"lab: repeat lab\n endr\n", "1 = bad relocatable expression"},
+        {" repeat 1\nm: macro\n endr\n", "2 = misplaced macro directive"},
     };
-    const std::vector<Case> cases = {
-        {"m: macro\n rexit\n endm\n repeat 1\n m\n endr\n", "6", "no repeat in expansion"},
-        {"\n rexit\n", "2", "no repeat in expansion"},
-        {"lab: repeat lab\n endr\n", "1", "bad relocatable expression"},
-        {" repeat 1\nm: macro\n endr\n", "2", "misplaced macro directive"}};
-    for (const Case &c : cases)
-        EXPECT_EQ(errors_of(c.source), "#error nvasm8 prog.s:" + c.line + "\t" + c.message + "\n");
+    for (const auto &[source, errors] : cases)
+        EXPECT_EQ(errors_of(source), reported(errors)) << source;
 }
 
 TEST(Repeat, IsListedAsItRuns)

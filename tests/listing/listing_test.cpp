@@ -1,7 +1,6 @@
 // The lines of the listing and their columns, which lines are shown, and pages.
-#include "support/run.h"
+#include "support/rows.h"
 #include <cstdio>
-#include <gtest/gtest.h>
 #include <sstream>
 
 using Options = std::vector<std::string>;
@@ -109,8 +108,6 @@ TEST(Listing, ComesFromThePassThatSettled)
                        options);
 }
 
-// --- pages --------------------------------------------------------------------------------------
-
 static const std::string DATE = " 1 Jan 1970 00:00";
 
 static std::string date_head(int page)
@@ -214,14 +211,12 @@ TEST(Pages, OfTheNextSourceFile)
 
 TEST(ListingDirectives, Faults)
 {
-    EXPECT_EQ(errors_of("l: title 5\n ttl\n subttl l\n plen l\n spc l\n list 1\n", {"-ge"}),
-              "prog.s:1:1: missing string\nprog.s:2:1: missing string\n"
-              "prog.s:3:1: missing string\nprog.s:4:1: relocatable expression not allowed\n"
-              "prog.s:5:1: relocatable expression not allowed\n"
-              "prog.s:6:1: bad comment delimiter\n");
+    expect_faults("l: nop\n", {{"missing string", "title 5 | ttl | subttl l"},
+                               {"relocatable expression not allowed", "plen l | spc l"},
+                               {"bad comment delimiter", "list 1"}});
 }
 
-TEST(ListingPages, TakeAnyNumber)
+TEST(Pages, TakeAnyNumber)
 {
     EXPECT_EQ(listing_of(" spc $80000000\n nop\n"), "   2  0000 9d             nop\n");
     const std::string endless = listing_of(" nop\n plen $7fffffff\n nop\n", {"-l", "-ff", "-ft"});

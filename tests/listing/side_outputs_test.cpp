@@ -2,7 +2,7 @@
 #include "support/run.h"
 #include <gtest/gtest.h>
 
-TEST(DependencyRule, BreaksAheadOfANameThatPassesColumn78)
+TEST(DependencyRule, BreaksBeforeANameThatPassesColumn78)
 {
     const std::string n63(63, 'n'), n64(64, 'n'), blank = std::string(59, 'n') + " ";
     static const std::tuple<std::vector<std::string>, std::string, std::string> cases[] = {
@@ -73,6 +73,7 @@ TEST(VerilogFile, IsWrittenByThePassesThatList)
     for (const char *option : {"-l", "-b"})
         EXPECT_EQ(assemble(source, {"+vver", option}).files.at("ver"),
                   "body\n %d \\1\nV = 16'h0002;\n");
+    EXPECT_EQ(errors_of("&a\n"), "#error nvasm8 prog.s:1\tbad comment delimiter\n");
     // A file that can't be created makes such lines ordinary again.
     EXPECT_EQ(assemble("&a\n", {"+vno/ver", "-b"}).err,
               "#error nvasm8 prog.s:0 can't create no/ver\n"

@@ -1,4 +1,4 @@
-// The table of symbols behind the listing.
+// The table of symbols after the listing.
 #include "support/run.h"
 #include <algorithm>
 #include <gtest/gtest.h>

@@ -1,7 +1,6 @@
 // Debug records, the closing table of .debug, and the text sections.
-#include "support/run.h"
+#include "support/rows.h"
 #include <cstdio>
-#include <gtest/gtest.h>
 
 using Options = std::vector<std::string>;
 
@@ -62,9 +61,8 @@ TEST(DebugRecords, OfTheSourceItself)
                          {}),
               ".text 0 00 a\n.text 1 01 b\n.text 1 02 c\n.text 1 04 \n.text 1 08 d\n.text 1 10 e\n"
               ".text 1 20 f\n.text 1 40 g\n.text 1 41 h\n.text 1 42 i\n.text 1 80 j\n");
-    const auto faults = assemble(" .dline\n .dopt 5\n .dopt 'a'\n .dopt 'a',\n", {"-ge", "-b"});
-    EXPECT_EQ(faults.err, "prog.s:1:1: missing string\nprog.s:2:1: missing string\n"
-                          "prog.s:3:1: syntax error\nprog.s:4:1: syntax error\n");
+    expect_faults(
+        "", {{"missing string", ".dline | .dopt 5"}, {"syntax error", ".dopt 'a' | .dopt 'a',"}});
 }
 
 TEST(DebugRecords, TheSourcesOwnEndTheLineRecords)
@@ -137,7 +135,7 @@ TEST(DebugTable, TypesGoByTheSizeOfTheData)
         {"ds.l 1", "21 00 00 00"}, {"dc.b 1,2", "11 00 00 00"},
     };
     for (const auto &[data, type] : cases) {
-        // Behind the prologue and the pointer to the table: name, value, type.
+        // After the prologue and the pointer to the table: name, value, type.
         const std::string table = section_of(".debug", " dc.w n\nn: " + data + "\n", {"-xx"});
         EXPECT_EQ(table.substr(3 * (0x2c + 4 + 8), 11), type) << data;
     }
@@ -155,7 +153,6 @@ TEST(TextSections, HoldTheTextsOfOnePass)
     const auto without = assemble(source, {"-si", "-sm"});
     EXPECT_TRUE(without.has_object && without.object.sections.size() == 1) << without.err;
     EXPECT_EQ(assemble(" nop\n").object.sections.size(), 2u); // .misra. is unused
-    EXPECT_EQ(errors_of(" .info 5\n .misra 'a' 5\n .misra 6\n", {"-ge", "-si"}),
-              "prog.s:1:1: syntax error\nprog.s:2:1: bad comment delimiter\n"
-              "prog.s:3:1: syntax error\n");
+    expect_faults(
+        "", {{"syntax error", ".info 5 | .misra 6"}, {"bad comment delimiter", ".misra 'a' 5"}});
 }

@@ -1,13 +1,12 @@
 // Which sections and symbols reach the object file, under which numbers, and the file byte by byte.
-#include "stmt/told.h"
+#include "support/rows.h"
 #include <algorithm>
 
 template <typename Record> static std::string names_of(const std::vector<Record> &records)
 {
     std::string names;
-    for (const Record &record : records) {
+    for (const Record &record : records)
         names += (names.empty() ? "" : " ") + record.name;
-    }
     return names;
 }
 
@@ -63,21 +62,21 @@ TEST(ObjectOutput, WhichSymbolsAreWritten)
     EXPECT_EQ(sorted({}), " ww ext");
     EXPECT_EQ(sorted({"-p", "-dPP"}), " ww d1 e1 ext lab");
     EXPECT_EQ(sorted({"-pl", "-dPP"}), " ww PP __NVRN__ al d1 e1 ext lab s1");
-    // Those without a number stand behind the others, so that place and number agree.
+    // Those without a number stand after the others, so that place and number agree.
     EXPECT_EQ(relocations_of(source, {"-pl"}),
               "0003 word ext+0\n0005 word ext+0\n0007 word ww+0\n");
 }
 
-TEST(ObjectOutput, UndefinedSymbolsAreToldOnce)
+TEST(ObjectOutput, UndefinedSymbolsAreReportedOnce)
 {
     const std::string source = " xref ext\n ifdef tst\n endif\n dc.w nn\n dc.w nn\n nop\n";
-    EXPECT_EQ(errors_of(source), told("4 = symbol nn not defined"));
-    // Under -u they are told where they are used.
+    EXPECT_EQ(errors_of(source), reported("4 = symbol nn not defined"));
+    // Under -u they are reported where they are used.
     EXPECT_EQ(errors_of(source, {"-u"}),
-              told("4 = symbol nn not defined | 5 = symbol nn not defined"));
+              reported("4 = symbol nn not defined | 5 = symbol nn not defined"));
     // A public equate of what turns out to be weak has a number, but can have no record.
     EXPECT_EQ(errors_of("w: nop\n xdef al\nal: equ w\n wdef w\n dc.w al\n"),
-              told("2 = bad relocatable expression"));
+              reported("2 = bad relocatable expression"));
 }
 
 TEST(ObjectOutput, EmptyRangesAreLeftOut)
@@ -88,22 +87,11 @@ TEST(ObjectOutput, EmptyRangesAreLeftOut)
     EXPECT_EQ(run.object.debug_records[0].text + run.object.debug_records[1].text, "gg");
 }
 
-TEST(ObjectOutput, FilesThatCannotBeWritten)
-{
-    // After an error an older object stays as it is.
-    EXPECT_EQ(assemble(" fail 1\n", {}, {{"prog.o", "old"}}).object_bytes, "old");
-    const auto missing = assemble(" nop\n", {"-o", "none/prog.o"});
-    EXPECT_EQ(missing.err, "#error nvasm8 prog.s:0 can't create none/prog.o\n");
-    EXPECT_EQ(missing.status, 0);
-    const auto full = assemble(" nop\n", {"-ge", "-o", "/dev/full"});
-    EXPECT_EQ(full.err + std::to_string(full.status), "prog.s:1 can't write /dev/full\n1");
-}
-
-TEST(ObjectOutput, AliasesThatCannotBePublicAreToldOnce)
+TEST(ObjectOutput, AliasesThatCannotBePublicAreReportedOnce)
 {
     EXPECT_EQ(errors_of(" xref k\nq: equ 5\nq: equ k\n xdef q\n dc.w q\n"),
-              told("3 = symbol q multiply defined"));
-    EXPECT_EQ(errors_of("q: equ plow(5)\n", {"-p"}), told("1 = bad relocatable expression"));
+              reported("3 = symbol q multiply defined"));
+    EXPECT_EQ(errors_of("q: equ plow(5)\n", {"-p"}), reported("1 = bad relocatable expression"));
 }
 
 TEST(ObjectOutput, AWeakNameNeedsRoomForItsMark)
@@ -113,7 +101,7 @@ TEST(ObjectOutput, AWeakNameNeedsRoomForItsMark)
         return " wdef " + name + "\n" + name + ": nop\n";
     };
     EXPECT_EQ(errors_of(source(254)), "");
-    EXPECT_EQ(errors_of(source(255)), told("1 = bad symbol name: " + std::string(255, 'w')));
+    EXPECT_EQ(errors_of(source(255)), reported("1 = bad symbol name: " + std::string(255, 'w')));
 }
 
 TEST(ObjectOutput, NumbersEndAt65535)

@@ -1,6 +1,7 @@
 // What has a number in the object file: equates whose meaning stands below them, and what the
 // sizing pass doesn't come across.
-#include "stmt/told.h"
+#include "support/rows.h"
+#include <algorithm>
 
 // The contents of .text, a slash, its relocations on one line; or the messages.
 static std::string field_of(const std::string &source, const std::vector<std::string> &options = {})
@@ -46,7 +47,7 @@ TEST(Resolver, AFieldHasToNameSomething)
     EXPECT_EQ(errors_of("q: equ e\n xdef q\ne: equ w\nw: nop\n wdef w\n"), bad);
     // A circle is one error, wherever it is used.
     EXPECT_EQ(errors_of(" dc.w a1\na1: equ b1\nb1: equ c1\nc1: equ a1\n"),
-              told("4 = recursive definition of symbol c1"));
+              reported("4 = recursive definition of symbol c1"));
 }
 
 TEST(Resolver, WhatOnlyALaterPassMeetsIsThere)
@@ -73,16 +74,13 @@ w: nop\ dc.w w\ if n\ wdef w\ endif                      = 9d 00 00 / 0001 word 
     EXPECT_EQ(text_of(" if n\nlab: nop\n endif\ne: equ lab\nn: equ 1\n", {"-p"}), "9d");
     EXPECT_EQ(text_of(" if n\n wdef w\n endif\ne: equ w\nw: nop\nn: equ 1\n", {"-p"}), "9d");
     EXPECT_EQ(text_of(" if n\n call ext\n endif\n xref ext\nn: equ 1\n", {"-u"}), "cd 00 00");
-    // What no pass defines is still told.
-    const auto undefined = [](int line, const std::string &name) {
-        return "#error nvasm8 prog.s:" + std::to_string(line) + "\tsymbol " + name +
-               " not defined\n";
-    };
-    EXPECT_EQ(errors_of(" if n\n jp lab\n endif\nn: equ 1\n"), undefined(2, "lab"));
-    EXPECT_EQ(errors_of(" if n-1\nlab: nop\n endif\n jp lab\nn: equ 1\n"), undefined(4, "lab"));
-    EXPECT_EQ(errors_of(" if n-1\n1$: nop\n endif\n jp 1$\nn: equ 1\n"), undefined(4, "1$"));
+    // What no pass defines is still reported.
+    for (const Row &row : rows_of(R"(if n\ jp lab\ endif = 2 = symbol lab not defined
+if n-1\lab: nop\ endif\ jp lab = 4 = symbol lab not defined
+if n-1\1$: nop\ endif\ jp 1$ = 4 = symbol 1$ not defined)"))
+        EXPECT_EQ(errors_of(" " + row.source + "n: equ 1\n"), reported(row.expected));
     EXPECT_EQ(errors_of(" if n\nlab: nop\n endif\n jp lab\n jp no\nn: equ 1\n"),
-              undefined(5, "no") + undefined(4, "lab"));
+              reported("5 = symbol no not defined | 4 = symbol lab not defined"));
 }
 
 TEST(Resolver, SectionsMayBeSelectedAboveTheirDefinition)

@@ -1,5 +1,5 @@
 // Data, reserved room and the location counter.
-#include "target/rows.h"
+#include "support/rows.h"
 
 TEST(DataDirectives, Items)
 {
@@ -64,7 +64,7 @@ TEST(LocationDirectives, OffsetLaysOutNames)
     EXPECT_EQ(text_of(" nop\n offset 4\nf1: ds.w 1\nf2: align 4\nf3: ds.l 1\nf4: nop\n"
                       " dc.b f1,f2,f3,f4\n"),
               "9d 9d 04 06 08 0c");
-    // A label still counts ahead of the directive that leaves.
+    // A label still counts before the directive that leaves.
     for (const Row &row : rows_of(R"(dc.b g = 08 | dcb 1,g = 08 | org 1\ dc.b g = 00 08
 offset 9\n: dc.b g,n = 08 09 | save\ dc.b g = 08 | switch .text\ dc.b g = 08)")) {
         EXPECT_EQ(text_of(" offset 8\ng: " + row.source), row.expected) << row.source;

@@ -1,5 +1,5 @@
 // Sections: how they are asked for, and where the bytes go.
-#include "stmt/told.h"
+#include "support/rows.h"
 
 TEST(SectionDirectives, Attributes)
 {
@@ -28,13 +28,13 @@ TEST(SectionDirectives, Faults)
                    {"section name abcdefghijklmno too long",
                     "abcdefghijklmno: section | switch abcdefghijklmno"},
                    {"bad comment delimiter", "bsct 5 | switch .text 5 | c4: section code 5"}});
-    // Told once, when the section is made; the next ones in both passes.
+    // Reported once, when the section is made; the next ones in both passes.
     EXPECT_EQ(errors_of("c: section\n nop\nc: section\n.text: section\n"),
-              told("3 = symbol c multiply defined | 4 = symbol .text multiply defined"));
-    EXPECT_EQ(errors_of(" section\n"), told("1 = missing label | 1 = missing label"));
-    EXPECT_EQ(errors_of("c: section 5\n"), told("1 = syntax error | 1 = syntax error"));
+              reported("3 = symbol c multiply defined | 4 = symbol .text multiply defined"));
+    EXPECT_EQ(errors_of(" section\n"), reported("1 = missing label | 1 = missing label"));
+    EXPECT_EQ(errors_of("c: section 5\n"), reported("1 = syntax error | 1 = syntax error"));
     EXPECT_EQ(errors_of("1$: section\n"),
-              told("1 = bad symbol name: 1$ | 1 = bad symbol name: 1$"));
+              reported("1 = bad symbol name: 1$ | 1 = bad symbol name: 1$"));
 }
 
 TEST(SectionDirectives, NumbersOfTheOldSyntax)
@@ -44,17 +44,17 @@ TEST(SectionDirectives, NumbersOfTheOldSyntax)
     EXPECT_EQ(section_of("s1", source, {"-m"}), "9d 02 03");
     EXPECT_EQ(section_of("s2", source, {"-m", "-f", "7"}), "9d 07");
     EXPECT_EQ(errors_of("s1: section 1\ns1: section 2\n", {"-m"}),
-              told("2 = symbol s1 multiply defined"));
+              reported("2 = symbol s1 multiply defined"));
     // Numbers and what is saved end with their source file.
     const auto next = run_program({"-m", "a.s", "prog.s"}, {{"a.s", " save\n" + source},
                                                             {"prog.s", " restore\n section 1\n"}});
-    EXPECT_EQ(next.err, told("1 = missing save directive | 2 = section number not assigned"));
+    EXPECT_EQ(next.err, reported("1 = missing save directive | 2 = section number not assigned"));
     EXPECT_EQ(errors_of("s1: section 1\ns3: section 1\ns4: section 255\ns5: section 256\n"
                         "s6: section 3,4\n section 7\n section 1,code\n",
                         {"-m"}),
-              told("2 = section number already assigned | 3 = section number already assigned |"
-                   "4 = value too large | 5 = syntax error | 4 = value too large |"
-                   "5 = syntax error | 6 = section number not assigned | 7 = syntax error"));
+              reported("2 = section number already assigned | 3 = section number already assigned |"
+                       "4 = value too large | 5 = syntax error | 4 = value too large |"
+                       "5 = syntax error | 6 = section number not assigned | 7 = syntax error"));
 }
 
 TEST(SectionDirectives, SectionsGoOnWhereTheyWere)
@@ -77,32 +77,18 @@ TEST(SectionDirectives, NewOpensAnotherInstance)
     // Every pass finds them in their order, the third too.
     EXPECT_EQ(section_of("x", source + " jreq l4\n nop\nl4:\n"), "01 | 02 | 03 04");
     EXPECT_EQ(section_of(".text", source), "00 00 00 00 00 00 | 9d");
-    EXPECT_EQ(errors_of("x: section new\nx: section\n"), told("2 = symbol x multiply defined"));
+    EXPECT_EQ(errors_of("x: section new\nx: section\n"), reported("2 = symbol x multiply defined"));
 }
 
-static std::string sections(int count, const std::string &operands)
+TEST(SectionDirectives, MergedSectionsAreListedAsSwitches)
 {
     std::string source;
-    for (int i = 1; i <= count; ++i) {
-        source += "x" + (operands.empty() ? std::to_string(i) : "") + ": section " + operands +
-                  "\n dc.b " + std::to_string(i % 256) + "\n";
-    }
-    return source;
-}
-
-TEST(SectionDirectives, TooManyNewSectionsAreMerged)
-{
-    // 7 sections stand already, so 300 more are too many: two go into one.
-    const auto run = assemble(sections(300, "new"), {"-si", "-l"});
-    ASSERT_EQ(run.object.sections.size(), 150U) << run.err;
-    EXPECT_EQ(hex(run.object.sections[0].contents), "01 02");
-    EXPECT_EQ(hex(run.object.sections[149].contents), "2b 2c");
-    EXPECT_EQ(run.listing.substr(0, run.listing.find("   5 ")),
+    for (int i = 1; i <= 300; ++i)
+        source += "x: section new\n dc.b " + std::to_string(i % 256) + "\n";
+    const std::string listing = assemble(source, {"-l"}).listing;
+    EXPECT_EQ(listing.substr(0, listing.find("   5 ")),
               "   1                     x: section new\n   2  0000 01             dc.b 1\n"
               "   3                     \tswitch\tx\n   4  0001 02             dc.b 2\n");
-    EXPECT_EQ(errors_of(sections(247, "")), "");
-    EXPECT_EQ(errors_of(sections(248, "")), told("496 = too many sections"));
-    EXPECT_EQ(errors_of(sections(248, ""), {"-sm"}), "");
 }
 
 TEST(SectionDirectives, EvenSectionsEndOnAnEvenAddress)

@@ -1,5 +1,5 @@
 // Messages, include files and the positions that diagnostics show.
-#include "stmt/told.h"
+#include "support/rows.h"
 
 TEST(SourceDirectives, ErrorsAndMessagesOfTheUser)
 {
@@ -16,10 +16,11 @@ TEST(SourceDirectives, ErrorsAndMessagesOfTheUser)
 TEST(SourceDirectives, LocalLabelsEndAtAnInclude)
 {
     const std::string source = "1$: nop\n include \"inc.s\"\n jra 1$\n";
-    const std::string undefined = told("3 = symbol 1$ not defined");
+    const std::string undefined = reported("3 = symbol 1$ not defined");
     EXPECT_EQ(assemble(source, {}, {{"inc.s", ""}}).err, undefined);
-    EXPECT_EQ(errors_of(source), undefined + told("2 = can't open inc.s"));
-    EXPECT_EQ(errors_of("1$: nop\n include 5\n jra 1$\n"), undefined + told("2 = bad file name"));
+    EXPECT_EQ(errors_of(source), undefined + reported("2 = can't open inc.s"));
+    EXPECT_EQ(errors_of("1$: nop\n include 5\n jra 1$\n"),
+              undefined + reported("2 = bad file name"));
 }
 
 TEST(SourceDirectives, PositionsOfDiagnostics)
@@ -29,33 +30,25 @@ TEST(SourceDirectives, PositionsOfDiagnostics)
 #line 10 "c.c"\ nop\ #line 20\ nop = c.c:21 | #line 10 "c.c"\ include "inc.s" = c.c:13
 .sfile "c.c",5\ .sfile = prog.s:3)")) {
         const auto run = assemble(" " + row.source + " ds 0\n", {}, {{"inc.s", " nop\n nop\n"}});
-        EXPECT_EQ(run.err, "#error nvasm8 " + row.expected + "\tillegal size\n") << row.source;
+        EXPECT_EQ(run.err, reported(row.expected + " = illegal size")) << row.source;
     }
     // #line takes one backslash of each pair.
     EXPECT_EQ(errors_of(" #line 10 \"d\\\\c.c\"\n ds 0\n"),
               "#error nvasm8 d\\c.c:10\tillegal size\n");
     EXPECT_EQ(errors_of(" .sfile \"d\\\\c.c\",10\n ds 0\n"),
               "#error nvasm8 d\\\\c.c:10\tillegal size\n");
-    EXPECT_EQ(errors_of(" .sfile \"c.c\" 5\n"), told("1 = syntax error"));
+    EXPECT_EQ(errors_of(" .sfile \"c.c\" 5\n"), reported("1 = syntax error"));
     EXPECT_EQ(errors_of("l: nop\n#line l \"f\"\n"),
-              "#error nvasm8 f:-1\trelocatable expression not allowed\n");
-    // An undefined symbol is told at the position of its first use.
+              reported("f:-1 = relocatable expression not allowed"));
+    // An undefined symbol is reported at the position of its first use.
     EXPECT_EQ(errors_of(" #line 10 \"c.c\"\n dc.w nn\n .sfile\n dc.w nn\n"),
-              "#error nvasm8 c.c:10\tsymbol nn not defined\n");
+              reported("c.c:10 = symbol nn not defined"));
 }
 
-TEST(SourceDirectives, LinesOfAnotherFileInTheListing)
+TEST(SourceDirectives, RangesOfLines)
 {
-    const std::vector<SourceFile> files = {{"f.c", "one\ntwo\nthree\n"}};
-    const std::string source = " .source \"f.c:2-3\"\n nop\n .source \"f.c:3-1\"\n nop\n"
-                               " .source \"f.c:1\"\n nop\n";
-    EXPECT_EQ(assemble(source, {"-l"}, files).listing,
-              "   1                     ; 2 two\n   1                     ; 3 three\n"
-              "   2  0000 9d             nop\n   4  0001 9d             nop\n"
-              "   5                     ; 1 one\n   6  0002 9d             nop\n");
     EXPECT_EQ(errors_of(" .source \"f.c\"\n"), ""); // looked at in the listing pass alone
-    for (const char *operand : {"f.c", "f.c:1x", "f.c:1-2-3"}) {
-        EXPECT_EQ(errors_of(" .source \"" + std::string(operand) + "\"\n", {"-l"}),
-                  told("1 = bad .source directive"));
-    }
+    for (const std::string operand : {"f.c", "f.c:1x", "f.c:1-2-3"})
+        EXPECT_EQ(errors_of(" .source \"" + operand + "\"\n", {"-l"}),
+                  reported("1 = bad .source directive"));
 }

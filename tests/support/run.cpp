@@ -77,9 +77,8 @@ static std::map<std::string, std::string> collect_files(const fs::path &director
 {
     std::map<std::string, std::string> files;
     for (const auto &entry : fs::recursive_directory_iterator(directory)) {
-        if (entry.is_regular_file()) {
+        if (entry.is_regular_file())
             files[entry.path().lexically_relative(directory).string()] = file_text(entry.path());
-        }
     }
     return files;
 }
@@ -89,19 +88,17 @@ static std::vector<std::string> make_environment(const std::vector<std::string> 
     std::vector<std::string> variables = additions;
     for (char **variable = environ; *variable != nullptr; ++variable) {
         const std::string_view text = *variable;
-        if (!text.starts_with("NVLIB=") && !text.starts_with("NVDEBUG=")) {
+        if (!text.starts_with("NVLIB=") && !text.starts_with("NVDEBUG="))
             variables.emplace_back(text);
-        }
     }
     return variables;
 }
 
-static std::vector<char *> pointers_to(std::vector<std::string> &words)
+static std::vector<char *> pointers_to(std::vector<std::string> *words)
 {
     std::vector<char *> pointers;
-    for (std::string &word : words) {
+    for (std::string &word : *words)
         pointers.push_back(word.data());
-    }
     pointers.push_back(nullptr);
     return pointers;
 }
@@ -124,8 +121,8 @@ static Child spawn(std::vector<std::string> words, std::vector<std::string> envi
     posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, err[1], STDERR_FILENO);
     Child child;
-    errno = posix_spawn(&child.pid, words[0].c_str(), &actions, nullptr, pointers_to(words).data(),
-                        pointers_to(environment).data());
+    errno = posix_spawn(&child.pid, words[0].c_str(), &actions, nullptr, pointers_to(&words).data(),
+                        pointers_to(&environment).data());
     require(errno == 0, words[0].c_str());
     posix_spawn_file_actions_destroy(&actions);
     close(out[1]);
@@ -135,32 +132,30 @@ static Child spawn(std::vector<std::string> words, std::vector<std::string> envi
 }
 
 // Moves what waits in a pipe to `text`; closes the pipe at its end.
-static void drain(pollfd &pipe, std::string &text)
+static void drain(pollfd *pipe, std::string *text)
 {
     std::array<char, 65536> block;
-    const ssize_t size = read(pipe.fd, block.data(), block.size());
+    const ssize_t size = read(pipe->fd, block.data(), block.size());
     if (size > 0) {
-        text.append(block.data(), static_cast<size_t>(size));
+        text->append(block.data(), static_cast<size_t>(size));
     } else if (size == 0 || errno != EINTR) {
-        close(pipe.fd);
-        pipe.fd = -1; // poll passes over it
+        close(pipe->fd);
+        pipe->fd = -1; // poll passes over it
     }
 }
 
 // Gives false when the program must be stopped.
-static bool read_output(Child &child, Run &run, Clock::time_point deadline)
+static bool read_output(Child *child, Run *run, Clock::time_point deadline)
 {
-    while (child.pipes[0].fd >= 0 || child.pipes[1].fd >= 0) {
+    while (child->pipes[0].fd >= 0 || child->pipes[1].fd >= 0) {
         const auto left =
             std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
-        if (left.count() <= 0 || run.out.size() + run.err.size() > OUTPUT_LIMIT) {
+        if (left.count() <= 0 || run->out.size() + run->err.size() > OUTPUT_LIMIT)
             return false;
-        }
-        poll(child.pipes.data(), child.pipes.size(), static_cast<int>(left.count()));
-        for (size_t i = 0; i < child.pipes.size(); ++i) {
-            if (child.pipes[i].fd >= 0 && child.pipes[i].revents != 0) {
-                drain(child.pipes[i], i == 0 ? run.out : run.err);
-            }
+        poll(child->pipes.data(), child->pipes.size(), static_cast<int>(left.count()));
+        for (size_t i = 0; i < child->pipes.size(); ++i) {
+            if (child->pipes[i].fd >= 0 && child->pipes[i].revents != 0)
+                drain(&child->pipes[i], i == 0 ? &run->out : &run->err);
         }
     }
     return true;
@@ -181,18 +176,17 @@ static int wait_for(pid_t pid, Clock::time_point deadline)
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
-static void take_object(Run &run)
+static void take_object(Run *run)
 {
-    const auto object = run.files.find("prog.o");
-    run.has_object = object != run.files.end();
-    if (run.has_object) {
-        run.object_bytes = object->second;
-        const auto *bytes = reinterpret_cast<const uint8_t *>(run.object_bytes.data());
-        run.object = read_object({bytes, run.object_bytes.size()});
+    const auto object = run->files.find("prog.o");
+    run->has_object = object != run->files.end();
+    if (run->has_object) {
+        run->object_bytes = object->second;
+        const auto *bytes = reinterpret_cast<const uint8_t *>(run->object_bytes.data());
+        run->object = read_object({bytes, run->object_bytes.size()});
     }
-    if (const auto listing = run.files.find("prog.ls"); listing != run.files.end()) {
-        run.listing = listing->second;
-    }
+    if (const auto listing = run->files.find("prog.ls"); listing != run->files.end())
+        run->listing = listing->second;
 }
 
 static Run run_in_directory(const char *program, const std::vector<std::string> &arguments,
@@ -207,16 +201,15 @@ static Run run_in_directory(const char *program, const std::vector<std::string> 
     Run run;
     const Clock::time_point deadline = Clock::now() + TIME_LIMIT;
     Child child = spawn(std::move(words), make_environment(environment), directory);
-    const bool ended = read_output(child, run, deadline);
+    const bool ended = read_output(&child, &run, deadline);
     run.status = wait_for(child.pid, ended ? deadline : Clock::now());
     for (const pollfd &pipe : child.pipes) {
-        if (pipe.fd >= 0) {
+        if (pipe.fd >= 0)
             close(pipe.fd);
-        }
     }
     run.files = collect_files(directory);
     fs::remove_all(directory);
-    take_object(run);
+    take_object(&run);
     return run;
 }
 
@@ -253,21 +246,17 @@ static bool lacks_sound_object(const Run &run, std::string &text)
         text = run.err;
         return true;
     }
-    for (const std::string &problem : run.object.problems) {
+    for (const std::string &problem : run.object.problems)
         text += "damaged object: " + problem + "\n";
-    }
     return !text.empty();
 }
 
-static std::string hex_pairs(const std::vector<uint8_t> &bytes)
+std::string hex(const std::vector<uint8_t> &bytes)
 {
-    static const char *const digits = "0123456789abcdef";
     std::string text;
     for (uint8_t byte : bytes) {
-        if (!text.empty()) {
-            text += ' ';
-        }
-        text += {digits[byte >> 4], digits[byte & 15]};
+        text += text.empty() ? "" : " ";
+        text += {"0123456789abcdef"[byte >> 4], "0123456789abcdef"[byte & 15]};
     }
     return text;
 }
@@ -277,14 +266,13 @@ std::string section_of(const std::string &name, const std::string &source,
 {
     const Run run = assemble(source, options);
     std::string text;
-    if (lacks_sound_object(run, text)) {
+    if (lacks_sound_object(run, text))
         return text;
-    }
     bool found = false;
     for (const ObjectSection &section : run.object.sections) {
         if (section.name == name) {
             text += found ? " | " : "";
-            text += hex_pairs(section.contents);
+            text += hex(section.contents);
             found = true;
         }
     }
@@ -301,13 +289,11 @@ std::string relocations_of(const std::string &source, const std::vector<std::str
 {
     const Run run = assemble(source, options);
     std::string text;
-    if (lacks_sound_object(run, text)) {
+    if (lacks_sound_object(run, text))
         return text;
-    }
     for (const ObjectSection &candidate : run.object.sections) {
-        if (candidate.name != section) {
+        if (candidate.name != section)
             continue;
-        }
         for (const ObjectRelocation &item : candidate.relocations) {
             std::array<char, 1200> line;
             std::snprintf(line.data(), line.size(), "%04x %s%s %s+%#x\n", item.offset,

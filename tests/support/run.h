@@ -45,10 +45,13 @@ Run run_shell(const std::string &command, const std::vector<SourceFile> &files =
 Run run_viewer(const std::vector<std::string> &arguments,
                const std::vector<SourceFile> &files = {});
 
+// "9d ae 12 34"
+std::string hex(const std::vector<uint8_t> &bytes);
+
 // The functions below give the text of standard error when there is no object, and what is wrong
 // with it when the object is damaged.
 
-// The contents of .text as "9d ae 12 34".
+// The contents of .text as hex().
 std::string text_of(const std::string &source, const std::vector<std::string> &options = {});
 
 // The same of another section; several of one name are separated by " | ".

@@ -1,5 +1,5 @@
 // The forms that branches, jumps and calls are given, at the limits of each.
-#include "target/rows.h"
+#include "support/rows.h"
 
 // A target that nothing below reaches.
 static const std::string FAR = "far: equ *+1000\n";
@@ -102,9 +102,8 @@ jra ext\ jrne ext = ac 00 00 00 27 04 ac 00 00 00)"));
 TEST(Branches, ManyJumpsAreRemembered)
 {
     std::string source = FAR + "scross off\n";
-    for (int i = 0; i <= 40; ++i) {
+    for (int i = 0; i <= 40; ++i)
         source += "jra far+" + std::to_string(i) + "\n";
-    }
     expect_ends(source, rows_of("jrne far\\ jrne far+40 = 26 83 26 f9"));
 }
 
@@ -156,7 +155,7 @@ TEST(Branches, BitsThatOnlyTheLinkerKnows)
               "72 10 12 34");
 }
 
-TEST(Branches, CheckItemsStandAheadOf16BitTargets)
+TEST(Branches, CheckItemsStandBefore16BitTargets)
 {
     EXPECT_EQ(relocations_of(" xref ext\njp ext\ncall ext+2\njp (ext,x)\njp [ext]\njpf ext\n"
                              "callr ext\nld a,ext\n"),

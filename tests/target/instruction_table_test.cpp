@@ -1,6 +1,6 @@
 // Every row of the instruction table, by the rows in instructions.cases. The operands there are
 // chosen so that no other row of the mnemonic takes them.
-#include "target/rows.h"
+#include "support/rows.h"
 
 #include <fstream>
 #include <map>
@@ -18,7 +18,6 @@ TEST(InstructionTable, EveryRowGivesItsBytes)
         rows_met.insert(mnemonic + " " + row.expected);
     }
     EXPECT_EQ(rows_met.size(), 591U);
-    for (const auto &[mnemonic, rows] : by_mnemonic) {
+    for (const auto &[mnemonic, rows] : by_mnemonic)
         expect_rows("", rows);
-    }
 }

@@ -1,6 +1,6 @@
 // Which addressing mode an operand is taken for, seen in the bytes of instructions that have rows
 // for several of them.
-#include "target/rows.h"
+#include "support/rows.h"
 
 // zero and zp are zero-page addresses, lab is a long one.
 static const std::string SYMBOLS = R"( xref ext

@@ -1,5 +1,5 @@
 // The relocation stream byte by byte. lab and v lie in .text, which is section 1.
-#include "target/rows.h"
+#include "support/rows.h"
 
 static const std::string SYMBOLS = "lab: nop\nv: equ lab+$12345678\n";
 
@@ -80,9 +80,8 @@ TEST(Relocations, StreamsOfSeveralPieces)
         EXPECT_TRUE(text.ends_with(" 00 12")) << size;
     }
     std::string expected;
-    for (int i = 0; i < 1025; ++i) {
+    for (int i = 0; i < 1025; ++i)
         expected += i == 0 ? "81 01" : " 81 01";
-    }
     EXPECT_EQ(stream_of("lab: dcb.w 1025,lab\n"), expected);
 }
 

@@ -4,7 +4,7 @@
 #include "support/run.h"
 #include <gtest/gtest.h>
 
-static std::string hex(std::string_view pairs)
+static std::string bytes_of(std::string_view pairs)
 {
     std::string bytes;
     for (size_t i = 0; i + 1 < pairs.size(); i += 2) {
@@ -26,15 +26,14 @@ static std::string one_section(const char *attributes, const std::string &conten
 {
     const size_t stream_at = 28 + 40 + contents.size();
     const size_t symbols_at = stream_at + stream.size();
-    std::string bytes = hex("cc060301") + long_word(symbols) + long_word(symbols_at) +
+    std::string bytes = bytes_of("cc060301") + long_word(symbols) + long_word(symbols_at) +
                         long_word(8 * symbols) + long_word(0) +
-                        long_word(symbols_at + 8 * symbols) + long_word(0) + hex(attributes) +
-                        hex("05 2e74657874 000000000000000000") + long_word(28 + 40) +
+                        long_word(symbols_at + 8 * symbols) + long_word(0) + bytes_of(attributes) +
+                        bytes_of("05 2e74657874 000000000000000000") + long_word(28 + 40) +
                         long_word(contents.size()) + long_word(stream_at) +
                         long_word(stream.size()) + long_word(0) + long_word(0) + contents + stream;
-    for (size_t i = 0; i < symbols; ++i) {
-        bytes += hex("00000000 06 00 01 78");
-    }
+    for (size_t i = 0; i < symbols; ++i)
+        bytes += bytes_of("00000000 06 00 01 78");
     return bytes;
 }
 
@@ -46,15 +45,14 @@ static ObjectFile read(const std::string &bytes)
 static std::string problems_of(const std::string &bytes)
 {
     std::string text;
-    for (const std::string &problem : read(bytes).problems) {
+    for (const std::string &problem : read(bytes).problems)
         text += problem + "\n";
-    }
     return text;
 }
 
 static std::string small_file()
 {
-    return hex(
+    return bytes_of(
         "cc060304 00000003 00000116 00000021 00000002 00000137 00000017" // head; the section table:
         "8205 2e746578740000000000 00000000 000000bc 00000004 000000c0 00000006 00000000 00000000"
         "0304 2e627373000000000000 00000000 00000000 00000010 00000000 00000000 00000100 00000100"
@@ -206,10 +204,10 @@ TEST(ObjectReader, EveryRelocationKindAndGap)
     std::string contents;
     std::string stream;
     for (const auto &item : items) {
-        contents += std::string(item.plain, '\x9d') + hex(item.field);
-        stream += hex(item.stream);
+        contents += std::string(item.plain, '\x9d') + bytes_of(item.field);
+        stream += bytes_of(item.stream);
     }
-    const ObjectFile object = read(one_section("82", contents + hex("9d9d"), stream, 255));
+    const ObjectFile object = read(one_section("82", contents + bytes_of("9d9d"), stream, 255));
     EXPECT_EQ(object.problems, std::vector<std::string>{});
     ASSERT_EQ(object.sections[0].relocations.size(), std::size(items));
     for (size_t i = 0; i < std::size(items); ++i) {
@@ -220,7 +218,7 @@ TEST(ObjectReader, EveryRelocationKindAndGap)
         EXPECT_STREQ(line, items[i].expected);
     }
     // Fields of a section without hilo begin with the low byte; an end mark may close a stream.
-    const ObjectFile lohi = read(one_section("00", hex("04030201"), hex("8201 00"), 0));
+    const ObjectFile lohi = read(one_section("00", bytes_of("04030201"), bytes_of("8201 00"), 0));
     EXPECT_EQ(lohi.problems, std::vector<std::string>{});
     ASSERT_EQ(lohi.sections[0].relocations.size(), 1u);
     EXPECT_EQ(lohi.sections[0].relocations[0].addend, 0x01020304u);
@@ -263,15 +261,14 @@ TEST(ObjectReader, NamesTheDamage)
     };
     for (const auto &damage : cases) {
         std::string bytes = small_file();
-        const std::string patch = hex(damage.bytes);
+        const std::string patch = bytes_of(damage.bytes);
         bytes.replace(damage.offset, patch.size(), patch);
         const std::string problems = problems_of(bytes);
         EXPECT_NE(problems.find(damage.problem), std::string::npos)
             << "expected: " << damage.problem << "\ngot: " << problems;
     }
-    for (size_t size = 0; size < small_file().size(); ++size) {
+    for (size_t size = 0; size < small_file().size(); ++size)
         EXPECT_NE(problems_of(small_file().substr(0, size)), "") << "cut to " << size << " bytes";
-    }
 }
 
 TEST(ObjectViewer, ReadsNothingWithoutAnEnd)

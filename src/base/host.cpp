@@ -531,13 +531,10 @@ bool write_output(const char *path, std::span<const Piece> pieces)
 // Whether nothing is left under the name that is ours to delete.
 static bool try_removal(const char *path)
 {
-    const PathKind kind = path_kind(path);
-    if (kind != PathKind::REGULAR)
-        return kind != PathKind::UNKNOWN;
     struct stat status;
     if (!read_status(path, &status))
-        return false;
-    if (standard_stream_of(status) >= 0)
+        return errno == ENOENT || errno == ENOTDIR;
+    if (!S_ISREG(status.st_mode) || standard_stream_of(status) >= 0)
         return true;
     const std::optional<std::string> target = follow_links(path);
     return target && leads_to(*target, status) && std::remove(target->c_str()) == 0;

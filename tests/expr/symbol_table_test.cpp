@@ -36,6 +36,8 @@ TEST(Names, AMacroCanWrapTheInstructionOfItsName)
 {
     EXPECT_EQ(text_of("nop: macro\n dc.b $aa\n \\\\nop\n dc.b $bb\n endm\n nop\n NOP.w\n"),
               "aa 9d bb aa 9d bb");
+    EXPECT_EQ(text_of("LD: macro\n dc.b 1\n \\\\ld \\1,\\2\n endm\n ld a,(x)\n Ld.b a,(x)\n"),
+              "01 f6 01 f6");
     EXPECT_EQ(text_of("even: macro\n \\\\even\n dc.b 1\n endm\n nop\n even\n"), "9d 00 01");
     // A directive of its own isn't the macro with a suffix.
     EXPECT_EQ(text_of("dc: macro\n nop\n endm\n dc.b 5\n dc 1\n dc.x 1\n dc.w 3\n"),

@@ -34,7 +34,8 @@ TEST(Conditionals, TakeTheBranchOfTheirCondition)
 TEST(Conditionals, ReadNothingInSkippedCode)
 {
     EXPECT_EQ(text_of(" if 0\n if zz+\"open\n dc.b 1\n elsec junk\n dc.b 2\n endc\n #ifdef (\n"
-                      " #else\n #endif\nlab: zork\n include \"nowhere\"\nm: macro\n mexit\n 123\n"
+                      " #else\n #endif )\nlab: zork \"\n10$ 'x\n-x\n include \"nowhere\"\nm: "
+                      "macro\n mexit\n 123\n"
                       " else\n ifdef lab\n dc.b 3\n#else\n dc.b 4\n endif\n endif\n"),
               "04");
 }

@@ -112,13 +112,6 @@ TEST(MacroDefinition, StoresEveryStatementUpToItsEnd)
         EXPECT_EQ(errors_of(source), reported(errors)) << source;
 }
 
-TEST(MacroDefinition, OverridesAnInstruction)
-{
-    const std::string wrap = "LD: macro\n dc.b 1\n \\\\ld \\1,\\2\n endm\n";
-    expect_same(" ld a,(x)\n" + wrap + " ld a,(x)\n Ld.b a,(x)\n",
-                " dc.b 1\n ld a,(x)\n dc.b 1\n ld a,(x)\n dc.b 1\n ld a,(x)\n");
-}
-
 TEST(MacroExit, EndsTheMacroAndItsConditionals)
 {
     expect_same("m: macro\n if \\1\n if 1\n dc.b 1\n mexit\n endif\n endif\n dc.b 2\n endm\n"

@@ -36,19 +36,6 @@ TEST(Statements, TheOldSyntaxFindsLabelsInTheFirstColumn)
     EXPECT_EQ(errors_of(" * text\n", {"-m"}), reported("1 = bad comment delimiter"));
 }
 
-TEST(Statements, ColonsMakeLabelsPublicUnderMi)
-{
-    const auto publics = [](const std::string &source, const std::vector<std::string> &options) {
-        std::string names;
-        for (const ObjectSymbol &symbol : assemble(source, options).object.symbols)
-            names += symbol.name + " ";
-        return names;
-    };
-    EXPECT_EQ(publics("lab: nop\nval: equ 5\n", {}), "");
-    EXPECT_EQ(publics("lab: nop\nval: equ 5\n", {"-mi"}), "lab ");
-    EXPECT_EQ(publics("lab: nop\nfirst nop\n", {"-m", "-mi"}), "lab ");
-}
-
 TEST(Statements, ALabelIsDefinedBeforeItsStatement)
 {
     // Also when the statement is a macro call, a conditional or unknown.
@@ -74,12 +61,4 @@ TEST(Statements, ASecondLabelIsReportedOnceAndListedAtBothPlaces)
    4  0004 9d            sp: nop
 ******** ERROR:  bad symbol name: sp  ********
 )");
-}
-
-TEST(Statements, SkippedCodeRunsConditionalsAlone)
-{
-    const std::string skipped = " if 0\nlab: zork \"\n10$ 'x\n-x\n ifdef\n )\n else\n fail 1\n"
-                                " endif )\n include \"none\"\n m\n else\n nop\n endif\n";
-    EXPECT_EQ(text_of("m: macro\n fail 2\n endm\n" + skipped), "9d");
-    EXPECT_EQ(errors_of(skipped + " dc.w lab\n"), reported("15 = symbol lab not defined"));
 }

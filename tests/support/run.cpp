@@ -41,16 +41,12 @@ static void require(bool success, const char *what)
 // No core dumps, and no runaway file fills the disk: the children inherit the limits.
 static void limit_children()
 {
-    static const bool done = [] {
-        const rlimit no_core{0, 0};
-        setrlimit(RLIMIT_CORE, &no_core);
-        rlimit file_size{};
-        getrlimit(RLIMIT_FSIZE, &file_size);
-        file_size.rlim_cur = std::min<rlim_t>(OUTPUT_LIMIT, file_size.rlim_max);
-        setrlimit(RLIMIT_FSIZE, &file_size);
-        return true;
-    }();
-    static_cast<void>(done);
+    const rlimit no_core{0, 0};
+    setrlimit(RLIMIT_CORE, &no_core);
+    rlimit file_size{};
+    getrlimit(RLIMIT_FSIZE, &file_size);
+    file_size.rlim_cur = std::min<rlim_t>(OUTPUT_LIMIT, file_size.rlim_max);
+    setrlimit(RLIMIT_FSIZE, &file_size);
 }
 
 static fs::path make_directory(const std::vector<SourceFile> &files)
@@ -239,16 +235,13 @@ Run assemble(const std::string &source, const std::vector<std::string> &options,
     return run_program(arguments, all_files);
 }
 
-// Gives true with `text` saying why when the object isn't there or isn't sound.
-static bool lacks_sound_object(const Run &run, std::string &text)
+// Why there is nothing to be read in an object; empty when it is there and sound.
+static std::string fault_of(const Run &run)
 {
-    if (!run.has_object) {
-        text = run.err;
-        return true;
-    }
+    std::string text = run.has_object ? "" : run.err;
     for (const std::string &problem : run.object.problems)
         text += "damaged object: " + problem + "\n";
-    return !text.empty();
+    return text;
 }
 
 std::string hex(const std::vector<uint8_t> &bytes)
@@ -265,18 +258,14 @@ std::string section_of(const std::string &name, const std::string &source,
                        const std::vector<std::string> &options)
 {
     const Run run = assemble(source, options);
-    std::string text;
-    if (lacks_sound_object(run, text))
+    std::string text = fault_of(run);
+    if (!text.empty())
         return text;
-    bool found = false;
     for (const ObjectSection &section : run.object.sections) {
-        if (section.name == name) {
-            text += found ? " | " : "";
-            text += hex(section.contents);
-            found = true;
-        }
+        if (section.name == name)
+            text += " | " + hex(section.contents);
     }
-    return text;
+    return text.substr(std::min<size_t>(text.size(), 3));
 }
 
 std::string text_of(const std::string &source, const std::vector<std::string> &options)
@@ -288,8 +277,8 @@ std::string relocations_of(const std::string &source, const std::vector<std::str
                            const std::string &section)
 {
     const Run run = assemble(source, options);
-    std::string text;
-    if (lacks_sound_object(run, text))
+    std::string text = fault_of(run);
+    if (!text.empty())
         return text;
     for (const ObjectSection &candidate : run.object.sections) {
         if (candidate.name != section)

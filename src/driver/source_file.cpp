@@ -94,7 +94,8 @@ static void size_source_again()
     restore_recording_state(carried_state.recording);
     undo_macros();
     forget_source_file();
-    // Each time turns the order of the kept symbols round: now it is again that of the first sizing.
+    // Each time turns the order of the kept symbols round: now it is again that of the first
+    // sizing.
     reset_symbols();
     forget_files();
     forget_section_stacks();

@@ -6,7 +6,7 @@
 #include "driver/include_paths.h"
 #include "driver/options.h"
 
-// The text of the banner behind the maker's name.
+// The text of the banner after the maker's name.
 static constexpr const char *title_text = "STM8 Macro-Assembler";
 
 static constexpr OptionDescriptor flag(const char *text, bool *target)

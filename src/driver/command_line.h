@@ -8,9 +8,9 @@ void read_settings(int *argc, char ***argv);
 // -l, in this order.
 void imply_settings();
 
-// Applies what options imply for the listing: -c, +l and -u set -l; +v sets -l and -a. Comes behind
+// Applies what options imply for the listing: -c, +l and -u set -l; +v sets -l and -a. Comes after
 // imply_settings, so that "-md -c" leaves -l set (to no effect).
 void imply_listing();
 
-// Turns include_list from paths as typed, with those of NVLIB behind them, into directories.
+// Turns include_list from paths as typed, then those of NVLIB, into directories.
 void make_include_list();

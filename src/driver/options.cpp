@@ -99,8 +99,8 @@ struct OptionValue {
     const char *text = nullptr;
 };
 
-// Matches one option against the word at `position`. Stores and returns the position behind what it
-// used, or returns none at the first character that differs; what was gathered up to there stays.
+// Matches one option against the word at `position`. Stores and returns the position after what it
+// used, or returns null at the first character that differs; what was gathered up to there stays.
 static const char *match_option(const OptionDescriptor &option, const char *position,
                                 OptionValue *value, WordList *words)
 {

@@ -47,12 +47,12 @@ constexpr int32_t BRANCH_OPTIMISATION = 1;
 constexpr int32_t EXTRA_PASS = 2;
 static int32_t forced_pass_flags;
 
-// Whether a pass that lists is due behind the others, and whether the present one may list.
+// Whether a pass that lists is due after the others, and whether the present one may list.
 static bool listing_deferred;
 static bool listing_allowed;
 
 // Whether this source file was reported as missing.
-static bool missing_source_told;
+static bool missing_source_reported;
 
 // Lines of the main source as counted by the pass before; 0 ahead of the first pass of the run.
 static uint32_t source_line_total;
@@ -67,7 +67,7 @@ void prepare_passes()
     listing_deferred = settings.listing_enabled && !settings.opt_no_branch_opt;
     listing_allowed = settings.listing_enabled && settings.opt_no_branch_opt;
     forced_pass_flags = settings.opt_no_branch_opt ? 0 : BRANCH_OPTIMISATION;
-    missing_source_told = false;
+    missing_source_reported = false;
 }
 
 static void reset_state_for_pass()
@@ -92,9 +92,9 @@ static void report_missing_source()
 {
     if (pass_number++ == 0 && !input_failed())
         return;
-    if (!missing_source_told)
+    if (!missing_source_reported)
         report_without_line(messages::CANT_OPEN, source_file_name);
-    missing_source_told = true;
+    missing_source_reported = true;
     listing_deferred = false;
 }
 

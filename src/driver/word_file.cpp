@@ -1,5 +1,5 @@
 // The reader of word files: first all lines are read, then the words are cut out, so that a line
-// that is too long is told ahead of a quote that isn't closed.
+// that is too long is reported ahead of a quote that isn't closed.
 
 #include "driver/word_file.h"
 
@@ -51,7 +51,7 @@ static bool add_words(const std::string &line, WordFile *file)
     return true;
 }
 
-// Reads the lines into `lines`; false, with the error told, when one is too long.
+// Reads the lines into `lines`; false, with the error set, when one is too long.
 static bool read_lines(std::FILE *stream, const char *name, std::vector<std::string> *lines,
                        WordFile *file)
 {

@@ -46,7 +46,7 @@ struct Symbol {
     uint32_t value;         // a bit symbol holds byte address times 8 plus bit number
     uint16_t flags;         // SYM_ bits
     uint8_t attrs;          // ATTR_ bits
-    uint8_t declared_attrs; // those that `xref` and its kin have told
+    uint8_t declared_attrs; // those that `xref` and its kin declare
     bool multiply_defined;  // found defined twice: no lookup finds a local label again
     uint8_t section_number; // 0 for none
     uint8_t name_length;    // modulo 256

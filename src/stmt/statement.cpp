@@ -80,7 +80,7 @@ void note_late_definition(Symbol *symbol)
     symbol->defined_in = static_cast<uint32_t>(pass_number);
 }
 
-// What earlier passes took over from another place goes with it; what a declaration has told stays.
+// What earlier passes took over from another place goes with it; what is declared stays.
 static void leave_place(Symbol *symbol, uint8_t lost_attributes)
 {
     note_unlike_passes();

@@ -287,11 +287,11 @@ static void enter_file(std::FILE *file, const char *opened_name)
     if (pass_number == 0 && settings.opt_make_deps && !has_file_record(opened_name))
         add_dependency(opened_name);
     // Without any record the main source has not been opened in the sizing pass.
-    if (pass_number == 0 || file_records == nullptr)
-        select_record(append_file_record(opened_name));
-    else
-        select_record(find_file_record(opened_name));
-    current_position->line = 0;
+    FileRecord *record = pass_number != 0 ? find_file_record(opened_name) : nullptr;
+    if (record == nullptr)
+        record = append_file_record(opened_name);
+    record->position.line = 0;
+    select_record(record);
 }
 
 // What came of a name, compared with the passes before.

@@ -536,6 +536,9 @@ static bool try_removal(const char *path)
         return errno == ENOENT || errno == ENOTDIR;
     if (!S_ISREG(status.st_mode) || standard_stream_of(status) >= 0)
         return true;
+    struct stat entry;
+    if (persist([&] { return lstat(path, &entry); }) == 0 && S_ISREG(entry.st_mode))
+        return std::remove(path) == 0;
     const std::optional<std::string> target = follow_links(path);
     return target && leads_to(*target, status) && std::remove(target->c_str()) == 0;
 }

@@ -30,6 +30,8 @@ struct PendingError {
 };
 static PendingError pending_error;
 
+uint32_t recorded_errors;
+
 static std::array<std::span<const char>, 2> changing_buffers;
 
 static bool messages_held;
@@ -78,6 +80,7 @@ void record_error(const char *message, std::string_view text)
 {
     if (pass_number == 0 || pending_error.message != nullptr)
         return;
+    ++recorded_errors;
     pending_error.message = message;
     pending_error.text = text;
     if (text.data() == nullptr || may_change(text.data()))

@@ -60,6 +60,9 @@ void record_error(const char *message, std::string_view text = {});
 // Remembers an error in every pass: for what only the sizing pass can see, or must see too.
 void force_error(const char *message, std::string_view text = {});
 
+// How many errors record_error has taken in this run, counted or not.
+extern uint32_t recorded_errors;
+
 // Whether the current line has an error that isn't printed yet.
 bool error_pending();
 

@@ -26,6 +26,7 @@ constexpr uint64_t TEXT_DECISIONS_SEED = 0x9E3779B97F4A7C15;
 static uint64_t text_decisions;
 static uint64_t last_text_decisions;
 static bool unlike_passes;
+static bool text_changed;
 
 bool is_sizing_repeated()
 {
@@ -68,12 +69,12 @@ static bool forgives()
 
 void end_pass()
 {
-    const bool unlike = text_decisions != last_text_decisions;
+    text_changed = text_decisions != last_text_decisions;
     if (pass_must_repeat && forgives() && error_count != errors_at_head) {
         error_count = errors_at_head;
-        forgiveness_left -= unlike ? FORGIVENESS_OF_UNLIKE_PASS : FORGIVENESS_OF_LIKE_PASS;
+        forgiveness_left -= text_changed ? FORGIVENESS_OF_UNLIKE_PASS : FORGIVENESS_OF_LIKE_PASS;
     }
-    if (pass_number != 0 && unlike)
+    if (pass_number != 0 && text_changed)
         unlike_passes = true;
     last_text_decisions = text_decisions;
     ++pass_number;
@@ -108,6 +109,11 @@ void note_text_decision(uint32_t decision)
 void note_unlike_passes()
 {
     unlike_passes = true;
+}
+
+bool text_has_changed()
+{
+    return text_changed;
 }
 
 bool passes_differ()

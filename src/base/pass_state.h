@@ -59,9 +59,18 @@ void note_unlike_passes();
 // symbols.
 bool passes_differ();
 
+// Whether the pass that has ended assembled another text than the one before it.
+bool text_has_changed();
+
 // Adds a value to a fingerprint.
 constexpr uint64_t mix(uint64_t hash, uint64_t value)
 {
     hash = (hash ^ value) * 0x9E3779B97F4A7C15;
     return hash ^ hash >> 29;
+}
+
+// Times its value, what a thing known by its address adds to a fingerprint that is a sum.
+inline uint64_t state_weight(const void *owner)
+{
+    return mix(0, reinterpret_cast<uintptr_t>(owner)) | 1;
 }

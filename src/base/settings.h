@@ -15,6 +15,7 @@ struct Settings {
     // The name of the tool as the first word of the command line gives it: without directory, up to
     // the first dot, in lower case.
     const char *program_name;
+    bool replay_off; // the environment says so: all passes go over the text
     bool debug_mode; // the environment has NVDEBUG; no effect on assembly
 
     bool opt_absolute;               // -a: program sections are absolute

@@ -168,6 +168,7 @@ void parse_options(int *argc, char ***argv, const char *title, const char *files
     if (words.count > 0) {
         if (settings.program_name == nullptr) {
             set_program_name(words.words[0]);
+            settings.replay_off = std::getenv("NVASM8_NO_REPLAY") != nullptr;
             settings.debug_mode = std::getenv("NVDEBUG") != nullptr;
         }
         --words.count;

@@ -1,12 +1,12 @@
 // How the sizes settle.
 //
 // An STM8 branch reaches 128 bytes back and 127 ahead; what lies further takes a longer form, and
-// how far a label lies depends on the forms of all branches on the way. There are no fix-up lists,
-// no expression trees, no records of instructions. The assembler runs over the whole text again and
-// again, and in each pass chooses every form anew from the values that the symbols have at that
-// moment: those of this pass for labels above, those of the pass before for labels below. A pass in
-// which a label or equate got another value than it held is void. The first pass that moves nothing
-// is the result, since what it assumed of the labels below is what it then found there.
+// how far a label lies depends on the forms of all branches on the way. There are no fix-up lists
+// and no expression trees. The assembler runs over the whole text again and again, and in each pass
+// chooses every form anew from the values that the symbols have at that moment: those of this pass
+// for labels above, those of the pass before for labels below. A pass in which a label or equate
+// got another value than it held is void. The first pass that moves nothing is the result, since
+// what it assumed of the labels below is what it then found there.
 //
 //     start:  jra far
 //             ds.b 20
@@ -21,8 +21,10 @@
 // 1 is void. Pass 2 chooses the same forms for 326, meets `far` at 326, and stands.
 //
 // A label that settles in pass n lets those above it settle in pass n + 1, so long programs take
-// many passes. Labels that decide conditions may walk in a circle instead, which hash_state finds.
-// When a listing is wanted and branches are optimised, one pass more does the same again and lists.
+// many passes. Once two of them read the same text, the next ones run over a record of what the
+// last one decided (target/replay.cpp), and the text is assembled once more at the end. Labels that
+// decide conditions may walk in a circle instead, which the fingerprint of the state shows. When a
+// listing is wanted and branches are optimised, one pass more does the same again and lists.
 
 #include "driver/passes.h"
 
@@ -39,8 +41,11 @@
 #include "input/macro.h"
 #include "listing/listing.h"
 #include "output/debug_info.h"
+#include "output/layout_record.h"
 #include "output/section_table.h"
+#include "stmt/section_stacks.h"
 #include "stmt/statement.h"
+#include "target/replay.h"
 
 // The word of which a target may set bit 1 to have one pass more; this one doesn't.
 constexpr int32_t BRANCH_OPTIMISATION = 1;
@@ -135,20 +140,34 @@ bool run_pass()
     return pass_must_repeat;
 }
 
-// A fingerprint of all that the next pass depends on.
-static uint64_t hash_state()
+// A fingerprint of what a pass hands on to the next beside the symbols.
+static uint64_t hash_carried_state()
 {
     const RecordingState recording = recording_state();
     uint64_t hash = mix(default_base, hash_debug_records());
     hash = mix(hash, static_cast<uint32_t>(recording.form));
     hash = mix(hash, static_cast<uint32_t>(recording.count));
     hash = mix(hash, static_cast<uint32_t>(recording.macro_nesting));
-    hash = mix(hash, static_cast<uint32_t>(recording.repeat_nesting));
+    return mix(hash, static_cast<uint32_t>(recording.repeat_nesting));
+}
+
+// The values are added up, so that replay can tell what its changes come to.
+static uint64_t hash_values()
+{
+    uint64_t sum = 0;
     for (const Section *section = section_list; section != nullptr; section = section->next)
-        hash = mix(hash, section->base_address);
+        sum += state_weight(section) * section->base_address;
+    for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next)
+        sum += state_weight(symbol) * symbol->value;
+    return sum;
+}
+
+static uint64_t hash_kinds()
+{
+    uint64_t hash = 0;
     for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
-        hash = mix(hash, uint64_t{symbol->value} << 32 | uint32_t{symbol->flags} << 16 |
-                             uint32_t{symbol->attrs} << 8 | symbol->section_number);
+        hash = mix(hash, uint32_t{symbol->flags} << 16 | uint32_t{symbol->attrs} << 8 |
+                             symbol->section_number);
         if (symbol->flags & SYM_ALIAS)
             hash = mix(hash, reinterpret_cast<uintptr_t>(symbol->link));
     }
@@ -170,27 +189,102 @@ static void report_unsettled_labels()
     flush_error();
 }
 
-// The state after a pass is compared with that after
-// the last pass whose number was a power of two: a circle of any length is thus found within twice
-// the passes that lead into it and round it.
-void run_passes_until_settled()
+// Follows the state after each void pass. The one after the last pass whose number was a power of
+// two is remembered: a circle of any length is thus found within twice the passes that lead into it
+// and round it.
+struct Course {
+    uint32_t passes;
+    uint32_t passes_max; // as of the last text pass: it knows how many symbols there are
+    uint32_t remembered_pass;
+    uint64_t remembered_state;
+};
+
+// Notes one void pass more. False if the passes will never end.
+static bool advance(Course *course, uint64_t state)
 {
-    uint32_t passes = 0;
-    uint32_t remembered_pass = 1;
-    uint64_t remembered_state = 0;
-    while (run_pass()) {
-        ++passes;
-        const uint64_t state = hash_state();
-        const bool repeats = passes > 1 && state == remembered_state;
-        if (repeats || passes >= DRIFTING_PASSES_MAX + count_symbols()) {
-            report_unsettled_labels();
-            return;
+    ++course->passes;
+    const bool repeats = course->passes > 1 && state == course->remembered_state;
+    if (repeats || course->passes >= course->passes_max)
+        return false;
+    if (course->passes == course->remembered_pass) {
+        course->remembered_state = state;
+        course->remembered_pass *= 2;
+    }
+    return true;
+}
+
+// What a pass that is to be replayed must leave as it found it.
+static uint64_t hash_pass_boundary()
+{
+    uint64_t hash = mix(hash_carried_state(), hash_saved_sections());
+    hash = mix(hash, line_directive_position.bias);
+    for (const Section *section = section_list; section != nullptr; section = section->next)
+        hash = mix(hash, section->base_address);
+    return hash;
+}
+
+enum class Replays { SETTLED, DIVERGED, ENDLESS };
+
+// Passes over the record of the text pass before, which was void.
+static Replays run_replays(Course *course)
+{
+    const uint64_t kinds = mix(hash_carried_state(), hash_kinds());
+    uint64_t values = hash_values();
+    begin_replay();
+    for (;;) {
+        const ReplayResult result = replay_pass(&values);
+        if (result != ReplayResult::MOVED) {
+            store_replayed_values();
+            return result == ReplayResult::SETTLED ? Replays::SETTLED : Replays::DIVERGED;
         }
-        if (passes == remembered_pass) {
-            remembered_state = state;
-            remembered_pass *= 2;
+        ++pass_number;
+        if (!advance(course, kinds + values)) {
+            store_replayed_values();
+            return Replays::ENDLESS;
         }
     }
+}
+
+// Whether replay can take the place of the text passes to come. It can't where a pass hands on
+// something else than it was handed, or read another text than the pass before.
+static bool can_replay(uint64_t state_at_head)
+{
+    const bool recorded = finish_layout_record();
+    if (!recorded || text_has_changed() || error_count != 0 ||
+        state_at_head != hash_pass_boundary())
+        return false;
+#ifndef NDEBUG
+    check_replay();
+#endif
+    return true;
+}
+
+void run_passes_until_settled()
+{
+    Course course = {0, 0, 1, 0};
+    bool records = !settings.opt_no_branch_opt && !settings.replay_off;
+    for (;;) {
+        const uint64_t state_at_head = hash_pass_boundary();
+        if (records)
+            begin_layout_record();
+        if (!run_pass())
+            break;
+        course.passes_max = DRIFTING_PASSES_MAX + count_symbols();
+        if (!advance(&course, mix(hash_carried_state(), hash_kinds()) + hash_values())) {
+            report_unsettled_labels();
+            break;
+        }
+        if (!records || !can_replay(state_at_head))
+            continue;
+        const Replays replays = run_replays(&course);
+        if (replays == Replays::ENDLESS) {
+            report_unsettled_labels();
+            break;
+        }
+        // Now the text pass to which the last replay came; it moves nothing.
+        records = replays != Replays::SETTLED;
+    }
+    drop_layout_record();
 }
 
 void run_listing_pass()

@@ -8,6 +8,8 @@
 #include "expr/symbol_table.h"
 #include <algorithm>
 
+uint32_t noted_uses;
+
 static bool holds_line(const XrefChunk *chunk, uint32_t line)
 {
     if (chunk == nullptr || chunk->lines[0] > line || chunk->lines[chunk->count - 1] < line)
@@ -39,6 +41,7 @@ static bool is_noted(XrefList *list, uint32_t line)
 
 static void append_line(XrefList *list, uint32_t line)
 {
+    ++noted_uses;
     if (list->tail == nullptr || list->tail->count == XREF_CHUNK_ENTRIES) {
         auto *chunk = new_node<XrefChunk>(nullptr);
         (list->tail != nullptr ? list->tail->next : list->head) = chunk;

@@ -21,6 +21,9 @@ struct XrefList {
     uint32_t highest; // the highest line noted: a line above it can't be there yet
 };
 
+// How many uses have been added in this run.
+extern uint32_t noted_uses;
+
 // Notes a use of the symbol on the current line, once for each line. The first use gives the
 // symbol its source file.
 void record_xref(Symbol *symbol);

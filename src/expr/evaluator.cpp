@@ -12,6 +12,7 @@
 #include "base/settings.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
+#include "output/layout_record.h"
 #include "output/section_table.h"
 
 // Operands nest only as deep as a line and its literals let them; deeper ones would exhaust the
@@ -66,7 +67,12 @@ static bool fits(const ExprValue &value, int32_t lowest)
     if (is_relocatable(value))
         return selects_part(value) || value.reloc == RELOC_ZPAGE;
     const auto number = static_cast<int32_t>(value.value);
-    return number >= lowest && number <= 255;
+    const bool in_range = number >= lowest && number <= 255;
+    if (in_range)
+        record_decision(value, static_cast<uint32_t>(lowest), 255);
+    else
+        record_decision(value, 256, static_cast<uint32_t>(lowest - 1));
+    return in_range;
 }
 
 bool fits_signed_byte(const ExprValue &value)
@@ -77,77 +83,6 @@ bool fits_signed_byte(const ExprValue &value)
 bool fits_byte(const ExprValue &value)
 {
     return fits(value, 0);
-}
-
-static void divide(uint32_t *left, int32_t token, uint32_t right)
-{
-    if (right == 0)
-        record_error(messages::ZERO_DIVIDE);
-    else if (token == TOK_PERCENT)
-        *left %= right; // unsigned, though "/" is signed
-    else                // in 64 bits, as the lowest number divided by -1 has to wrap
-        *left = static_cast<uint32_t>(int64_t{static_cast<int32_t>(*left)} /
-                                      static_cast<int32_t>(right));
-}
-
-static void apply_to_numbers(uint32_t *left, int32_t token, uint32_t right)
-{
-    const auto signed_left = static_cast<int32_t>(*left);
-    const auto signed_right = static_cast<int32_t>(right);
-    switch (token) {
-    case TOK_STAR:
-        *left *= right;
-        break;
-    case TOK_SLASH:
-    case TOK_PERCENT:
-        divide(left, token, right);
-        break;
-    case TOK_PLUS:
-        *left += right;
-        break;
-    case TOK_MINUS:
-        *left -= right;
-        break;
-    case TOK_SHL:
-        *left <<= right & 0x1F;
-        break;
-    case TOK_SHR:
-        *left >>= right & 0x1F;
-        break;
-    case TOK_LT:
-        *left = signed_left < signed_right;
-        break;
-    case TOK_LE:
-        *left = signed_left <= signed_right;
-        break;
-    case TOK_GT:
-        *left = signed_left > signed_right;
-        break;
-    case TOK_GE:
-        *left = signed_left >= signed_right;
-        break;
-    case TOK_EQ:
-        *left = *left == right;
-        break;
-    case TOK_NE:
-        *left = *left != right;
-        break;
-    case TOK_AND:
-        *left &= right;
-        break;
-    case TOK_XOR:
-        *left ^= right;
-        break;
-    case TOK_OR:
-        *left |= right;
-        break;
-    case TOK_LAND:
-        *left = *left != 0 && right != 0;
-        break;
-    default: // TOK_LOR
-        *left = *left != 0 || right != 0;
-        break;
-    }
 }
 
 // The right operand's relocation wins, after an error too.
@@ -188,14 +123,23 @@ static void subtract_relocatable(ExprValue *left, const ExprValue &right)
 
 static void apply_operator(ExprValue *left, int32_t token, const ExprValue &right)
 {
+    const uint32_t cell = record_computation(token, *left, right);
     if (!is_relocatable(*left) && !is_relocatable(right))
-        apply_to_numbers(&left->value, token, right.value);
+        left->value = compute(token, left->value, right.value);
     else if (token == TOK_PLUS)
         add_relocatable(left, right);
     else if (token == TOK_MINUS)
         subtract_relocatable(left, right);
     else
         record_error(messages::BAD_RELOCATABLE);
+    left->cell = cell;
+}
+
+// Applies the operator to a number that may move.
+static void apply_to_number(ExprValue *out, int32_t token, uint32_t right)
+{
+    out->cell = record_computation(token, *out, {right, nullptr, 0, RELOC_ABSOLUTE});
+    out->value = compute(token, out->value, right);
 }
 
 // Applies operators of a level above `floor` to `left`, beginning with `pending`.
@@ -235,12 +179,14 @@ static void parse_unary(ExprValue *out, int32_t token)
     parse_primary(out);
     if (is_relocatable(*out))
         record_error(messages::BAD_RELOCATABLE);
-    if (token == TOK_NOT)
-        out->value = out->value == 0;
-    else if (token == TOK_COMPLEMENT)
-        out->value = ~out->value;
-    else if (token == TOK_MINUS)
+    if (token == TOK_NOT) {
+        apply_to_number(out, TOK_EQ, 0);
+    } else if (token == TOK_COMPLEMENT) {
+        apply_to_number(out, TOK_XOR, UINT32_MAX);
+    } else if (token == TOK_MINUS) {
+        out->cell = record_computation(TOK_MINUS, {0, nullptr, 0, RELOC_ABSOLUTE}, *out);
         out->value = 0 - out->value;
+    }
 }
 
 // The last four characters count, the first of them highest. The length byte reads as a signed
@@ -288,7 +234,7 @@ static void location_counter(ExprValue *out)
         return;
     }
     *out = {current_location(), nullptr, static_cast<uint8_t>(current_section->number),
-            section_reloc(current_section)};
+            section_reloc(current_section), record_location()};
 }
 
 static uint8_t symbol_reloc(const Symbol *symbol)
@@ -332,6 +278,7 @@ static void symbol_value(ExprValue *out, Symbol *symbol)
     }
     out->reloc = symbol_reloc(symbol);
     out->symbol = follow_alias(symbol);
+    out->cell = record_read(symbol);
 }
 
 static uint32_t string_length()
@@ -360,7 +307,14 @@ static void take_low(ExprValue *out)
     if (is_relocatable(*out))
         out->reloc = RELOC_ZPAGE;
     else
-        out->value &= 0xFF;
+        apply_to_number(out, TOK_AND, 0xFF);
+}
+
+static void take_number_part(ExprValue *out, bool high)
+{
+    apply_to_number(out, TOK_SHR, high ? 8 : address_page_bits);
+    if (high)
+        apply_to_number(out, TOK_AND, 0xFF);
 }
 
 // `high`, `page`, `phigh` and `plow`. A relocatable value keeps its number: the linker takes the
@@ -376,10 +330,8 @@ static void take_part(ExprValue *out, int32_t function)
         out->reloc |= RELOC_HIGH | RELOC_PLOW;
     else if (is_relocatable(*out))
         out->reloc |= function == TOK_HIGH ? RELOC_HIGH : RELOC_PAGE;
-    else if (function == TOK_HIGH)
-        out->value = (out->value >> 8) & 0xFF;
     else
-        out->value >>= address_page_bits;
+        take_number_part(out, function == TOK_HIGH);
 }
 
 static void parse_function(ExprValue *out, int32_t function)
@@ -491,6 +443,7 @@ static void base_directive(const Statement &)
     parse_expression(&value);
     if (is_relocatable(value))
         record_error(messages::RELOCATABLE_NOT_ALLOWED);
+    record_use(value);
     switch (value.value) {
     case 2:
     case 8:

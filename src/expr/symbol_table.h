@@ -43,6 +43,7 @@ struct Symbol {
     uint32_t ref_line;       // line of the first reference, 0 while there is none
     uint32_t defined_in;     // pass_number of the last definition and of the last use
     uint32_t used_in;
+    uint32_t cell;          // of the layout record: whose value moves, 0 for none
     uint32_t value;         // a bit symbol holds byte address times 8 plus bit number
     uint16_t flags;         // SYM_ bits
     uint8_t attrs;          // ATTR_ bits

@@ -12,6 +12,7 @@
 #include "expr/symbol_table.h"
 #include "input/input_stack.h"
 #include "listing/listing.h"
+#include "output/layout_record.h"
 #include <cstring>
 
 struct CondFrame {
@@ -43,6 +44,28 @@ enum : uint8_t {
 bool assembling_enabled()
 {
     return cond_stack == nullptr || cond_stack->taken;
+}
+
+// Notes for which values the answer to the condition is the same.
+static void record_answer(uint8_t condition, const ExprValue &value)
+{
+    constexpr uint32_t LOWEST = 0x80000000;
+    const auto number = static_cast<int32_t>(value.value);
+    if (condition == IF_BELOW || condition == IF_NOT_BELOW) {
+        if (number < 0)
+            record_decision(value, LOWEST, UINT32_MAX);
+        else
+            record_decision(value, 0, INT32_MAX);
+    } else if (condition == IF_ABOVE || condition == IF_NOT_ABOVE) {
+        if (number > 0)
+            record_decision(value, 1, INT32_MAX);
+        else
+            record_decision(value, LOWEST, 0);
+    } else if (number != 0) {
+        record_decision(value, 1, UINT32_MAX);
+    } else {
+        record_use(value);
+    }
 }
 
 static bool compare_with_zero(uint8_t condition, int32_t value)
@@ -102,6 +125,7 @@ static bool read_condition(uint8_t condition)
         parse_expression(&value);
         if (value.reloc != RELOC_ABSOLUTE)
             record_error(messages::RELOCATABLE_NOT_ALLOWED);
+        record_answer(condition, value);
         return compare_with_zero(condition, static_cast<int32_t>(value.value));
     }
     const bool inverted = (condition & 1) != 0;

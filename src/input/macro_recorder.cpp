@@ -13,6 +13,7 @@
 #include "input/macro.h"
 #include "input/macro_expansion.h"
 #include "listing/listing.h"
+#include "output/layout_record.h"
 #include <cstring>
 #include <string>
 
@@ -229,6 +230,7 @@ static void repeat_directive(const Statement &statement)
         parse_expression(&count);
         if (count.reloc != RELOC_ABSOLUTE)
             record_error(messages::BAD_RELOCATABLE);
+        record_use(count);
         // As many runs as 31 bits can tell; what an odd one makes of the sign bit is a list's mark.
         recording.form = count.value * 2 + 1 == UINT32_MAX ? RepeatForm::LIST : RepeatForm::COUNT;
         recording.count = static_cast<int32_t>(count.value * 2 + 1) >> 1;

@@ -7,6 +7,7 @@
 #include "base/diagnostics.h"
 #include "base/memory.h"
 #include "base/settings.h"
+#include <algorithm>
 #include <cstring>
 
 Section *section_list;
@@ -76,6 +77,8 @@ static void rewind_section(Section *section)
     reset_stream(&section->reloc_stream);
     section->size = 0;
     section->reloc_position = 0;
+    section->recorded_size = 0;
+    section->moves = false;
     if (section->flags & SEC_NEW_SEEN) {
         section->flags &= static_cast<uint16_t>(~SEC_NEW_SEEN);
         section->flags |= SEC_NEW_PENDING;
@@ -163,4 +166,23 @@ void pad_even_sections()
             stream_put_byte(&section->code_stream, static_cast<uint8_t>(settings.fill_byte));
         ++section->size;
     }
+}
+
+uint32_t padding_to(uint32_t alignment)
+{
+    const uint32_t location = current_location();
+    const uint32_t rest = location % alignment;
+    return rest == 0 ? 0 : std::min(alignment - rest, 0 - location);
+}
+
+std::optional<uint32_t> room_to(uint32_t target)
+{
+    Section *section = current_section;
+    if ((section->attributes & SECATTR_ABS) == 0)
+        return target >= section->size ? std::optional(target - section->size) : std::nullopt;
+    if (section->size == 0) {
+        section->base_address = target;
+        return 0;
+    }
+    return target >= current_location() ? std::optional(target - current_location()) : std::nullopt;
 }

@@ -4,6 +4,7 @@
 #include "base/byte_stream.h"
 #include "base/object_format.h"
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 // Bits of Section::flags; internal, not in the object file.
@@ -26,6 +27,8 @@ struct Section {
     uint16_t number;         // order of creation; after resolve_symbols that of the object file
     uint32_t size;           // location counter: bytes so far in this pass
     uint32_t reloc_position; // offset up to which reloc_stream accounts for the section
+    uint32_t recorded_size;  // up to where the layout record accounts for the section
+    bool moves;              // in the layout record: what comes now may lie elsewhere next time
     uint32_t base_address;   // 0 unless `org` set it in an absolute section; survives the passes
     BranchRecord *branches;  // the jumps in it, kept by the target; null while there are none
     ByteStream code_stream;
@@ -56,6 +59,14 @@ inline uint32_t current_location()
 {
     return current_section->size + current_section->base_address;
 }
+
+// Bytes from the location to the next multiple. Where the location wraps round, 0 is one.
+uint32_t padding_to(uint32_t alignment);
+
+// Bytes from the location to where `org` goes: to an offset in the section, or in an absolute one
+// to an address. The first `org` of an absolute section moves the section itself. Nothing for what
+// lies above.
+std::optional<uint32_t> room_to(uint32_t target);
 
 // Builds the table with the predefined sections, for a new source file.
 void init_sections();

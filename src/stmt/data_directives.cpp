@@ -13,6 +13,7 @@
 #include "listing/listing.h"
 #include "output/debug_info.h"
 #include "output/emission.h"
+#include "output/layout_record.h"
 #include "output/section_table.h"
 #include "stmt/statement.h"
 
@@ -37,8 +38,9 @@ static void pad_string(uint32_t item_size)
     const uint32_t string_length = token_number;
     if (item_size == 1 || string_length < item_size)
         return;
-    while (current_location() % item_size != 0)
-        emit_byte(static_cast<uint32_t>(settings.fill_byte));
+    const uint32_t padding = padding_to(item_size);
+    record_alignment(item_size, padding);
+    emit_fill(static_cast<uint32_t>(settings.fill_byte), padding);
     const uint32_t rest = string_length % item_size;
     if (rest != 0)
         emit_fill(static_cast<uint32_t>(settings.fill_byte), item_size - rest);
@@ -88,31 +90,35 @@ static void data_directive(const Statement &statement)
 }
 
 // The number of copies; 0 after an error.
-static uint32_t parse_count()
+static ExprValue parse_count()
 {
+    constexpr ExprValue NONE = {0, nullptr, 0, RELOC_ABSOLUTE};
     ExprValue count;
     parse_expression(&count);
     if (count.reloc != RELOC_ABSOLUTE) {
         record_error(messages::RELOCATABLE_NOT_ALLOWED);
-        return 0;
+        return NONE;
     }
     if (static_cast<int32_t>(count.value) < 0) {
         record_error(messages::VALUE_TOO_LARGE);
-        return 0;
+        return NONE;
     }
-    return count.value;
+    record_decision(count, 0, INT32_MAX);
+    return count;
 }
 
 static void fill_directive(const Statement &statement)
 {
     const uint32_t item_size = statement.keyword->argument;
     leave_offset_for_data();
-    uint32_t count = parse_count();
+    const ExprValue copies = parse_count();
     expect_token(TOK_COMMA);
     ExprValue value;
     parse_expression(&value);
     if (item_size == 1 && !fits_signed_byte(value))
         record_error(messages::BAD_RELOCATABLE);
+    record_reserve(copies, item_size);
+    uint32_t count = copies.value;
     if (pass_number == 0 || (current_section->attributes & SECATTR_BSS)) {
         emit_fill(0, count * item_size);
     } else if (item_size == 1 && value.reloc == RELOC_ABSOLUTE) {
@@ -125,8 +131,10 @@ static void fill_directive(const Statement &statement)
     note_data_size();
 }
 
-static void reserve(uint32_t size)
+static void reserve(const ExprValue &count, uint32_t item_size)
 {
+    record_reserve(count, item_size);
+    const uint32_t size = count.value * item_size;
     if (in_offset_section())
         current_section->size += size;
     else
@@ -138,12 +146,13 @@ static void reserve_directive(const Statement &statement)
     const int32_t lowest = settings.opt_old_syntax ? 0 : 1;
     ExprValue size;
     parse_expression(&size);
+    record_decision(size, static_cast<uint32_t>(lowest), INT32_MAX);
     if (size.reloc != RELOC_ABSOLUTE)
         record_error(messages::RELOCATABLE_NOT_ALLOWED);
     else if (static_cast<int32_t>(size.value) < lowest)
         record_error("illegal size");
     else
-        reserve(size.value * statement.keyword->argument);
+        reserve(size, statement.keyword->argument);
     note_data_size();
 }
 

@@ -11,10 +11,11 @@
 #include "listing/listing.h"
 #include "listing/side_outputs.h"
 #include "output/emission.h"
+#include "output/layout_record.h"
 #include "output/section_table.h"
 #include "stmt/statement.h"
-#include <algorithm>
 #include <cstdio>
+#include <optional>
 
 // Room for the line of one `funa`.
 constexpr size_t FUNA_ROOM = 256;
@@ -28,8 +29,10 @@ static uint32_t parse_alignment()
         record_error(messages::RELOCATABLE_NOT_ALLOWED);
     else if (static_cast<int32_t>(alignment.value) < 1)
         record_error("illegal alignment");
-    else
+    else {
+        record_use(alignment);
         return alignment.value;
+    }
     return 1;
 }
 
@@ -50,18 +53,11 @@ static uint32_t parse_fill()
     return fill.value;
 }
 
-// Bytes from the location to the next multiple. Where the location wraps round, 0 is one.
-static uint32_t padding_to(uint32_t alignment)
-{
-    const uint32_t location = current_location();
-    const uint32_t rest = location % alignment;
-    return rest == 0 ? 0 : std::min(alignment - rest, 0 - location);
-}
-
 static void align_location(uint32_t alignment)
 {
     const uint32_t fill = parse_fill();
     const uint32_t padding = padding_to(alignment);
+    record_alignment(alignment, padding);
     if (in_offset_section())
         current_section->size += padding;
     else
@@ -78,20 +74,6 @@ static void even_directive(const Statement &)
     align_location(2);
 }
 
-// Where `org` goes, as an offset in the section. The first one of an absolute section moves the
-// section itself.
-static uint32_t target_offset(uint32_t target)
-{
-    Section *section = current_section;
-    if ((section->attributes & SECATTR_ABS) == 0)
-        return target;
-    if (section->size == 0) {
-        section->base_address = target;
-        return 0;
-    }
-    return target >= current_location() ? target - section->base_address : 0;
-}
-
 static void org_directive(const Statement &)
 {
     leave_offset_section();
@@ -102,11 +84,12 @@ static void org_directive(const Statement &)
         record_error(messages::RELOCATABLE_NOT_ALLOWED);
         return;
     }
-    const uint32_t offset = target_offset(target.value);
-    if (offset >= current_section->size)
-        emit_fill(static_cast<uint32_t>(settings.fill_byte), offset - current_section->size);
-    else
+    if (const std::optional<uint32_t> room = room_to(target.value)) {
+        record_org(target, *room);
+        emit_fill(static_cast<uint32_t>(settings.fill_byte), *room);
+    } else {
         record_error("cannot move back current pc");
+    }
     // The line shows the new address and none of the bytes on the way.
     if (lists_line()) {
         listed_line.address = current_location();
@@ -124,6 +107,7 @@ static void offset_directive(const Statement &)
         record_error(messages::RELOCATABLE_NOT_ALLOWED);
         return;
     }
+    record_use(start);
     offset_section = {};
     offset_section.next = current_section;
     offset_section.attributes = SECATTR_BSS | SECATTR_ABS;

@@ -4,6 +4,7 @@
 #include "stmt/section_stacks.h"
 
 #include "base/memory.h"
+#include "base/pass_state.h"
 #include "output/section_table.h"
 
 // A number of the old syntax and its section, newest first. Filled in the sizing pass.
@@ -58,4 +59,12 @@ void forget_section_stacks()
         numbered_sections = xfree(numbered_sections, numbered_sections->next);
     while (section_stack != nullptr)
         section_stack = xfree(section_stack, section_stack->next);
+}
+
+uint64_t hash_saved_sections()
+{
+    uint64_t hash = 0;
+    for (const SavedSection *node = section_stack; node != nullptr; node = node->next)
+        hash = mix(hash, reinterpret_cast<uintptr_t>(node->section));
+    return hash;
 }

@@ -19,3 +19,6 @@ Section *take_saved_section();
 
 // Frees the numbers of sections and the stack of `save`, when the sections are built anew.
 void forget_section_stacks();
+
+// A fingerprint of what is saved.
+uint64_t hash_saved_sections();

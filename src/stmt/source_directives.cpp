@@ -15,6 +15,7 @@
 #include "input/input_stack.h"
 #include "input/source_span.h"
 #include "listing/listing.h"
+#include "output/layout_record.h"
 #include "stmt/statement.h"
 #include <cstdio>
 #include <cstring>
@@ -132,6 +133,7 @@ static void read_line_bias()
         record_error(messages::RELOCATABLE_NOT_ALLOWED);
         line_directive_position.file = nullptr;
     }
+    record_use(line);
     line_directive_position.bias = line_ordinal - line.value + 1;
 }
 

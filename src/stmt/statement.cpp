@@ -18,6 +18,7 @@
 #include "listing/side_outputs.h"
 #include "output/debug_info.h"
 #include "output/emission.h"
+#include "output/layout_record.h"
 #include "output/section_table.h"
 #include "target/encoder.h"
 
@@ -112,6 +113,7 @@ static void place_label(Symbol *symbol)
     static_assert(SECATTR_ABS == ATTR_ABSOLUTE);
     const bool absolute = (current_section->attributes & SECATTR_ABS) != 0;
     const auto number = static_cast<uint8_t>(absolute ? 0 : current_section->number);
+    record_label(symbol);
     move_symbol(symbol, current_location(), number, current_section->attributes);
     symbol->flags &= static_cast<uint16_t>(~SYM_ALIAS);
     if (!absolute && current_is_debug)

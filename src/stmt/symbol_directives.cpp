@@ -13,6 +13,7 @@
 #include "expr/symbol_table.h"
 #include "listing/listing.h"
 #include "output/emission.h"
+#include "output/layout_record.h"
 #include "output/section_table.h"
 #include "stmt/statement.h"
 
@@ -40,6 +41,7 @@ static void read_bit_number(Definition *definition)
     parse_expression(&bit);
     if (bit.reloc != RELOC_ABSOLUTE || bit.value >= 8)
         record_error(messages::INVALID_BIT_NUMBER);
+    record_use(bit);
     definition->has_bit = true;
     definition->bit = bit.value;
 }
@@ -70,7 +72,12 @@ static bool read_define(Definition *definition)
 // Puts the bit number below the address, and marks the symbol.
 static void apply_bit_number(Definition *definition, Symbol *symbol)
 {
-    definition->value.value = definition->value.value << 3 | definition->bit;
+    ExprValue *value = &definition->value;
+    value->cell = record_computation(TOK_SHL, *value, {3, nullptr, 0, RELOC_ABSOLUTE});
+    value->value <<= 3;
+    const ExprValue bit = {definition->bit, nullptr, 0, RELOC_ABSOLUTE};
+    value->cell = record_computation(TOK_OR, *value, bit);
+    value->value |= definition->bit;
     symbol->flags |= SYM_BIT;
 }
 
@@ -116,6 +123,7 @@ static void define_absolute(Definition *definition, Symbol *symbol, bool is_set)
         apply_bit_number(definition, symbol);
     }
     note_definition_of_constant(symbol);
+    record_assignment(symbol, definition->value);
     symbol->value = definition->value.value;
     symbol->attrs |= ATTR_DEFINED | ATTR_ABSOLUTE;
     symbol->flags &= static_cast<uint16_t>(~SYM_ALIAS);
@@ -167,6 +175,7 @@ static void define_relocatable(Definition *definition, Symbol *symbol)
         apply_bit_number(definition, symbol);
     }
     const ExprValue &value = definition->value;
+    record_equate(symbol, value);
     const uint8_t place = base != nullptr ? base->attrs : current_section->attributes;
     move_symbol(symbol, value.value, value.section_number, place & ATTR_FROM_SECTION);
     if (value.section_number != 0)
@@ -275,6 +284,8 @@ static void declare_external(uint8_t external, std::string_view name)
     // What stands above in a pass that is the first to tell so has taken the symbol for another
     // kind.
     const bool changed = symbol->attrs != before.attrs || symbol->flags != before.flags;
+    if (changed)
+        spoil_layout_record();
     if (changed && (symbol->attrs & ATTR_REFERENCED) && uses_must_settle())
         request_another_pass();
 }

@@ -34,13 +34,16 @@
 
 #include "base/settings.h"
 #include "expr/evaluator.h"
+#include "expr/lexer.h"
 #include "output/emission.h"
+#include "output/layout_record.h"
 #include "output/section_table.h"
 #include "target/branch_record.h"
 #include "target/instruction.h"
 #include "target/instruction_fields.h"
 #include "target/instruction_table.h"
 #include "target/target.h"
+#include <optional>
 
 // Opcodes that relaxation writes on its own.
 constexpr uint8_t OPCODE_JRA = 0x20;
@@ -52,8 +55,10 @@ constexpr uint8_t OPCODE_CALL = 0xCD;
 // The lowest bit of a branch's opcode turns its condition round.
 constexpr uint8_t OPCODE_INVERT = 1;
 
-// Length of the short branches whose reach is tested.
-constexpr uint32_t BRANCH_LENGTH = 2;
+// Lengths from the opcode on: of a branch or jump with an offset, of the long jumps.
+constexpr uint8_t SHORT_LENGTH = 2;
+constexpr uint8_t JP_LENGTH = 3;
+constexpr uint8_t JPF_LENGTH = 4;
 
 constexpr uint8_t ID_CALL = mnemonic_number("call");
 constexpr uint8_t ID_CALLR = mnemonic_number("callr");
@@ -63,30 +68,156 @@ constexpr uint8_t ID_JRA = mnemonic_number("jra");
 constexpr uint8_t ID_JRF = mnemonic_number("jrf");
 constexpr uint8_t ID_JRT = mnemonic_number("jrt");
 
-// Whether a branch of `length` bytes, counted from the opcode, reaches the address.
-static bool is_near(const Instruction &ins, uint32_t target, uint32_t length)
+// A branch in the byte that the layout record has for it.
+constexpr uint8_t PACKED_KIND = 0x07;
+constexpr uint8_t PACKED_LOCAL = 0x08;
+constexpr uint8_t PACKED_IN_SECTION = 0x10;
+constexpr uint8_t PACKED_SCROSS = 0x20;
+constexpr int PACKED_LENGTH_SHIFT = 6; // of the length less PACKED_LENGTH_LEAST
+constexpr uint8_t PACKED_LENGTH_LEAST = 2;
+
+static uint8_t pack_branch(const Branch &branch)
 {
-    const auto distance = static_cast<int32_t>(target - ins.here - length);
+    const int flags = (branch.local ? PACKED_LOCAL : 0) |
+                      (branch.in_section ? PACKED_IN_SECTION : 0) |
+                      (branch.scross ? PACKED_SCROSS : 0);
+    const int length = (branch.length - PACKED_LENGTH_LEAST) << PACKED_LENGTH_SHIFT;
+    return static_cast<uint8_t>(static_cast<int>(branch.kind) | flags | length);
+}
+
+Branch unpack_branch(uint8_t packed, uint32_t target)
+{
+    return {static_cast<BranchKind>(packed & PACKED_KIND),
+            (packed & PACKED_LOCAL) != 0,
+            (packed & PACKED_IN_SECTION) != 0,
+            (packed & PACKED_SCROSS) != 0,
+            static_cast<uint8_t>((packed >> PACKED_LENGTH_SHIFT) + PACKED_LENGTH_LEAST),
+            target};
+}
+
+// Whether a branch of `length` bytes reaches the target.
+static bool is_near(uint32_t here, uint32_t target, uint32_t length)
+{
+    const auto distance = static_cast<int32_t>(target - here - length);
     return distance >= -128 && distance <= 127;
 }
 
-// Whether the branch goes to a known place; an undefined or external symbol has no section yet.
-static bool has_local_target(const Instruction &ins)
+static uint8_t long_jump_length(const Branch &branch)
 {
-    return ins.second.section_number != 0 || ins.second.reloc == RELOC_ABSOLUTE;
+    return branch.scross ? JPF_LENGTH : JP_LENGTH;
 }
 
-// Whether a jump to the branch's target lies near enough to hop through.
-static bool find_hop(const Instruction &ins, uint32_t length, uint32_t *address)
+// As it is written, whatever the distance.
+static BranchChoice as_written(uint8_t length, bool serves_others)
 {
-    return has_local_target(ins) && find_jump(ins.second.value, address) &&
-           is_near(ins, *address, length);
+    return {BranchForm::AS_WRITTEN, length, serves_others, 0, 0};
+}
+
+static BranchChoice choose_conditional(const Branch &branch, uint32_t here)
+{
+    const uint8_t length = branch.length;
+    if (branch.local && is_near(here, branch.target, length))
+        return as_written(length, false);
+    uint32_t hop;
+    if (branch.local && find_jump(branch.target, &hop) && is_near(here, hop, length))
+        return {BranchForm::HOP, length, false, 0, hop};
+    const auto inverted = static_cast<uint8_t>(length + long_jump_length(branch));
+    return {BranchForm::INVERTED, inverted, true, length, 0};
+}
+
+static BranchChoice choose_unconditional(const Branch &branch, uint32_t here)
+{
+    if (branch.local && is_near(here, branch.target, SHORT_LENGTH))
+        return as_written(SHORT_LENGTH, branch.in_section);
+    return {BranchForm::LONG, long_jump_length(branch), true, 0, 0};
+}
+
+// Never a hop for others, and never callf: the callee returns with ret.
+static BranchChoice choose_relative_call(const Branch &branch, uint32_t here)
+{
+    if (branch.local && is_near(here, branch.target, SHORT_LENGTH))
+        return as_written(SHORT_LENGTH, false);
+    return {BranchForm::LONG, JP_LENGTH, false, 0, 0};
+}
+
+// Jumps and calls that may take an offset in the place of an address.
+static BranchChoice choose_jump(const Branch &branch, uint32_t here)
+{
+    const bool far = branch.kind == BranchKind::JUMP_FAR;
+    const bool jump = branch.kind == BranchKind::JUMP;
+    if (branch.in_section && is_near(here, branch.target, SHORT_LENGTH))
+        return {BranchForm::SHORT, SHORT_LENGTH, jump, 0, 0};
+    const bool of_kind_in_force = (jump && !branch.scross) || (far && branch.scross);
+    return as_written(far ? JPF_LENGTH : JP_LENGTH, branch.in_section && of_kind_in_force);
+}
+
+BranchChoice choose_branch_form(const Branch &branch, uint32_t here)
+{
+    switch (branch.kind) {
+    case BranchKind::CONDITIONAL:
+        return choose_conditional(branch, here);
+    case BranchKind::UNCONDITIONAL:
+        return choose_unconditional(branch, here);
+    case BranchKind::RELATIVE_CALL:
+        return choose_relative_call(branch, here);
+    default:
+        return choose_jump(branch, here);
+    }
+}
+
+static Branch relative_branch(const Instruction &ins, BranchKind kind, uint8_t length)
+{
+    const ExprValue &target = ins.second;
+    const bool in_section = target.section_number == current_section->number;
+    return {kind,       target.section_number != 0 || target.reloc == RELOC_ABSOLUTE,
+            in_section, scross_on,
+            length,     target.value};
+}
+
+static Branch addressed_jump(const Instruction &ins, BranchKind kind)
+{
+    const ExprValue &target = ins.first;
+    const bool in_section = target.section_number == current_section->number;
+    return {kind, in_section, in_section, scross_on, SHORT_LENGTH, target.value};
+}
+
+static std::optional<Branch> as_relative_branch(const Instruction &ins)
+{
+    if (ins.second_mode == (AM_BIT | OP_REL)) {
+        const uint8_t length = row_prefix(ins.row) != PREFIX_NONE ? 4 : 3;
+        return relative_branch(ins, BranchKind::CONDITIONAL, length);
+    }
+    if (ins.second_mode != OP_REL || ins.row->mnemonic_id == ID_JRF)
+        return std::nullopt;
+    BranchKind kind = BranchKind::CONDITIONAL;
+    if (ins.row->opcode == OPCODE_JRA)
+        kind = BranchKind::UNCONDITIONAL;
+    else if (ins.row->mnemonic_id == ID_CALLR)
+        kind = BranchKind::RELATIVE_CALL;
+    return relative_branch(ins, kind, SHORT_LENGTH);
+}
+
+static std::optional<Branch> as_addressed_jump(const Instruction &ins)
+{
+    const uint8_t mode = ins.row->first_operand;
+    if (mode != AM_LONG && mode != AM_FAR)
+        return std::nullopt;
+    switch (ins.row->mnemonic_id) {
+    case ID_JP:
+        return addressed_jump(ins, BranchKind::JUMP);
+    case ID_JPF:
+        return addressed_jump(ins, BranchKind::JUMP_FAR);
+    case ID_CALL:
+        return addressed_jump(ins, BranchKind::CALL);
+    default:
+        return std::nullopt;
+    }
 }
 
 // Writes the opcode of a long jump to the branch's target; the address field follows.
 static void emit_long_jump(Instruction *ins)
 {
-    record_jump(ins->second.value);
+    ins->data_mode = AM_NONE;
     if (scross_on) {
         emit_byte(OPCODE_JPF);
         ins->data_mode = AM_FAR;
@@ -94,127 +225,120 @@ static void emit_long_jump(Instruction *ins)
         emit_byte(OPCODE_JP);
         ins->check_target = true;
     }
-}
-
-// The offset of an inverted branch: the length of the jump that it steps over.
-static void emit_short_skip()
-{
-    emit_byte(scross_on ? 4 : 3);
-}
-
-static void address_target(Instruction *ins)
-{
     ins->first = ins->second;
     ins->byte_field = false;
 }
 
-static void relax_conditional(Instruction *ins)
+static void emit_call(Instruction *ins)
 {
-    uint32_t hop;
-    if (find_hop(*ins, BRANCH_LENGTH, &hop)) {
-        emit_byte(ins->row->opcode);
-        ins->second.value = hop;
-        ins->data_mode = OFFSET_ONLY;
+    emit_byte(OPCODE_CALL);
+    ins->data_mode = AM_NONE;
+    ins->check_target = true;
+    ins->first = ins->second;
+    ins->byte_field = false;
+}
+
+// The branch on the opposite condition, over the long jump that follows.
+static void emit_inverted(Instruction *ins)
+{
+    const uint8_t opcode = ins->row->opcode ^ OPCODE_INVERT;
+    if (!is_bit_row(ins->row)) {
+        emit_byte(opcode);
+    } else {
+        emit_bit_opcode(*ins, opcode);
+        // What the linker patches stands there with its address; the address field is the jump's.
+        if (ins->bit_of_linker)
+            ins->bit_of_linker = false;
+        else
+            emit_value(ins->first, ins->byte_field);
+    }
+    emit_byte(scross_on ? JPF_LENGTH : JP_LENGTH);
+}
+
+static void emit_hop(Instruction *ins, uint32_t hop)
+{
+    ins->second.value = hop;
+    if (is_bit_row(ins->row)) {
+        emit_bit_opcode(*ins, ins->row->opcode);
         return;
     }
-    emit_byte(ins->row->opcode ^ OPCODE_INVERT);
-    emit_short_skip();
-    emit_long_jump(ins);
+    emit_byte(ins->row->opcode);
+    ins->data_mode = OFFSET_ONLY;
 }
 
-// Long forms of plain branches. False when the branch reaches its target as it is.
-static bool relax_branch(Instruction *ins)
+static void emit_shortened(Instruction *ins)
 {
-    if (ins->second_mode != OP_REL || ins->row->mnemonic_id == ID_JRF)
-        return false;
-    if (has_local_target(*ins) && is_near(*ins, ins->second.value, BRANCH_LENGTH))
-        return false;
-    ins->data_mode = AM_NONE;
-    if (ins->row->opcode == OPCODE_JRA) {
-        emit_long_jump(ins);
-    } else if (ins->row->mnemonic_id == ID_CALLR) {
-        // Never a hop for others, and never callf: the callee returns with ret.
-        emit_byte(OPCODE_CALL);
-        ins->check_target = true;
-    } else {
-        relax_conditional(ins);
-    }
-    address_target(ins);
-    return true;
-}
-
-static void emit_inverted_bit_test(Instruction *ins)
-{
-    emit_bit_opcode(*ins, ins->row->opcode ^ OPCODE_INVERT);
-    // What the linker patches stands there with its address; the address field is the jump's.
-    if (ins->bit_of_linker)
-        ins->bit_of_linker = false;
-    else
-        emit_value(ins->first, ins->byte_field);
-}
-
-// Long forms of btjt and btjf. False when the branch reaches its target as it is.
-static bool relax_bit_branch(Instruction *ins)
-{
-    if (ins->second_mode != (AM_BIT | OP_REL))
-        return false;
-    const uint32_t length = row_prefix(ins->row) != PREFIX_NONE ? 4 : 3;
-    if (has_local_target(*ins) && is_near(*ins, ins->second.value, length))
-        return false;
-    uint32_t hop;
-    if (find_hop(*ins, length, &hop)) {
-        emit_bit_opcode(*ins, ins->row->opcode);
-        ins->second.value = hop;
-        return true;
-    }
-    emit_inverted_bit_test(ins);
-    emit_short_skip();
-    ins->data_mode = AM_NONE;
-    emit_long_jump(ins);
-    address_target(ins);
-    return true;
-}
-
-// Short forms of jp, jpf and call to a near place in the same section. False when the instruction
-// stays as it is written.
-static bool shorten_jump(Instruction *ins)
-{
-    const uint8_t id = ins->row->mnemonic_id;
-    if (id != ID_JP && id != ID_JPF && id != ID_CALL)
-        return false;
-    if (ins->row->first_operand != AM_LONG && ins->row->first_operand != AM_FAR)
-        return false;
-    if (ins->first.section_number != current_section->number ||
-        !is_near(*ins, ins->first.value, BRANCH_LENGTH))
-        return false;
-    if (id == ID_JP)
-        record_jump(ins->first.value);
-    emit_byte(id == ID_CALL ? OPCODE_CALLR : OPCODE_JRA);
+    emit_byte(ins->row->mnemonic_id == ID_CALL ? OPCODE_CALLR : OPCODE_JRA);
     ins->second = ins->first;
     ins->data_mode = OFFSET_ONLY;
     ins->check_target = false;
-    return true;
+}
+
+static bool emit_form(Instruction *ins, const BranchChoice &choice)
+{
+    switch (choice.form) {
+    case BranchForm::HOP:
+        emit_hop(ins, choice.hop);
+        return true;
+    case BranchForm::INVERTED:
+        emit_inverted(ins);
+        emit_long_jump(ins);
+        return true;
+    case BranchForm::LONG:
+        if (ins->row->mnemonic_id == ID_CALLR)
+            emit_call(ins);
+        else
+            emit_long_jump(ins);
+        return true;
+    case BranchForm::SHORT:
+        emit_shortened(ins);
+        return true;
+    default:
+        return false;
+    }
+}
+
+// `jrf` has no other form: it has to reach its target.
+static void record_reach(const ExprValue &target)
+{
+    const ExprValue here = {current_location(), nullptr, 0, RELOC_ABSOLUTE, record_location()};
+    ExprValue distance = target;
+    distance.cell = record_computation(TOK_MINUS, target, here);
+    distance.value -= here.value;
+    record_decision(distance, SHORT_LENGTH - 128U, SHORT_LENGTH + 127U);
+}
+
+// A form with an address of two bytes refuses numbers that have no room there, whichever form the
+// branch has now.
+static void record_room(const Branch &branch, const ExprValue &target)
+{
+    const bool long_jump_is_far = branch.scross && (branch.kind == BranchKind::CONDITIONAL ||
+                                                    branch.kind == BranchKind::UNCONDITIONAL);
+    if (target.reloc != RELOC_ABSOLUTE || branch.kind == BranchKind::JUMP_FAR || long_jump_is_far)
+        return;
+    const auto number = static_cast<int32_t>(target.value);
+    if (number > UINT16_MAX || number < INT16_MIN)
+        spoil_layout_record();
+    record_decision(target, static_cast<uint32_t>(INT16_MIN), UINT16_MAX);
 }
 
 bool emit_relaxed_opcode(Instruction *ins)
 {
-    return !settings.opt_no_branch_opt &&
-           (relax_branch(ins) || relax_bit_branch(ins) || shorten_jump(ins));
-}
-
-// Whether others may hop through this jump: it must be of the kind that relaxation makes.
-static bool is_hop_for_others(const Instruction &ins)
-{
-    if (settings.opt_no_branch_opt || ins.first.section_number != current_section->number)
+    if (settings.opt_no_branch_opt)
         return false;
-    const uint8_t id = ins.row->mnemonic_id;
-    return (id == ID_JP && ins.row->first_operand == AM_LONG && !scross_on) ||
-           (id == ID_JPF && ins.row->first_operand == AM_FAR && scross_on) || id == ID_JRA ||
-           id == ID_JRT;
-}
-
-void note_written_jump(const Instruction &ins)
-{
-    if (is_hop_for_others(ins))
-        record_jump(ins.first.value);
+    std::optional<Branch> branch = as_relative_branch(*ins);
+    const ExprValue target = branch ? ins->second : ins->first;
+    if (!branch)
+        branch = as_addressed_jump(*ins);
+    if (!branch) {
+        if (ins->second_mode == OP_REL)
+            record_reach(ins->second);
+        return false;
+    }
+    const BranchChoice choice = choose_branch_form(*branch, ins->here);
+    record_room(*branch, target);
+    record_branch(pack_branch(*branch), target, choice.length, choice.serves_others);
+    if (choice.serves_others)
+        record_jump(target.value, ins->here + choice.jump_offset);
+    return emit_form(ins, choice);
 }

@@ -7,9 +7,11 @@
 #include "base/pass_state.h"
 #include "output/section_table.h"
 #include <algorithm>
+#include <vector>
 
 struct BranchEntry {
-    bool used;
+    bool used;        // holds a target, and stays its entry for the rest of the pass
+    bool known;       // a jump to it has been met
     uint32_t target;  // value that the jump goes to, whatever section or symbol it belongs to
     uint32_t address; // where the jump stands
 };
@@ -25,11 +27,21 @@ static BranchRecord *branch_records;
 
 constexpr uint32_t INDEX_SIZE_FIRST = 64;
 
-// The entry of the target, or the free one where it belongs.
+// What an entry was before a jump took it, while jumps can be taken back.
+struct ReplacedJump {
+    BranchRecord *record;
+    BranchEntry entry;
+};
+static bool keeps_replaced_jumps;
+static std::vector<ReplacedJump> replaced_jumps;
+
+// The entry of the target, or the free one where it belongs. Targets that lie together have
+// entries that lie together, as one branch after the other asks for them.
 static BranchEntry *find_entry(const BranchRecord &record, uint32_t target)
 {
-    uint32_t hash = target * 0x9E3779B1;
-    hash ^= hash >> 16;
+    constexpr int GROUP_BITS = 6;
+    uint32_t hash = (target >> GROUP_BITS) * 0x9E3779B1;
+    hash = (hash ^ hash >> 16) << GROUP_BITS | (target & ((1U << GROUP_BITS) - 1));
     BranchEntry *entry = &record.entries[hash & (record.size - 1)];
     while (entry->used && entry->target != target)
         entry = entry + 1 == record.entries + record.size ? record.entries : entry + 1;
@@ -75,13 +87,17 @@ static BranchRecord *current_record()
     return record;
 }
 
-void record_jump(uint32_t target)
+void record_jump(uint32_t target, uint32_t address)
 {
     BranchRecord *record = current_record();
     make_room(record);
     BranchEntry *entry = find_entry(*record, target);
     record->count += entry->used ? 0 : 1;
-    *entry = {true, target, current_location()};
+    if (keeps_replaced_jumps) {
+        entry->target = target;
+        replaced_jumps.push_back({record, *entry});
+    }
+    *entry = {true, true, target, address};
 }
 
 bool find_jump(uint32_t target, uint32_t *address)
@@ -91,7 +107,29 @@ bool find_jump(uint32_t target, uint32_t *address)
         return false;
     const BranchEntry *entry = find_entry(*record, target);
     *address = entry->address;
-    return entry->used;
+    return entry->known;
+}
+
+void keep_replaced_jumps(bool keep)
+{
+    keeps_replaced_jumps = keep;
+    replaced_jumps.clear();
+}
+
+size_t jump_mark()
+{
+    return replaced_jumps.size();
+}
+
+void take_back_jumps(size_t mark)
+{
+    while (replaced_jumps.size() > mark) {
+        const ReplacedJump &jump = replaced_jumps.back();
+        BranchEntry *entry = find_entry(*jump.record, jump.entry.target);
+        entry->known = jump.entry.known;
+        entry->address = jump.entry.address;
+        replaced_jumps.pop_back();
+    }
 }
 
 void reset_branch_records()

@@ -32,7 +32,6 @@ static void emit_as_written(const Instruction &ins)
         emit_bit_opcode(ins, ins.row->opcode);
         return;
     }
-    note_written_jump(ins);
     emit_byte(ins.row->opcode);
 }
 

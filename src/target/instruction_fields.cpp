@@ -6,6 +6,7 @@
 #include "base/diagnostics.h"
 #include "expr/evaluator.h"
 #include "output/emission.h"
+#include "output/layout_record.h"
 #include "output/section_table.h"
 #include "target/instruction.h"
 #include "target/instruction_table.h"
@@ -104,11 +105,13 @@ static void emit_address_field(const Instruction &ins)
 {
     const ExprValue &value = ins.first;
     const auto number = static_cast<int32_t>(value.value);
-    if (ins.data_mode == AM_FAR || ins.data_mode == AM_FAR_X || ins.data_mode == AM_FAR_Y)
+    if (ins.data_mode == AM_FAR || ins.data_mode == AM_FAR_X || ins.data_mode == AM_FAR_Y) {
         emit_page_byte(value);
-    else if (ins.data_mode != AM_IMM16 && !ins.byte_field && value.reloc == RELOC_ABSOLUTE &&
-             (number > 65535 || number < -32768))
-        record_error(messages::VALUE_TOO_LARGE);
+    } else if (ins.data_mode != AM_IMM16 && !ins.byte_field && value.reloc == RELOC_ABSOLUTE) {
+        if (number > UINT16_MAX || number < INT16_MIN)
+            record_error(messages::VALUE_TOO_LARGE);
+        record_decision(value, static_cast<uint32_t>(INT16_MIN), UINT16_MAX);
+    }
     if (!is_pointer_mode(ins.data_mode) && ins.check_target && value.reloc != RELOC_ABSOLUTE &&
         value.symbol != nullptr)
         emit_relocation(RK_CHECK, value);

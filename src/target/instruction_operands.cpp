@@ -7,6 +7,7 @@
 #include "expr/evaluator.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
+#include "output/layout_record.h"
 #include "output/section_table.h"
 #include "target/instruction.h"
 #include "target/instruction_table.h"
@@ -18,6 +19,7 @@ constexpr uint8_t ID_JP = mnemonic_number("jp");
 // A bit symbol of this source: its value holds address and bit, and no #bit operand is written.
 static void split_bit_symbol(Instruction *ins)
 {
+    record_use(ins->first);
     ins->bit_in_symbol = true;
     ins->bit = ins->first.value & 7;
     ins->first.value >>= 3;
@@ -32,6 +34,7 @@ static void take_bit_operand(Instruction *ins)
         record_error(messages::BAD_ADDRESSING_MODE);
     if (ins->second.value > 7)
         record_error(messages::VALUE_TOO_LARGE);
+    record_use(ins->second);
     ins->bit = static_cast<uint8_t>(ins->second.value);
 }
 

@@ -6,6 +6,7 @@
 #include "base/diagnostics.h"
 #include "base/number.h"
 #include "expr/lexer.h"
+#include "output/layout_record.h"
 #include "target/instruction_table.h"
 #include <cstring>
 
@@ -87,8 +88,12 @@ static uint8_t indexed_mode(const ExprValue &value, uint8_t pointer, bool index_
 {
     if (pointer != AM_NONE)
         return static_cast<uint8_t>(pointer + (index_is_y ? 1 : 0));
-    if (value.reloc == RELOC_ABSOLUTE && value.value == 0)
+    if (value.reloc == RELOC_ABSOLUTE && value.value == 0) {
+        record_use(value);
         return index_is_y ? AM_IND_Y : AM_IND_X;
+    }
+    if (value.reloc == RELOC_ABSOLUTE)
+        record_decision(value, 1, UINT32_MAX);
     if (fits_byte(value))
         return index_is_y ? AM_SHORT_Y : AM_SHORT_X;
     return index_is_y ? AM_LONG_Y : AM_LONG_X;
@@ -113,8 +118,12 @@ static uint8_t parse_indexed(ExprValue *value)
 
 static uint8_t direct_mode(const ExprValue &value)
 {
-    if (value.reloc == RELOC_ABSOLUTE && (value.value >> 16) != 0)
+    if (value.reloc == RELOC_ABSOLUTE && value.value > UINT16_MAX) {
+        record_decision(value, UINT16_MAX + 1, UINT32_MAX);
         return AM_FAR;
+    }
+    if (value.reloc == RELOC_ABSOLUTE)
+        record_decision(value, 0, UINT16_MAX);
     return fits_byte(value) ? AM_SHORT : AM_LONG;
 }
 

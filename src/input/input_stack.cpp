@@ -15,11 +15,13 @@
 #include "input/source_span.h"
 #include "listing/listing.h"
 #include "listing/side_outputs.h"
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <map>
 #include <set>
 #include <string>
+#include <vector>
 
 char line_buffer[LINE_ROOM];
 Expansion *current_expansion;
@@ -28,6 +30,7 @@ bool end_seen;
 // One opening of a file in the sizing pass. Later passes find their names in these records.
 struct FileRecord {
     FileRecord *next;
+    size_t ordinal; // its place in the order of opening
     // The name is that of the opening, a path of the include list included; it lies in the record.
     FilePosition position;
 };
@@ -55,6 +58,10 @@ static FileRecord *current_file_record;
 // The records of this source file, in order of opening, and where the next one is linked.
 static FileRecord *file_records;
 static FileRecord **file_records_tail = &file_records;
+static size_t file_record_count;
+
+// The records of each name, in order of opening. The text of a key lies in the first of them.
+static std::map<std::string_view, std::vector<FileRecord *>> records_by_name;
 
 // Files that are open at once, the main source among them. Hosts allow a process about as many; a
 // bound of our own makes a file that includes itself end alike everywhere.
@@ -201,11 +208,7 @@ static Opening open_on_include_list(const char *name, std::FILE **file)
 
 static bool has_file_record(const char *name)
 {
-    for (const FileRecord *record = file_records; record != nullptr; record = record->next) {
-        if (std::strcmp(record->position.name, name) == 0)
-            return true;
-    }
-    return false;
+    return records_by_name.contains(name);
 }
 
 static FileRecord *append_file_record(const char *name)
@@ -215,8 +218,10 @@ static FileRecord *append_file_record(const char *name)
     char *text = reinterpret_cast<char *>(record + 1);
     std::memcpy(text, name, size);
     record->position.name = text;
+    record->ordinal = file_record_count++;
     *file_records_tail = record;
     file_records_tail = &record->next;
+    records_by_name[text].push_back(record);
     return record;
 }
 
@@ -224,14 +229,14 @@ static FileRecord *append_file_record(const char *name)
 // includes it. A file that only a later pass opens shows the name of the main source.
 static FileRecord *find_file_record(const char *name)
 {
-    if (current_file_record != nullptr) {
-        for (FileRecord *record = current_file_record->next; record != nullptr;
-             record = record->next) {
-            if (std::strcmp(record->position.name, name) == 0)
-                return record;
-        }
-    }
-    return file_records;
+    const auto found = records_by_name.find(name);
+    if (current_file_record == nullptr || found == records_by_name.end())
+        return file_records;
+    const std::vector<FileRecord *> &records = found->second;
+    const auto record = std::upper_bound(
+        records.begin(), records.end(), current_file_record->ordinal,
+        [](size_t ordinal, const FileRecord *other) { return ordinal < other->ordinal; });
+    return record != records.end() ? *record : file_records;
 }
 
 // Opens the file where it is found first; *opened_name is its name there.
@@ -378,4 +383,6 @@ void forget_files()
     while (file_records != nullptr)
         file_records = xfree(file_records, file_records->next);
     file_records_tail = &file_records;
+    file_record_count = 0;
+    records_by_name.clear();
 }

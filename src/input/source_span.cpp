@@ -1,5 +1,6 @@
 // The span file stays open with its position until another name is asked for, across passes and
-// source files, since compilers ask for their lines in rising order.
+// source files, since compilers ask for their lines in rising order. Where some of the lines begin
+// is remembered, so that a range in any other order is not searched from the first line on.
 
 #include "input/source_span.h"
 
@@ -10,8 +11,10 @@
 #include "base/pass_state.h"
 #include "input/input_stack.h"
 #include "input/source_reader.h"
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <vector>
 
 static char *span_name;           // name of the span file, null before the first request
 static std::FILE *span_file;      // null when it could not be opened
@@ -20,6 +23,10 @@ static uint32_t span_first;       // number of the next line to deliver
 static uint32_t span_left;        // lines still to deliver, 0 when no span is active
 static uint32_t span_asked_first; // the range of the last request
 static uint32_t span_asked_last;
+
+// Where the first line of each block of lines begins, as far as span_file has been read.
+constexpr uint32_t BLOCK_LINES = 64;
+static std::vector<long> span_blocks;
 
 constexpr const char *CANT_OPEN_SOURCE = "can't open source %s";
 
@@ -63,9 +70,20 @@ static const char *number_span_line(uint32_t number)
     return start - 1;
 }
 
+// Notes a block when its first line is the next to be read for the first time.
+static void note_block()
+{
+    if (span_line % BLOCK_LINES != 0 || span_line / BLOCK_LINES != span_blocks.size())
+        return;
+    const long begin = std::ftell(span_file);
+    if (begin >= 0)
+        span_blocks.push_back(begin);
+}
+
 const char *next_span_line()
 {
     while (span_left != 0) {
+        note_block();
         if (!read_span_text()) {
             span_left = 0;
             if (std::ferror(span_file))
@@ -88,6 +106,7 @@ static void forget_span_file()
     free_block(span_name);
     span_name = nullptr;
     span_line = 0;
+    span_blocks.clear();
 }
 
 static void open_span_file(const char *name)
@@ -111,11 +130,18 @@ static void open_span_file(const char *name)
     span_name = copy_text(name);
 }
 
-// Back to the first line. A file that can't be read from there is given up.
-static bool rewind_span_file()
+// Goes to the block of the line, or to the last one that is known. A file that can't be read from
+// there is given up.
+static bool go_to_block_of(uint32_t line)
 {
-    span_line = 0;
-    if (std::fseek(span_file, 0, SEEK_SET) == 0)
+    const size_t wanted = line != 0 ? (line - 1) / BLOCK_LINES : 0;
+    const size_t known = span_blocks.empty() ? 0 : span_blocks.size() - 1;
+    const size_t block = std::min(wanted, known);
+    const auto block_line = static_cast<uint32_t>(block * BLOCK_LINES);
+    if (line > span_line && block_line <= span_line)
+        return true; // it is nearer to read on
+    span_line = block_line;
+    if (std::fseek(span_file, block != 0 ? span_blocks[block] : 0, SEEK_SET) == 0)
         return true;
     report_unreadable(span_name);
     forget_span_file();
@@ -134,7 +160,7 @@ void select_source_lines(const char *name, uint32_t first, uint32_t last)
     span_asked_last = last;
     if (first == span_line && last == span_line)
         return;
-    if (first <= span_line && !rewind_span_file())
+    if (!go_to_block_of(first))
         return;
     span_first = first;
     span_left = last - first + 1;

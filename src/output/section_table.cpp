@@ -9,6 +9,8 @@
 #include "base/settings.h"
 #include <algorithm>
 #include <cstring>
+#include <map>
+#include <vector>
 
 Section *section_list;
 int32_t section_count;
@@ -21,6 +23,16 @@ Section *misra_section;
 Section offset_section;
 
 static Section **section_tail = &section_list;
+
+// The sections of one name in order of creation. Those ahead of `first_open` are closed: a section
+// that is closed stays so up to the next pass.
+struct SameName {
+    std::vector<Section *> sections;
+    size_t first_open = 0;
+};
+
+// By name; the text of a key lies in the first section of the name.
+static std::map<std::string_view, SameName> sections_by_name;
 
 struct PredefinedSection {
     const char *name;
@@ -39,6 +51,7 @@ static constexpr PredefinedSection predefined_sections[] = {
 
 static void free_sections()
 {
+    sections_by_name.clear();
     while (section_list != nullptr) {
         reset_stream(&section_list->code_stream);
         reset_stream(&section_list->reloc_stream);
@@ -90,6 +103,8 @@ void reset_sections_for_pass()
 {
     for (Section *section = section_list; section != nullptr; section = section->next)
         rewind_section(section);
+    for (auto &[name, same] : sections_by_name)
+        same.first_open = 0;
     select_section(predefined_sections[0].name);
     new_section_counter = 0;
 }
@@ -103,10 +118,13 @@ static std::string_view cut_name(std::string_view name)
 
 static Section *find_open_section(std::string_view name)
 {
-    Section *section = section_list;
-    while (section != nullptr && (section_name(*section) != name || (section->flags & SEC_CLOSED)))
-        section = section->next;
-    return section;
+    const auto found = sections_by_name.find(name);
+    if (found == sections_by_name.end())
+        return nullptr;
+    auto &[sections, first_open] = found->second;
+    while (first_open < sections.size() && (sections[first_open]->flags & SEC_CLOSED))
+        ++first_open;
+    return first_open < sections.size() ? sections[first_open] : nullptr;
 }
 
 static Section *append_section(std::string_view name)
@@ -119,6 +137,7 @@ static Section *append_section(std::string_view name)
     init_stream(&section->reloc_stream);
     *section_tail = section;
     section_tail = &section->next;
+    sections_by_name[section_name(*section)].sections.push_back(section);
     current_section = section;
     return section;
 }

@@ -103,3 +103,18 @@ TEST(Spans, ShowLinesOfAnotherFileAsComments)
     EXPECT_EQ(errors_of(" .source \"b.c:1\"\n .source \"b.c:2\"\n", {"-l"}),
               reported("1 = can't open source b.c"));
 }
+
+TEST(Spans, ComeInAnyOrder)
+{
+    std::string file, source, expected;
+    for (int line = 1; line <= 200; ++line)
+        file += "l" + std::to_string(line) + "\r\n";
+    for (const std::string line : {"130", "64", "65", "1", "200", "129", "128", "66"}) {
+        source += " .source \"a.c:" + line + "\"\n";
+        expected += "; " + line + " l" + line + "\n";
+    }
+    std::string shown = assemble(source, {"-l"}, {{"a.c", file}}).listing;
+    for (size_t at = 0; at < shown.size(); at = shown.find('\n', at) + 1)
+        shown.erase(at, 25);
+    EXPECT_EQ(shown, expected);
+}

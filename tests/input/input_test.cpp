@@ -67,6 +67,14 @@ TEST(Includes, EndWhenTheyIncludeThemselves)
     EXPECT_TRUE(next.err.ends_with(reported("i:1 = i")));
 }
 
+TEST(Includes, EachOpeningCountsItsOwnLines)
+{
+    const std::string text =
+        " ifndef seen\nseen: equ 1\n include \"r\"\n fail \"x\"\n endif\n fail \"y\"\n";
+    EXPECT_EQ(assemble(" include \"r\"\n", {}, {{"r", text}}).err,
+              reported("r:6 = y | r:4 = x | r:6 = y"));
+}
+
 TEST(EndDirective, ClosesTheInnermostFile)
 {
     // In a macro it waits for the end of the expansion.

@@ -43,6 +43,7 @@
 #include "target/instruction_fields.h"
 #include "target/instruction_table.h"
 #include "target/target.h"
+#include <bit>
 #include <optional>
 
 // Opcodes that relaxation writes on its own.
@@ -68,33 +69,6 @@ constexpr uint8_t ID_JRA = mnemonic_number("jra");
 constexpr uint8_t ID_JRF = mnemonic_number("jrf");
 constexpr uint8_t ID_JRT = mnemonic_number("jrt");
 
-// A branch in the byte that the layout record has for it.
-constexpr uint8_t PACKED_KIND = 0x07;
-constexpr uint8_t PACKED_LOCAL = 0x08;
-constexpr uint8_t PACKED_IN_SECTION = 0x10;
-constexpr uint8_t PACKED_SCROSS = 0x20;
-constexpr int PACKED_LENGTH_SHIFT = 6; // of the length less PACKED_LENGTH_LEAST
-constexpr uint8_t PACKED_LENGTH_LEAST = 2;
-
-static uint8_t pack_branch(const Branch &branch)
-{
-    const int flags = (branch.local ? PACKED_LOCAL : 0) |
-                      (branch.in_section ? PACKED_IN_SECTION : 0) |
-                      (branch.scross ? PACKED_SCROSS : 0);
-    const int length = (branch.length - PACKED_LENGTH_LEAST) << PACKED_LENGTH_SHIFT;
-    return static_cast<uint8_t>(static_cast<int>(branch.kind) | flags | length);
-}
-
-Branch unpack_branch(uint8_t packed, uint32_t target)
-{
-    return {static_cast<BranchKind>(packed & PACKED_KIND),
-            (packed & PACKED_LOCAL) != 0,
-            (packed & PACKED_IN_SECTION) != 0,
-            (packed & PACKED_SCROSS) != 0,
-            static_cast<uint8_t>((packed >> PACKED_LENGTH_SHIFT) + PACKED_LENGTH_LEAST),
-            target};
-}
-
 // Whether a branch of `length` bytes reaches the target.
 static bool is_near(uint32_t here, uint32_t target, uint32_t length)
 {
@@ -102,7 +76,7 @@ static bool is_near(uint32_t here, uint32_t target, uint32_t length)
     return distance >= -128 && distance <= 127;
 }
 
-static uint8_t long_jump_length(const Branch &branch)
+static uint8_t long_jump_length(Branch branch)
 {
     return branch.scross ? JPF_LENGTH : JP_LENGTH;
 }
@@ -113,79 +87,89 @@ static BranchChoice as_written(uint8_t length, bool serves_others)
     return {BranchForm::AS_WRITTEN, length, serves_others, 0, 0};
 }
 
-static BranchChoice choose_conditional(const Branch &branch, uint32_t here)
+static BranchChoice choose_conditional(Branch branch, uint32_t target, uint32_t here)
 {
-    const uint8_t length = branch.length;
-    if (branch.local && is_near(here, branch.target, length))
+    const auto length = static_cast<uint8_t>(SHORT_LENGTH + branch.operand_bytes);
+    if (branch.local && is_near(here, target, length))
         return as_written(length, false);
     uint32_t hop;
-    if (branch.local && find_jump(branch.target, &hop) && is_near(here, hop, length))
+    if (branch.local && find_jump(target, &hop) && is_near(here, hop, length))
         return {BranchForm::HOP, length, false, 0, hop};
     const auto inverted = static_cast<uint8_t>(length + long_jump_length(branch));
     return {BranchForm::INVERTED, inverted, true, length, 0};
 }
 
-static BranchChoice choose_unconditional(const Branch &branch, uint32_t here)
+static BranchChoice choose_unconditional(Branch branch, uint32_t target, uint32_t here)
 {
-    if (branch.local && is_near(here, branch.target, SHORT_LENGTH))
+    if (branch.local && is_near(here, target, SHORT_LENGTH))
         return as_written(SHORT_LENGTH, branch.in_section);
     return {BranchForm::LONG, long_jump_length(branch), true, 0, 0};
 }
 
 // Never a hop for others, and never callf: the callee returns with ret.
-static BranchChoice choose_relative_call(const Branch &branch, uint32_t here)
+static BranchChoice choose_relative_call(Branch branch, uint32_t target, uint32_t here)
 {
-    if (branch.local && is_near(here, branch.target, SHORT_LENGTH))
+    if (branch.local && is_near(here, target, SHORT_LENGTH))
         return as_written(SHORT_LENGTH, false);
     return {BranchForm::LONG, JP_LENGTH, false, 0, 0};
 }
 
 // Jumps and calls that may take an offset in the place of an address.
-static BranchChoice choose_jump(const Branch &branch, uint32_t here)
+static BranchChoice choose_jump(Branch branch, uint32_t target, uint32_t here)
 {
     const bool far = branch.kind == BranchKind::JUMP_FAR;
     const bool jump = branch.kind == BranchKind::JUMP;
-    if (branch.in_section && is_near(here, branch.target, SHORT_LENGTH))
+    if (branch.in_section && is_near(here, target, SHORT_LENGTH))
         return {BranchForm::SHORT, SHORT_LENGTH, jump, 0, 0};
     const bool of_kind_in_force = (jump && !branch.scross) || (far && branch.scross);
     return as_written(far ? JPF_LENGTH : JP_LENGTH, branch.in_section && of_kind_in_force);
 }
 
-BranchChoice choose_branch_form(const Branch &branch, uint32_t here)
+BranchChoice choose_branch_form(Branch branch, uint32_t target, uint32_t here)
 {
     switch (branch.kind) {
     case BranchKind::CONDITIONAL:
-        return choose_conditional(branch, here);
+        return choose_conditional(branch, target, here);
     case BranchKind::UNCONDITIONAL:
-        return choose_unconditional(branch, here);
+        return choose_unconditional(branch, target, here);
     case BranchKind::RELATIVE_CALL:
-        return choose_relative_call(branch, here);
+        return choose_relative_call(branch, target, here);
     default:
-        return choose_jump(branch, here);
+        return choose_jump(branch, target, here);
     }
 }
 
-static Branch relative_branch(const Instruction &ins, BranchKind kind, uint8_t length)
+static bool is_in_section(const ExprValue &target)
 {
-    const ExprValue &target = ins.second;
-    const bool in_section = target.section_number == current_section->number;
-    return {kind,       target.section_number != 0 || target.reloc == RELOC_ABSOLUTE,
-            in_section, scross_on,
-            length,     target.value};
+    return target.section_number == current_section->number;
+}
+
+static Branch relative_branch(const Instruction &ins, BranchKind kind, uint8_t operand_bytes)
+{
+    Branch branch{};
+    branch.kind = kind;
+    branch.local = ins.second.section_number != 0 || ins.second.reloc == RELOC_ABSOLUTE;
+    branch.in_section = is_in_section(ins.second);
+    branch.scross = scross_on;
+    branch.operand_bytes = operand_bytes & 3;
+    return branch;
 }
 
 static Branch addressed_jump(const Instruction &ins, BranchKind kind)
 {
-    const ExprValue &target = ins.first;
-    const bool in_section = target.section_number == current_section->number;
-    return {kind, in_section, in_section, scross_on, SHORT_LENGTH, target.value};
+    Branch branch{};
+    branch.kind = kind;
+    branch.local = is_in_section(ins.first);
+    branch.in_section = branch.local;
+    branch.scross = scross_on;
+    return branch;
 }
 
 static std::optional<Branch> as_relative_branch(const Instruction &ins)
 {
     if (ins.second_mode == (AM_BIT | OP_REL)) {
-        const uint8_t length = row_prefix(ins.row) != PREFIX_NONE ? 4 : 3;
-        return relative_branch(ins, BranchKind::CONDITIONAL, length);
+        const uint8_t address_bytes = row_prefix(ins.row) != PREFIX_NONE ? 2 : 1;
+        return relative_branch(ins, BranchKind::CONDITIONAL, address_bytes);
     }
     if (ins.second_mode != OP_REL || ins.row->mnemonic_id == ID_JRF)
         return std::nullopt;
@@ -194,7 +178,7 @@ static std::optional<Branch> as_relative_branch(const Instruction &ins)
         kind = BranchKind::UNCONDITIONAL;
     else if (ins.row->mnemonic_id == ID_CALLR)
         kind = BranchKind::RELATIVE_CALL;
-    return relative_branch(ins, kind, SHORT_LENGTH);
+    return relative_branch(ins, kind, 0);
 }
 
 static std::optional<Branch> as_addressed_jump(const Instruction &ins)
@@ -310,7 +294,7 @@ static void record_reach(const ExprValue &target)
 
 // A form with an address of two bytes refuses numbers that have no room there, whichever form the
 // branch has now.
-static void record_room(const Branch &branch, const ExprValue &target)
+static void record_room(Branch branch, const ExprValue &target)
 {
     const bool long_jump_is_far = branch.scross && (branch.kind == BranchKind::CONDITIONAL ||
                                                     branch.kind == BranchKind::UNCONDITIONAL);
@@ -335,9 +319,9 @@ bool emit_relaxed_opcode(Instruction *ins)
             record_reach(ins->second);
         return false;
     }
-    const BranchChoice choice = choose_branch_form(*branch, ins->here);
+    const BranchChoice choice = choose_branch_form(*branch, target.value, ins->here);
     record_room(*branch, target);
-    record_branch(pack_branch(*branch), target, choice.length, choice.serves_others);
+    record_branch(std::bit_cast<uint8_t>(*branch), target, choice.length, choice.serves_others);
     if (choice.serves_others)
         record_jump(target.value, ins->here + choice.jump_offset);
     return emit_form(ins, choice);

@@ -14,15 +14,16 @@ enum class BranchKind : uint8_t {
     CALL,          // call
 };
 
-// What the choice of a form depends on, beside the place and the jumps above.
+// What the choice of a form depends on, beside the place, the target and the jumps above. In one
+// byte, as the layout record has it.
 struct Branch {
-    BranchKind kind;
-    bool local;      // the target is a known place, or a number
-    bool in_section; // it lies in the section of the branch
-    bool scross;     // long jumps are far ones
-    uint8_t length;  // of the short form, from the opcode on: 2 to 4
-    uint32_t target;
+    BranchKind kind : 3;
+    bool local : 1;            // the target is a known place, or a number
+    bool in_section : 1;       // it lies in the section of the branch
+    bool scross : 1;           // long jumps are far ones
+    uint8_t operand_bytes : 2; // between opcode and offset in the short form
 };
+static_assert(sizeof(Branch) == 1);
 
 enum class BranchForm : uint8_t {
     AS_WRITTEN,
@@ -41,10 +42,7 @@ struct BranchChoice {
 };
 
 // Chooses the form of a branch whose opcode stands at `here` in the current section.
-BranchChoice choose_branch_form(const Branch &branch, uint32_t here);
-
-// Gives back a branch from the byte that the layout record has for it.
-Branch unpack_branch(uint8_t packed, uint32_t target);
+BranchChoice choose_branch_form(Branch branch, uint32_t target, uint32_t here);
 
 // Writes the opcode of a branch, jump or call in a form other than the written one and plans the
 // fields of that form; for an inverted branch also all that it steps over but the jump's address.

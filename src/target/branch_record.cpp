@@ -35,13 +35,11 @@ struct ReplacedJump {
 static bool keeps_replaced_jumps;
 static std::vector<ReplacedJump> replaced_jumps;
 
-// The entry of the target, or the free one where it belongs. Targets that lie together have
-// entries that lie together, as one branch after the other asks for them.
+// The entry of the target, or the free one where it belongs.
 static BranchEntry *find_entry(const BranchRecord &record, uint32_t target)
 {
-    constexpr int GROUP_BITS = 6;
-    uint32_t hash = (target >> GROUP_BITS) * 0x9E3779B1;
-    hash = (hash ^ hash >> 16) << GROUP_BITS | (target & ((1U << GROUP_BITS) - 1));
+    uint32_t hash = target * 0x9E3779B1;
+    hash ^= hash >> 16;
     BranchEntry *entry = &record.entries[hash & (record.size - 1)];
     while (entry->used && entry->target != target)
         entry = entry + 1 == record.entries + record.size ? record.entries : entry + 1;

@@ -19,6 +19,7 @@
 #include "target/branch_forms.h"
 #include "target/branch_record.h"
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 
 // Where a pass can be taken up again.
@@ -114,10 +115,11 @@ static bool move_to(uint32_t address)
 static void take_branch(const LayoutItem &item)
 {
     const uint32_t here = current_location();
-    const Branch branch = unpack_branch(item.detail, value_of(item));
-    const BranchChoice choice = choose_branch_form(branch, here);
+    const uint32_t target = value_of(item);
+    const BranchChoice choice =
+        choose_branch_form(std::bit_cast<Branch>(item.detail), target, here);
     if (choice.serves_others)
-        record_jump(branch.target, here + choice.jump_offset);
+        record_jump(target, here + choice.jump_offset);
     current_section->size += choice.length;
 }
 

@@ -40,13 +40,13 @@ struct InputSource {
     InputSource *next;
     FileRecord *file_record; // current when the input was suspended
     Expansion *expansion;
-    std::FILE *file;
+    SourceReader *file;
     const char *opened_name;
 };
 
 // The file being read when no expansion runs on top of it, and the name it was found under, which
 // lies in known_names.
-static std::FILE *current_file;
+static SourceReader *current_file;
 static const char *current_opened_name;
 
 static InputSource *input_stack;
@@ -147,9 +147,9 @@ static const char *next_file_line()
         ++line_ordinal;
         return line_buffer;
     }
-    if (std::ferror(current_file))
+    if (!end_seen && reading_failed(current_file))
         report_read_error();
-    std::fclose(current_file);
+    close_reader(current_file);
     current_file = nullptr;
     --open_files;
     if (open_files == 1)
@@ -285,7 +285,7 @@ static void enter_file(std::FILE *file, const char *opened_name)
     if (current_file != nullptr || current_expansion != nullptr)
         push_input();
     ++open_files;
-    current_file = file;
+    current_file = open_reader(file);
     current_opened_name = opened_name;
     current_expansion = nullptr;
     note_input(opened_name);

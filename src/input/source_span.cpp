@@ -17,7 +17,7 @@
 #include <vector>
 
 static char *span_name;           // name of the span file, null before the first request
-static std::FILE *span_file;      // null when it could not be opened
+static SourceReader *span_file;   // null when it could not be opened
 static uint32_t span_line;        // lines read so far from span_file
 static uint32_t span_first;       // number of the next line to deliver
 static uint32_t span_left;        // lines still to deliver, 0 when no span is active
@@ -45,9 +45,9 @@ static bool read_span_text()
     if (length == 0 || text[length - 1] != '\n') {
         text[length] = '\n';
         text[length + 1] = '\0';
-        skip_source_line(span_file);
+        return skip_source_line(span_file);
     }
-    return !std::ferror(span_file);
+    return true;
 }
 
 // Puts the number in front of the text, without leading zeros, and gives the line's start.
@@ -75,7 +75,7 @@ static void note_block()
 {
     if (span_line % BLOCK_LINES != 0 || span_line / BLOCK_LINES != span_blocks.size())
         return;
-    const long begin = std::ftell(span_file);
+    const long begin = reader_position(span_file);
     if (begin >= 0)
         span_blocks.push_back(begin);
 }
@@ -86,7 +86,7 @@ const char *next_span_line()
         note_block();
         if (!read_span_text()) {
             span_left = 0;
-            if (std::ferror(span_file))
+            if (reading_failed(span_file))
                 report_unreadable(span_name);
             break;
         }
@@ -100,8 +100,7 @@ const char *next_span_line()
 
 static void forget_span_file()
 {
-    if (span_file != nullptr)
-        std::fclose(span_file);
+    close_reader(span_file);
     span_file = nullptr;
     free_block(span_name);
     span_name = nullptr;
@@ -112,8 +111,10 @@ static void forget_span_file()
 static void open_span_file(const char *name)
 {
     forget_span_file();
-    switch (open_for_reading(name, &span_file)) {
+    std::FILE *file = nullptr;
+    switch (open_for_reading(name, &file)) {
     case Opening::OPEN:
+        span_file = open_reader(file);
         note_input(name);
         break;
     case Opening::ABSENT:
@@ -141,7 +142,7 @@ static bool go_to_block_of(uint32_t line)
     if (line > span_line && block_line <= span_line)
         return true; // it is nearer to read on
     span_line = block_line;
-    if (std::fseek(span_file, block != 0 ? span_blocks[block] : 0, SEEK_SET) == 0)
+    if (seek_reader(span_file, block != 0 ? span_blocks[block] : 0))
         return true;
     report_unreadable(span_name);
     forget_span_file();

@@ -1,49 +1,44 @@
-// A plain hash table with chains. A macro that overrides a keyword takes its record over; the copy
-// made by shadow_keyword stands directly after it and is reached through its place alone.
+// Keywords are found by their name in lower case. A macro that overrides a keyword takes its record
+// over; what it was lies in a copy beside it, the shadow, which no name finds.
 
 #include "expr/keyword_table.h"
 
 #include "base/memory.h"
 #include "base/number.h"
+#include "expr/name_index.h"
 #include "expr/symbol_table.h"
 #include <algorithm>
-#include <cstring>
 
-// Enough for the vocabulary and for the macros of large programs.
-constexpr int BUCKET_BITS = 12;
 constexpr size_t FOLDED_ROOM = 256;
 
 bool bypass_macro;
 
-static Keyword *keyword_buckets[size_t{1} << BUCKET_BITS];
+static NameIndex<Keyword> keyword_index;
 
-// A name in lower case, and the chain that it belongs to.
-struct FoldedName {
-    char text[FOLDED_ROOM];
-    uint8_t length;
-    Keyword **bucket;
-};
-
-static void fold_name(std::string_view full_name, FoldedName *folded)
+// Puts the name in lower case into `room`.
+static std::string_view fold_name(std::string_view full_name, char (&room)[FOLDED_ROOM])
 {
     const std::string_view name = counted_name(full_name);
-    folded->length = static_cast<uint8_t>(name.size());
-    std::transform(name.begin(), name.end(), folded->text, lower_case);
-    const uint32_t hash = hash_name({folded->text, folded->length}) * 0x9E3779B1;
-    folded->bucket = &keyword_buckets[hash >> (32 - BUCKET_BITS)];
+    std::transform(name.begin(), name.end(), room, lower_case);
+    return {room, name.size()};
 }
 
-Keyword *add_keyword(std::string_view name, uint8_t argument, uint16_t flags)
+static std::string_view keyword_name(const Keyword *keyword)
 {
-    FoldedName folded;
-    fold_name(name, &folded);
-    auto *keyword = new_node<Keyword>(*folded.bucket, folded.length);
+    return {keyword->name, keyword->name_length};
+}
+
+Keyword *add_keyword(std::string_view full_name, uint8_t argument, uint16_t flags)
+{
+    char room[FOLDED_ROOM];
+    const std::string_view name = fold_name(full_name, room);
+    auto *keyword = new_node<Keyword>(nullptr, name.size());
     keyword->name = reinterpret_cast<char *>(keyword + 1);
-    keyword->name_length = folded.length;
-    std::memcpy(keyword->name, folded.text, folded.length);
+    keyword->name_length = static_cast<uint8_t>(name.size());
+    name.copy(keyword->name, name.size());
     keyword->argument = argument;
     keyword->flags = flags;
-    *folded.bucket = keyword;
+    insert_record(&keyword_index, hash_name(name), keyword);
     return keyword;
 }
 
@@ -53,68 +48,65 @@ void add_directives(std::span<const DirectiveRow> rows)
         add_keyword(row.name, row.argument, row.flags)->action = row.action;
 }
 
-Keyword *find_keyword(std::string_view name)
+static bool overrides_keyword(const Keyword *keyword)
 {
-    FoldedName folded;
-    fold_name(name, &folded);
-    Keyword *keyword = *folded.bucket;
-    while (keyword != nullptr && (keyword->name_length != folded.length ||
-                                  std::memcmp(keyword->name, folded.text, folded.length) != 0))
-        keyword = keyword->next;
-    if (keyword != nullptr && bypass_macro && (keyword->flags & KW_MACRO) && keyword->argument != 0)
-        return keyword->next;
-    return keyword;
+    return (keyword->flags & KW_MACRO) && keyword->argument != 0;
+}
+
+Keyword *find_keyword(std::string_view full_name)
+{
+    char room[FOLDED_ROOM];
+    const std::string_view name = fold_name(full_name, room);
+    const auto is_wanted = [name](const Keyword *keyword) { return keyword_name(keyword) == name; };
+    const auto *slot = find_slot(keyword_index, hash_name(name), is_wanted);
+    if (slot == nullptr)
+        return nullptr;
+    Keyword *keyword = slot->record;
+    return bypass_macro && overrides_keyword(keyword) ? keyword->shadow : keyword;
 }
 
 void shadow_keyword(Keyword *keyword)
 {
-    // Only the first character of the name is copied, on purpose: no lookup by name may find the
-    // shadow. After the source file that overrode it an instruction thus stays unknown.
-    auto *shadow = new_node<Keyword>(keyword->next, keyword->name_length);
-    shadow->name = reinterpret_cast<char *>(shadow + 1);
-    shadow->name_length = keyword->name_length;
-    shadow->name[0] = keyword->name[0];
-    shadow->argument = keyword->argument;
-    shadow->flags = keyword->flags;
-    if (keyword->flags & KW_INSTRUCTION)
-        shadow->opcodes = keyword->opcodes;
-    else
-        shadow->action = keyword->action;
-    keyword->next = shadow;
+    auto *shadow = new_node<Keyword>(nullptr);
+    *shadow = *keyword;
+    keyword->shadow = shadow;
 }
 
 bool is_directive_stem(const Keyword *keyword)
 {
-    if ((keyword->flags & KW_MACRO) && keyword->argument != 0)
-        keyword = keyword->next;
+    if (overrides_keyword(keyword))
+        keyword = keyword->shadow;
     return (keyword->flags & KW_DIRECTIVE) != 0;
 }
 
 void undo_macro(Keyword *keyword)
 {
-    Keyword *shadow = keyword->next;
-    if (shadow->flags & KW_INSTRUCTION)
-        keyword->opcodes = shadow->opcodes;
-    else
-        keyword->action = shadow->action;
-    keyword->argument = shadow->argument;
-    keyword->flags = shadow->flags;
-    keyword->next = xfree(shadow, shadow->next);
+    Keyword *shadow = keyword->shadow;
+    *keyword = *shadow;
+    free_block(shadow);
 }
 
-void forget_macro(Keyword *keyword)
+static bool is_macro(const Keyword *keyword)
 {
-    keyword->name_length = 0;
-    keyword->body = nullptr;
-    keyword->flags &= static_cast<uint16_t>(~KW_MACRO);
+    return (keyword->flags & KW_MACRO) != 0;
 }
 
 void visit_macros(void (*visit)(Keyword *))
 {
-    for (Keyword *keyword : keyword_buckets) {
-        for (; keyword != nullptr; keyword = keyword->next) {
-            if (keyword->flags & KW_MACRO)
-                visit(keyword);
-        }
+    for (size_t i = 0; i < keyword_index.size; ++i) {
+        Keyword *keyword = keyword_index.slots[i].record;
+        if (keyword != nullptr && is_macro(keyword))
+            visit(keyword);
     }
+}
+
+void drop_macros()
+{
+    rebuild_index(&keyword_index, keyword_index.size, [](Keyword *keyword) {
+        if (!is_macro(keyword))
+            return true;
+        free_block(keyword->shadow);
+        free_block(keyword);
+        return false;
+    });
 }

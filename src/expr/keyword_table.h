@@ -49,7 +49,7 @@ struct DirectiveRow {
 };
 
 struct Keyword {
-    Keyword *next;
+    Keyword *shadow; // of a macro that overrides a keyword: a copy of what it was, or null
     union {
         DirectiveAction action;
         const OpcodeEntry *opcodes; // with KW_INSTRUCTION: the first row of the mnemonic
@@ -74,7 +74,7 @@ void add_directives(std::span<const DirectiveRow> rows);
 // Finds a keyword, or null. With bypass_macro a macro that overrides a keyword gives that one.
 Keyword *find_keyword(std::string_view name);
 
-// Inserts a copy of the keyword right after it, so that the keyword itself can become a macro.
+// Gives the keyword a copy of itself as shadow, so that it can become a macro.
 void shadow_keyword(Keyword *keyword);
 
 // Whether the keyword is a directive, or a macro over one: a word "stem.x" is then looked up whole.
@@ -86,6 +86,6 @@ void visit_macros(void (*visit)(Keyword *));
 // Gives a keyword that a macro has overridden its meaning back. The body has been freed.
 void undo_macro(Keyword *keyword);
 
-// Empties the record of a macro whose body has been freed. It stays in its chain, where no name
-// finds it again.
-void forget_macro(Keyword *keyword);
+// Drops all macros, whose bodies have been freed. An overridden keyword goes with its macro: after
+// the source file that overrode it an instruction stays unknown.
+void drop_macros();

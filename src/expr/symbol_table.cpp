@@ -1,7 +1,7 @@
 // One list is the sequence in which symbols reach object file and listing. Its order is one
 // of hash buckets: the symbols of a bucket are neighbours, in the order of their making, and a
-// bucket used for the first time comes to the head of the list. Lookups go through a finer index
-// beside it, which grows with the program.
+// bucket used for the first time comes to the head of the list. Lookups go through an index beside
+// it.
 
 #include "expr/symbol_table.h"
 
@@ -10,6 +10,7 @@
 #include "base/pass_state.h"
 #include "base/position.h"
 #include "expr/cross_reference.h"
+#include "expr/name_index.h"
 #include <algorithm>
 #include <cstring>
 #include <iterator>
@@ -22,12 +23,7 @@ uint32_t scope_number;
 // The last symbol of each bucket's run on symbol_list.
 static Symbol *bucket_ends[BUCKET_COUNT];
 
-// The index: chains over Symbol::index_next. Its size is a power of two, 0 before the first symbol.
-static Symbol **symbol_index;
-static size_t index_size;
-static size_t symbol_count;
-
-constexpr size_t INDEX_SIZE_FIRST = 1024;
+static NameIndex<Symbol> symbol_index;
 
 std::string_view counted_name(std::string_view name)
 {
@@ -36,12 +32,13 @@ std::string_view counted_name(std::string_view name)
     return {name.data(), static_cast<uint8_t>(std::strlen(name.data()))};
 }
 
-uint32_t hash_name(std::string_view name)
+// Which bucket a symbol belongs to. The order in the object file rests on it.
+static uint32_t bucket_of(const Symbol *symbol)
 {
     uint32_t hash = 0;
-    for (const char c : name)
+    for (const char c : symbol_name(*symbol))
         hash = hash * 8 + static_cast<uint32_t>(static_cast<signed char>(c));
-    return hash;
+    return hash % BUCKET_COUNT;
 }
 
 static Symbol *new_symbol(std::string_view name)
@@ -62,47 +59,11 @@ static Symbol *new_symbol(std::string_view name)
 // Puts a new symbol where its bucket wants it on the list.
 static void link_symbol(Symbol *symbol)
 {
-    Symbol **end = &bucket_ends[hash_name(symbol_name(*symbol)) % BUCKET_COUNT];
+    Symbol **end = &bucket_ends[bucket_of(symbol)];
     Symbol **link = *end != nullptr ? &(*end)->next : &symbol_list;
     symbol->next = *link;
     *link = symbol;
     *end = symbol;
-}
-
-// A hash of all characters (FNV-1a) and, for a local label, of its scope.
-static uint32_t index_hash(std::string_view name, bool local)
-{
-    uint32_t hash = local ? scope_number * 0x9E3779B1 : 0x811C9DC5;
-    for (const char c : name)
-        hash = (hash ^ static_cast<unsigned char>(c)) * 0x01000193;
-    return hash ^ hash >> 15;
-}
-
-static void insert_into_index(Symbol *symbol)
-{
-    Symbol **chain = &symbol_index[symbol->index_hash & (index_size - 1)];
-    symbol->index_next = *chain;
-    *chain = symbol;
-}
-
-// Makes the index ready for one symbol more.
-static void grow_index()
-{
-    if (symbol_count++ < index_size)
-        return;
-    free_block(symbol_index);
-    index_size = index_size != 0 ? 2 * index_size : INDEX_SIZE_FIRST;
-    symbol_index = static_cast<Symbol **>(xalloc(index_size * sizeof(void *), nullptr));
-    std::fill(symbol_index, symbol_index + index_size, nullptr);
-    for (Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next)
-        insert_into_index(symbol);
-}
-
-// A local label is itself only in the scope that its record was made in.
-static bool is_same_symbol(const Symbol *symbol, std::string_view name, bool local)
-{
-    return symbol_name(*symbol) == name &&
-           (!local || (symbol->scope == scope_number && !symbol->multiply_defined));
 }
 
 // The mark of a second definition takes the place of a local label's scope: nothing finds it again.
@@ -111,37 +72,25 @@ static bool is_out_of_reach(const Symbol *symbol)
     return (symbol->flags & SYM_LOCAL) != 0 && symbol->multiply_defined;
 }
 
-// Symbols out of reach leave their chain: a label that is defined over and over in one scope would
-// make it longer each time.
-static Symbol *look_up(uint32_t hash, std::string_view name, bool local)
-{
-    if (index_size == 0)
-        return nullptr;
-    Symbol **link = &symbol_index[hash & (index_size - 1)];
-    while (Symbol *symbol = *link) {
-        if (symbol->index_hash == hash && is_same_symbol(symbol, name, local))
-            return symbol;
-        if (is_out_of_reach(symbol))
-            *link = symbol->index_next;
-        else
-            link = &symbol->index_next;
-    }
-    return nullptr;
-}
-
 Symbol *find_symbol(std::string_view full_name)
 {
     const std::string_view name = counted_name(full_name);
-    const bool local = is_digit(*name.data());
-    const uint32_t hash = index_hash(name, local);
-    Symbol *symbol = look_up(hash, name, local);
-    if (symbol != nullptr)
-        return symbol;
-    grow_index();
-    symbol = new_symbol(name);
-    symbol->index_hash = hash;
+    // A local label is itself only in the scope that its record was made in.
+    const uint32_t scope = is_digit(*name.data()) ? scope_number : 0;
+    const uint32_t hash = hash_name(name, scope);
+    const auto is_wanted = [name, scope](const Symbol *symbol) {
+        return symbol_name(*symbol) == name && symbol->scope == scope;
+    };
+    auto *slot = find_slot(symbol_index, hash, is_wanted);
+    if (slot != nullptr && !is_out_of_reach(slot->record))
+        return slot->record;
+    Symbol *symbol = new_symbol(name);
     link_symbol(symbol);
-    insert_into_index(symbol);
+    // A label that is defined over and over in one scope takes one slot.
+    if (slot != nullptr)
+        slot->record = symbol;
+    else
+        insert_record(&symbol_index, hash, symbol);
     return symbol;
 }
 
@@ -174,8 +123,7 @@ static void keep_symbol(const Symbol *old)
 void reset_symbols()
 {
     std::fill(std::begin(bucket_ends), std::end(bucket_ends), nullptr);
-    std::fill(symbol_index, symbol_index + index_size, nullptr);
-    symbol_count = 0;
+    empty_index(&symbol_index);
     Symbol *old = symbol_list;
     symbol_list = nullptr;
     while (old != nullptr) {

@@ -27,8 +27,6 @@ constexpr uint8_t ATTR_FROM_SECTION = ATTR_ZPAGE | ATTR_BIT | ATTR_LONG | ATTR_C
 // Records live from the first mention to the end of the source file, through all passes.
 struct Symbol {
     Symbol *next;
-    Symbol *index_next; // of the table's own index, with the hash of the name
-    uint32_t index_hash;
     union {
         Symbol *link;  // of an equate: the symbol that its value rests on, or null
         char *literal; // with SYM_LITERAL: the owned text
@@ -83,10 +81,6 @@ void reset_symbols();
 // What both name tables know of a name: its length is cut to 8 bits, and where that leaves 0 the
 // text is taken up to its zero byte, which must follow, and cut again.
 std::string_view counted_name(std::string_view name);
-
-// The hash of names: its low 8 bits choose the bucket of a symbol, a mix of all bits that of a
-// keyword.
-uint32_t hash_name(std::string_view name);
 
 inline std::string_view symbol_name(const Symbol &symbol)
 {

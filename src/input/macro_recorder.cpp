@@ -117,10 +117,8 @@ void undo_macros()
 
 void forget_macros()
 {
-    visit_macros([](Keyword *keyword) {
-        free_body(keyword->body);
-        forget_macro(keyword);
-    });
+    visit_macros([](Keyword *keyword) { free_body(keyword->body); });
+    drop_macros();
     free_retired_bodies();
 }
 

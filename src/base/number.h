@@ -21,7 +21,8 @@ constexpr bool is_space(char c)
 
 constexpr char lower_case(char c)
 {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+    // The difference of the cases is one bit.
+    return static_cast<char>(c | (c >= 'A' && c <= 'Z' ? 'a' - 'A' : 0));
 }
 
 // Lets the text of a number choose its base as in C: "0x" for 16, a leading "0" for 8,

@@ -10,31 +10,58 @@
 
 uint32_t noted_uses;
 
-static bool holds_line(const XrefChunk *chunk, uint32_t line)
+// Whether the line may be in the chunk. Lines that a pass adds out of order may lie beyond its
+// ends: they don't count as noted.
+static bool encloses(const XrefChunk *chunk, uint32_t line)
 {
-    if (chunk == nullptr || chunk->lines[0] > line || chunk->lines[chunk->count - 1] < line)
-        return false;
-    return std::find(chunk->lines, chunk->lines + chunk->count, line) !=
-           chunk->lines + chunk->count;
+    return chunk->lines[0] <= line && line <= chunk->lines[chunk->count - 1];
 }
 
-// Whether the line is noted, in a chunk whose first and last entries enclose it. Uses come in the
-// order of their lines, so the chunk of the last one and its successor are looked at first.
+static bool is_entry(XrefList *list, XrefChunk *chunk, uint32_t place, uint32_t line)
+{
+    if (chunk->lines[place] != line || !encloses(chunk, line))
+        return false;
+    list->hint = chunk;
+    list->place = place;
+    return true;
+}
+
+// Uses come in the order of their lines: a use is on the line of the last one, or that of the entry
+// after it, or it is the first of the pass.
+static bool is_noted_next(XrefList *list, uint32_t line)
+{
+    XrefChunk *chunk = list->hint;
+    if (is_entry(list, chunk, list->place, line))
+        return true;
+    if (list->place + 1 < chunk->count)
+        return is_entry(list, chunk, list->place + 1, line);
+    return is_entry(list, chunk->next != nullptr ? chunk->next : list->head, 0, line);
+}
+
+static bool is_in_chunk(XrefList *list, XrefChunk *chunk, uint32_t line)
+{
+    if (!encloses(chunk, line))
+        return false;
+    for (uint32_t place = 0; place < chunk->count; ++place) {
+        if (is_entry(list, chunk, place, line))
+            return true;
+    }
+    return false;
+}
+
 static bool is_noted(XrefList *list, uint32_t line)
 {
     if (list->head == nullptr || line > list->highest)
         return false;
-    if (holds_line(list->hint, line))
+    if (is_noted_next(list, line))
         return true;
-    if (holds_line(list->hint->next, line)) {
-        list->hint = list->hint->next;
-        return true;
-    }
-    for (XrefChunk *chunk = list->head; chunk != nullptr; chunk = chunk->next) {
-        if (holds_line(chunk, line)) {
-            list->hint = chunk;
+    for (XrefChunk *chunk = list->hint; chunk != nullptr; chunk = chunk->next) {
+        if (is_in_chunk(list, chunk, line))
             return true;
-        }
+    }
+    for (XrefChunk *chunk = list->head; chunk != list->hint; chunk = chunk->next) {
+        if (is_in_chunk(list, chunk, line))
+            return true;
     }
     return false;
 }
@@ -47,8 +74,9 @@ static void append_line(XrefList *list, uint32_t line)
         (list->tail != nullptr ? list->tail->next : list->head) = chunk;
         list->tail = chunk;
     }
-    list->tail->lines[list->tail->count++] = line;
     list->hint = list->tail;
+    list->place = list->tail->count++;
+    list->tail->lines[list->place] = line;
     list->highest = std::max(list->highest, line);
 }
 

@@ -18,6 +18,7 @@ struct XrefList {
     XrefChunk *head;
     XrefChunk *tail;
     XrefChunk *hint;  // where the last use was found: the next one is likely there or after it
+    uint32_t place;   // the entry of `hint` that was found last
     uint32_t highest; // the highest line noted: a line above it can't be there yet
 };
 

@@ -7,7 +7,6 @@
 #include "base/number.h"
 #include "expr/name_index.h"
 #include "expr/symbol_table.h"
-#include <algorithm>
 
 constexpr size_t FOLDED_ROOM = 256;
 
@@ -19,7 +18,9 @@ static NameIndex<Keyword> keyword_index;
 static std::string_view fold_name(std::string_view full_name, char (&room)[FOLDED_ROOM])
 {
     const std::string_view name = counted_name(full_name);
-    std::transform(name.begin(), name.end(), room, lower_case);
+    char *end = room;
+    for (const char c : name)
+        *end++ = lower_case(c);
     return {room, name.size()};
 }
 
@@ -57,7 +58,9 @@ Keyword *find_keyword(std::string_view full_name)
 {
     char room[FOLDED_ROOM];
     const std::string_view name = fold_name(full_name, room);
-    const auto is_wanted = [name](const Keyword *keyword) { return keyword_name(keyword) == name; };
+    const auto is_wanted = [name](const Keyword *keyword) {
+        return is_same_name(keyword_name(keyword), name);
+    };
     const auto *slot = find_slot(keyword_index, hash_name(name), is_wanted);
     if (slot == nullptr)
         return nullptr;

@@ -8,6 +8,7 @@
 #include "base/number.h"
 #include "expr/cross_reference.h"
 #include "expr/symbol_table.h"
+#include <array>
 #include <cstring>
 #include <string_view>
 
@@ -49,6 +50,58 @@ static constexpr FunctionWord function_words[] = {
     {"defined", "DEFINED", TOK_DEFINED},
 };
 
+// What a character can be part of.
+constexpr uint8_t NAME_START = 0x01;
+constexpr uint8_t NAME_PART = 0x02;
+constexpr uint8_t NAME_DOT = 0x04; // part of a name under dot_in_names
+constexpr uint8_t DIGIT = 0x08;
+constexpr uint8_t NUMBER_PART = 0x10; // of a number with a suffix
+constexpr uint8_t ENDING = 0x20;      // nothing but the end of the statement, or of a literal
+
+struct CharacterKind {
+    uint8_t parts;
+    uint8_t token; // the token that the character is whatever follows it, or TOK_NONE
+};
+
+struct CharacterToken {
+    char character;
+    uint8_t token;
+};
+
+static constexpr CharacterToken character_tokens[] = {
+    {',', TOK_COMMA},    {':', TOK_COLON},    {'{', TOK_LBRACE}, {'}', TOK_RBRACE},
+    {'@', TOK_AT},       {'#', TOK_HASH},     {'(', TOK_LPAREN}, {')', TOK_RPAREN},
+    {'[', TOK_LBRACKET}, {']', TOK_RBRACKET}, {'$', TOK_DOLLAR}, {'~', TOK_COMPLEMENT},
+    {'*', TOK_STAR},     {'%', TOK_PERCENT},  {'^', TOK_XOR},    {'+', TOK_PLUS},
+    {'-', TOK_MINUS},
+};
+
+static constexpr std::array<CharacterKind, 256> sort_characters()
+{
+    std::array<CharacterKind, 256> kinds = {};
+    for (size_t i = 0; i < kinds.size(); ++i) {
+        const char c = static_cast<char>(i);
+        const char lower = lower_case(c);
+        const bool starts_name = is_letter(c) || c == '_';
+        const bool in_number = is_digit(c) || (lower >= 'a' && lower <= 'q');
+        kinds[i].parts = static_cast<uint8_t>(
+            (starts_name ? NAME_START : 0) |
+            (starts_name || is_digit(c) || c == '$' ? NAME_PART : 0) | (c == '.' ? NAME_DOT : 0) |
+            (is_digit(c) ? DIGIT : 0) | (in_number ? NUMBER_PART : 0) |
+            (c == '\0' || c == '\n' || c == '\r' || c == ';' ? ENDING : 0));
+    }
+    for (const CharacterToken &row : character_tokens)
+        kinds[static_cast<unsigned char>(row.character)].token = row.token;
+    return kinds;
+}
+
+static constexpr std::array<CharacterKind, 256> character_kinds = sort_characters();
+
+static CharacterKind kind_of(char c)
+{
+    return character_kinds[static_cast<unsigned char>(c)];
+}
+
 void reset_lexer()
 {
     back_token_count = 0;
@@ -63,12 +116,6 @@ void unget_token(int32_t token)
         record_error("too many back tokens");
     else
         back_tokens[back_token_count++] = token;
-}
-
-void skip_blanks()
-{
-    while (*line_cursor == ' ' || *line_cursor == '\t')
-        ++line_cursor;
 }
 
 void skip_line()
@@ -104,41 +151,54 @@ static std::string_view scan_local_label(bool raw)
     return {start, line_cursor};
 }
 
-std::string_view scan_name(bool raw)
+// The end of a name that begins at `c`; gives `c` where none does.
+static const char *find_name_end(const char *c)
 {
-    const char *start = line_cursor;
+    const uint8_t dot = dot_in_names ? NAME_DOT : 0;
+    if ((kind_of(*c).parts & (NAME_START | dot)) == 0)
+        return c;
+    do
+        ++c;
+    while (kind_of(*c).parts & (NAME_PART | dot));
+    return c;
+}
+
+// The same in a raw line.
+static const char *find_raw_name_end(const char *start)
+{
     const char *c = start;
     // Within "\(name)" the closing parenthesis belongs to the name.
     bool in_parentheses = false;
     for (;;) {
-        if (is_letter(*c) || *c == '_') {
+        const uint8_t parts = kind_of(*c).parts;
+        if (parts & NAME_START) {
             ++c;
-        } else if (raw && is_argument_notation(c)) {
+        } else if (is_argument_notation(c)) {
             c += 2;
         } else if (in_parentheses && *c == ')') {
             ++c;
-        } else if (c != start && (is_digit(*c) || *c == '$')) {
+        } else if (c != start && (parts & NAME_PART)) {
             ++c;
         } else if (dot_in_names && *c == '.') {
             ++c;
         } else {
-            break;
+            return c;
         }
-        if (raw && c[-1] == '(')
+        if (c[-1] == '(')
             in_parentheses = true;
-        else if (raw && c[-1] == ')')
+        else if (c[-1] == ')')
             in_parentheses = false;
     }
-    if (c == start)
-        return is_digit(*c) ? scan_local_label(raw) : std::string_view();
-    line_cursor = c;
-    return {start, c};
 }
 
-static bool is_number_character(char c)
+std::string_view scan_name(bool raw)
 {
-    const char lower = lower_case(c);
-    return is_digit(c) || (lower >= 'a' && lower <= 'q');
+    const char *start = line_cursor;
+    const char *end = raw ? find_raw_name_end(start) : find_name_end(start);
+    if (end == start)
+        return is_digit(*start) ? scan_local_label(raw) : std::string_view();
+    line_cursor = end;
+    return {start, end};
 }
 
 // The base that the last character of a number asks for, if it does. The suffix wins over
@@ -165,7 +225,7 @@ static const char *scan_number(const char *text, uint32_t *value)
     if (text[0] == '0' && (text[1] == 'x' || text[1] == 'X'))
         return parse_number(text + 2, value, 16);
     const char *end = text;
-    while (is_number_character(*end))
+    while (kind_of(*end).parts & NUMBER_PART)
         ++end;
     const std::optional<uint32_t> base = suffix_base(end[-1]);
     if (!base)
@@ -177,17 +237,28 @@ static const char *scan_number(const char *text, uint32_t *value)
     return stop;
 }
 
+static int32_t read_local_label(const char *end)
+{
+    token_symbol = find_symbol({line_cursor, end});
+    line_cursor = end;
+    if (token_symbol->source_file == nullptr)
+        record_xref(token_symbol);
+    return TOK_SYMBOL;
+}
+
 static int32_t read_number_or_local_label()
 {
     const char *end = line_cursor;
-    while (is_digit(*end))
-        ++end;
-    if (*end == '$') {
-        token_symbol = find_symbol({line_cursor, end + 1});
-        line_cursor = end + 1;
-        if (token_symbol->source_file == nullptr)
-            record_xref(token_symbol);
-        return TOK_SYMBOL;
+    uint32_t decimal = 0;
+    for (; is_digit(*end); ++end)
+        decimal = decimal * 10 + static_cast<uint32_t>(*end - '0');
+    if (*end == '$')
+        return read_local_label(end + 1);
+    // Most numbers are decimal, without prefix or suffix.
+    if (default_base == 10 && !is_letter(*end)) {
+        token_number = decimal;
+        line_cursor = end;
+        return TOK_NUMBER;
     }
     line_cursor = scan_number(line_cursor, &token_number);
     if (number_suffixes_allowed) {
@@ -228,47 +299,13 @@ static bool accept(char second)
     return true;
 }
 
-// The token of a single character or an operator; TOK_NONE for what may begin a name. The cursor
-// stands after `c`.
+// The token of a character that the next one may change; TOK_NONE for what begins no token. The
+// cursor stands after `c`.
 static int32_t operator_token(char c)
 {
     switch (c) {
-    case ',':
-        return TOK_COMMA;
-    case ':':
-        return TOK_COLON;
-    case '{':
-        return TOK_LBRACE;
-    case '}':
-        return TOK_RBRACE;
-    case '@':
-        return TOK_AT;
-    case '#':
-        return TOK_HASH;
-    case '(':
-        return TOK_LPAREN;
-    case ')':
-        return TOK_RPAREN;
-    case '[':
-        return TOK_LBRACKET;
-    case ']':
-        return TOK_RBRACKET;
-    case '$':
-        return TOK_DOLLAR;
-    case '~':
-        return TOK_COMPLEMENT;
-    case '*':
-        return TOK_STAR;
     case '/':
         return TOK_SLASH;
-    case '%':
-        return TOK_PERCENT;
-    case '^':
-        return TOK_XOR;
-    case '+':
-        return TOK_PLUS;
-    case '-':
-        return TOK_MINUS;
     case '!':
         return accept('=') ? TOK_NE : TOK_NOT;
     case '=':
@@ -289,6 +326,7 @@ static int32_t operator_token(char c)
             return TOK_SHR;
         return accept('=') ? TOK_GE : TOK_GT;
     default:
+        --line_cursor;
         return TOK_NONE;
     }
 }
@@ -334,8 +372,8 @@ static void enter_literal(Symbol *literal)
 static bool read_name(int32_t *token)
 {
     const std::string_view name = scan_name();
-    *token = name.empty() ? TOK_NONE : function_token(name);
-    if (name.empty() || *token != TOK_NONE)
+    *token = function_token(name);
+    if (*token != TOK_NONE)
         return true;
     token_symbol = find_symbol(name);
     if (token_symbol->flags & SYM_LITERAL) {
@@ -352,34 +390,49 @@ static bool read_name(int32_t *token)
     return true;
 }
 
+// A token that takes more than a look at one character. False when a literal begins or ends, and
+// reading goes on in its text or after its name. Not inlined, so that next_token has no registers
+// to save for what it does most.
+[[gnu::noinline]] static bool read_long_token(int32_t *token)
+{
+    const char c = *line_cursor;
+    const uint8_t parts = kind_of(c).parts;
+    if ((parts & NAME_START) || (c == '.' && dot_in_names))
+        return read_name(token);
+    if (parts & DIGIT) {
+        *token = read_number_or_local_label();
+    } else if (parts & ENDING) {
+        *token = TOK_END;
+        if (c == '\0' && literal_depth != 0) {
+            line_cursor = literal_stack[--literal_depth];
+            return false;
+        }
+    } else if (c == '/' && line_cursor[1] == '/') {
+        *token = TOK_END;
+    } else {
+        ++line_cursor;
+        if (c == '"' || c == '\'')
+            *token = read_string(c);
+        else
+            *token = c == '.' ? TOK_DOT : operator_token(c);
+    }
+    return true;
+}
+
 int32_t next_token()
 {
     if (back_token_count != 0)
         return back_tokens[--back_token_count];
-    for (;;) {
+    int32_t token;
+    do {
         skip_blanks();
-        const char c = *line_cursor;
-        if (is_digit(c))
-            return read_number_or_local_label();
-        if (c == '\0' && literal_depth != 0) {
-            line_cursor = literal_stack[--literal_depth];
-            continue;
+        const CharacterKind kind = kind_of(*line_cursor);
+        if (kind.token != TOK_NONE) {
+            ++line_cursor;
+            return kind.token;
         }
-        if (c == '\0' || c == '\n' || c == '\r' || c == ';' || (c == '/' && line_cursor[1] == '/'))
-            return TOK_END;
-        ++line_cursor;
-        if (c == '"' || c == '\'')
-            return read_string(c);
-        if (c == '.' && !dot_in_names)
-            return TOK_DOT;
-        const int32_t operator_found = operator_token(c);
-        if (operator_found != TOK_NONE)
-            return operator_found;
-        --line_cursor;
-        int32_t token;
-        if (read_name(&token))
-            return token;
-    }
+    } while (!read_long_token(&token));
+    return token;
 }
 
 std::optional<bool> read_on_off()

@@ -94,7 +94,13 @@ void unget_token(int32_t token);
 void reset_lexer();
 
 // Steps over blanks and tabs.
-void skip_blanks();
+inline void skip_blanks()
+{
+    const char *c = line_cursor;
+    while (*c == ' ' || *c == '\t')
+        ++c;
+    line_cursor = c;
+}
 
 // Moves the cursor to the end of the line.
 void skip_line();

@@ -8,13 +8,71 @@
 
 #include "base/memory.h"
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
-// The hash of a name of at most 255 bytes, the same for the whole run. `scope` tells names apart
-// that are the same text.
-uint32_t hash_name(std::string_view name, uint32_t scope = 0);
+// A pair of keys for length and scope, and one for every eight bytes of a name, begun ones too.
+constexpr size_t NAME_KEY_COUNT = 2 + 2 * 32;
+
+// Random, and the same for the whole run.
+extern const std::array<uint64_t, NAME_KEY_COUNT> name_keys;
+
+template <typename Word> uint64_t load_word(const char *text)
+{
+    Word word;
+    std::memcpy(&word, text, sizeof word);
+    return word;
+}
+
+// The last eight bytes of a text, or all of a shorter one, in some order. Texts of one length that
+// differ there give different words.
+inline uint64_t last_word(std::string_view text)
+{
+    const size_t size = text.size();
+    const char *start = text.data();
+    if (size >= 8)
+        return load_word<uint64_t>(start + size - 8);
+    if (size >= 4)
+        return load_word<uint32_t>(start) | load_word<uint32_t>(start + size - 4) << 32;
+    if (size >= 2)
+        return load_word<uint16_t>(start) | load_word<uint8_t>(start + size - 1) << 16;
+    return size != 0 ? load_word<uint8_t>(start) : 0;
+}
+
+inline uint64_t multiply_pair(const uint64_t *keys, uint64_t word)
+{
+    return (keys[0] + static_cast<uint32_t>(word)) * (keys[1] + (word >> 32));
+}
+
+// The hash of a name of at most 255 bytes. `scope` tells names apart that are the same text.
+//
+// Pairs of 32-bit words, each plus a key of 64 bits, are multiplied; the high half of the sum of
+// these products is the hash (pair-multiply-shift, M. Thorup, "High Speed Hashing for Integers and
+// Strings"). Whatever the names, two of them fall together with one choice of the keys in 2^32.
+inline uint32_t hash_name(std::string_view name, uint32_t scope = 0)
+{
+    const uint64_t *keys = name_keys.data();
+    uint64_t sum = multiply_pair(keys, uint64_t{scope} << 32 | name.size());
+    for (; name.size() > 8; name.remove_prefix(8))
+        sum += multiply_pair(keys += 2, load_word<uint64_t>(name.data()));
+    sum += multiply_pair(keys + 2, last_word(name));
+    return static_cast<uint32_t>(sum >> 32);
+}
+
+// Whether two names are the same; for short texts this takes less than a call of the library.
+inline bool is_same_name(std::string_view left, std::string_view right)
+{
+    if (left.size() != right.size())
+        return false;
+    for (; left.size() > 8; left.remove_prefix(8), right.remove_prefix(8)) {
+        if (load_word<uint64_t>(left.data()) != load_word<uint64_t>(right.data()))
+            return false;
+    }
+    return last_word(left) == last_word(right);
+}
 
 template <typename Record> struct NameIndex {
     struct Slot {

@@ -25,10 +25,8 @@ static Symbol *bucket_ends[BUCKET_COUNT];
 
 static NameIndex<Symbol> symbol_index;
 
-std::string_view counted_name(std::string_view name)
+std::string_view counted_by_end(std::string_view name)
 {
-    if (static_cast<uint8_t>(name.size()) != 0)
-        return name.substr(0, static_cast<uint8_t>(name.size()));
     return {name.data(), static_cast<uint8_t>(std::strlen(name.data()))};
 }
 
@@ -79,7 +77,7 @@ Symbol *find_symbol(std::string_view full_name)
     const uint32_t scope = is_digit(*name.data()) ? scope_number : 0;
     const uint32_t hash = hash_name(name, scope);
     const auto is_wanted = [name, scope](const Symbol *symbol) {
-        return symbol_name(*symbol) == name && symbol->scope == scope;
+        return symbol->scope == scope && is_same_name(symbol_name(*symbol), name);
     };
     auto *slot = find_slot(symbol_index, hash, is_wanted);
     if (slot != nullptr && !is_out_of_reach(slot->record))

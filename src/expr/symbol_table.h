@@ -80,7 +80,12 @@ void reset_symbols();
 
 // What both name tables know of a name: its length is cut to 8 bits, and where that leaves 0 the
 // text is taken up to its zero byte, which must follow, and cut again.
-std::string_view counted_name(std::string_view name);
+std::string_view counted_by_end(std::string_view name);
+inline std::string_view counted_name(std::string_view name)
+{
+    const auto length = static_cast<uint8_t>(name.size());
+    return length != 0 ? std::string_view(name.data(), length) : counted_by_end(name);
+}
 
 inline std::string_view symbol_name(const Symbol &symbol)
 {

@@ -140,13 +140,8 @@ static void report_read_error()
     report_unreadable(current_opened_name);
 }
 
-static const char *next_file_line()
+static void end_file()
 {
-    if (!end_seen && read_source_line(current_file, line_buffer, LINE_ROOM)) {
-        ++current_position->line;
-        ++line_ordinal;
-        return line_buffer;
-    }
     if (!end_seen && reading_failed(current_file))
         report_read_error();
     close_reader(current_file);
@@ -155,7 +150,17 @@ static const char *next_file_line()
     if (open_files == 1)
         out_of_files = false;
     end_seen = false;
-    return nullptr;
+}
+
+static const char *next_file_line()
+{
+    if (end_seen || !read_source_line(current_file, line_buffer, LINE_ROOM)) {
+        end_file();
+        return nullptr;
+    }
+    ++current_position->line;
+    ++line_ordinal;
+    return line_buffer;
 }
 
 static const char *next_line_of_expansion()

@@ -24,7 +24,8 @@ void reset_stream(ByteStream *stream)
     init_stream(stream);
 }
 
-static void add_chunk(ByteStream *stream)
+// Not inlined: what is rare would else cost every byte the registers that it takes.
+[[gnu::noinline]] void add_chunk(ByteStream *stream)
 {
     auto *chunk = new_node<CodeChunk>(nullptr);
     chunk->data = static_cast<uint8_t *>(xalloc(CHUNK_SIZE, nullptr));
@@ -32,14 +33,6 @@ static void add_chunk(ByteStream *stream)
     stream->tail = &chunk->next;
     stream->write_point = chunk->data;
     stream->free_count = CHUNK_SIZE;
-}
-
-void stream_put_byte(ByteStream *stream, uint8_t byte)
-{
-    if (stream->free_count == 0)
-        add_chunk(stream);
-    *stream->write_point++ = byte;
-    --stream->free_count;
 }
 
 void stream_fill(ByteStream *stream, uint8_t byte, uint32_t count)

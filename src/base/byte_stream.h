@@ -29,7 +29,16 @@ void init_stream(ByteStream *stream);
 // Frees all pieces; the stream is empty.
 void reset_stream(ByteStream *stream);
 
-void stream_put_byte(ByteStream *stream, uint8_t byte);
+// Adds an empty piece to a stream that is full.
+void add_chunk(ByteStream *stream);
+
+inline void stream_put_byte(ByteStream *stream, uint8_t byte)
+{
+    if (stream->free_count == 0)
+        add_chunk(stream);
+    *stream->write_point++ = byte;
+    --stream->free_count;
+}
 
 // `count` times the same byte.
 void stream_fill(ByteStream *stream, uint8_t byte, uint32_t count);

@@ -66,7 +66,8 @@ static bool is_noted(XrefList *list, uint32_t line)
     return false;
 }
 
-static void append_line(XrefList *list, uint32_t line)
+// Not inlined, for the sake of uses that are noted.
+[[gnu::noinline]] static void append_line(XrefList *list, uint32_t line)
 {
     ++noted_uses;
     if (list->tail == nullptr || list->tail->count == XREF_CHUNK_ENTRIES) {

@@ -7,6 +7,7 @@
 #include "base/number.h"
 #include "expr/name_index.h"
 #include "expr/symbol_table.h"
+#include <array>
 
 constexpr size_t FOLDED_ROOM = 256;
 
@@ -14,13 +15,24 @@ bool bypass_macro;
 
 static NameIndex<Keyword> keyword_index;
 
+// Every word of the source is looked up here: a table is faster than asking what each letter is.
+static constexpr std::array<char, 256> fold_characters()
+{
+    std::array<char, 256> folded = {};
+    for (size_t i = 0; i < folded.size(); ++i)
+        folded[i] = lower_case(static_cast<char>(i));
+    return folded;
+}
+
+static constexpr std::array<char, 256> folded_characters = fold_characters();
+
 // Puts the name in lower case into `room`.
 static std::string_view fold_name(std::string_view full_name, char (&room)[FOLDED_ROOM])
 {
     const std::string_view name = counted_name(full_name);
     char *end = room;
     for (const char c : name)
-        *end++ = lower_case(c);
+        *end++ = folded_characters[static_cast<unsigned char>(c)];
     return {room, name.size()};
 }
 

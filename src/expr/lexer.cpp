@@ -1,6 +1,9 @@
 // Tokens are small integers with their attributes in globals. The lexer finds the symbol of every
 // name, notes its use and reads the text of a literal in place of its name, so that all of the
 // assembler sees the text.
+//
+// Tokens are what a pass spends most of its time on. What is rare or long is not inlined, or
+// next_token would save the registers that it takes for every comma.
 
 #include "expr/lexer.h"
 
@@ -220,7 +223,7 @@ static std::optional<uint32_t> suffix_base(char last)
 }
 
 // Reads a number without prefix into *value and gives the position after it.
-static const char *scan_number(const char *text, uint32_t *value)
+[[gnu::noinline]] static const char *scan_number(const char *text, uint32_t *value)
 {
     if (text[0] == '0' && (text[1] == 'x' || text[1] == 'X'))
         return parse_number(text + 2, value, 16);
@@ -237,7 +240,7 @@ static const char *scan_number(const char *text, uint32_t *value)
     return stop;
 }
 
-static int32_t read_local_label(const char *end)
+[[gnu::noinline]] static int32_t read_local_label(const char *end)
 {
     token_symbol = find_symbol({line_cursor, end});
     line_cursor = end;
@@ -331,12 +334,10 @@ static int32_t operator_token(char c)
     }
 }
 
-// The function's token if the name is a function word with its parenthesis right after it, which
-// is then stepped over. Mixed case or a blank make it an ordinary name.
-static int32_t function_token(std::string_view name)
+// The token of a function whose parenthesis stands at the cursor, which is then stepped over. Mixed
+// case makes it an ordinary name, and so does a blank.
+[[gnu::noinline]] static int32_t function_token(std::string_view name)
 {
-    if (*line_cursor != '(')
-        return TOK_NONE;
     for (const FunctionWord &word : function_words) {
         if (name == word.lower || name == word.upper) {
             ++line_cursor;
@@ -348,7 +349,7 @@ static int32_t function_token(std::string_view name)
 
 // Goes on reading in the text of a literal. Without room on the stack the way back is lost; past
 // any sensible number of literals the statement ends here.
-static void enter_literal(Symbol *literal)
+[[gnu::noinline]] static void enter_literal(Symbol *literal)
 {
     const bool has_room = literal_depth < LITERAL_DEPTH_MAX;
     ++literals_read;
@@ -368,71 +369,71 @@ static void enter_literal(Symbol *literal)
     literal->attrs |= ATTR_REFERENCED;
 }
 
-// Reads a name. False when it is that of a literal, whose text now stands at the cursor.
-static bool read_name(int32_t *token)
+// Reads a name. Nothing when it is that of a literal, whose text now stands at the cursor.
+static std::optional<int32_t> read_name()
 {
     const std::string_view name = scan_name();
-    *token = function_token(name);
-    if (*token != TOK_NONE)
-        return true;
-    token_symbol = find_symbol(name);
-    if (token_symbol->flags & SYM_LITERAL) {
-        enter_literal(token_symbol);
-        return false;
+    if (*line_cursor == '(') {
+        const int32_t function = function_token(name);
+        if (function != TOK_NONE)
+            return function;
     }
-    if (token_symbol->flags & SYM_REGISTER) {
-        token_register = token_symbol->value;
-        *token = TOK_REGISTER;
-        return true;
+    Symbol *symbol = find_symbol(name);
+    token_symbol = symbol;
+    if (symbol->flags & SYM_REGISTER) {
+        token_register = symbol->value;
+        return TOK_REGISTER;
     }
-    record_xref(token_symbol);
-    *token = TOK_SYMBOL;
-    return true;
+    if (symbol->flags & SYM_LITERAL) {
+        enter_literal(symbol);
+        return std::nullopt;
+    }
+    record_xref(symbol);
+    return TOK_SYMBOL;
 }
 
-// A token that takes more than a look at one character. False when a literal begins or ends, and
-// reading goes on in its text or after its name. Not inlined, so that next_token has no registers
-// to save for what it does most.
-[[gnu::noinline]] static bool read_long_token(int32_t *token)
+// Reads a token that is neither a name nor a number nor told by one character. Nothing at the end
+// of a literal.
+[[gnu::noinline]] static std::optional<int32_t> read_rare_token()
 {
     const char c = *line_cursor;
-    const uint8_t parts = kind_of(c).parts;
-    if ((parts & NAME_START) || (c == '.' && dot_in_names))
-        return read_name(token);
-    if (parts & DIGIT) {
-        *token = read_number_or_local_label();
-    } else if (parts & ENDING) {
-        *token = TOK_END;
-        if (c == '\0' && literal_depth != 0) {
-            line_cursor = literal_stack[--literal_depth];
-            return false;
-        }
-    } else if (c == '/' && line_cursor[1] == '/') {
-        *token = TOK_END;
-    } else {
-        ++line_cursor;
-        if (c == '"' || c == '\'')
-            *token = read_string(c);
-        else
-            *token = c == '.' ? TOK_DOT : operator_token(c);
+    if (c == '\0' && literal_depth != 0) {
+        line_cursor = literal_stack[--literal_depth];
+        return std::nullopt;
     }
-    return true;
+    if ((kind_of(c).parts & ENDING) || (c == '/' && line_cursor[1] == '/'))
+        return TOK_END;
+    ++line_cursor;
+    if (c == '"' || c == '\'')
+        return read_string(c);
+    return c == '.' ? TOK_DOT : operator_token(c);
+}
+
+[[gnu::noinline]] static std::optional<int32_t> read_token(CharacterKind kind)
+{
+    if ((kind.parts & NAME_START) || ((kind.parts & NAME_DOT) && dot_in_names))
+        return read_name();
+    if (kind.parts & DIGIT)
+        return read_number_or_local_label();
+    return read_rare_token();
 }
 
 int32_t next_token()
 {
     if (back_token_count != 0)
         return back_tokens[--back_token_count];
-    int32_t token;
-    do {
+    for (;;) {
         skip_blanks();
         const CharacterKind kind = kind_of(*line_cursor);
         if (kind.token != TOK_NONE) {
             ++line_cursor;
             return kind.token;
         }
-    } while (!read_long_token(&token));
-    return token;
+        if ((kind.parts & ENDING) && literal_depth == 0)
+            return TOK_END;
+        if (const std::optional<int32_t> token = read_token(kind))
+            return *token;
+    }
 }
 
 std::optional<bool> read_on_off()

@@ -1,4 +1,4 @@
-// The keys of the hash are made when the program starts.
+// The keys of the hash, made when the program starts, and the hash of long names.
 
 #include "expr/name_index.h"
 
@@ -19,3 +19,12 @@ static std::array<uint64_t, NAME_KEY_COUNT> make_keys()
 }
 
 const std::array<uint64_t, NAME_KEY_COUNT> name_keys = make_keys();
+
+uint64_t hash_middle(std::string_view name)
+{
+    const uint64_t *keys = name_keys.data() + 6;
+    uint64_t sum = 0;
+    for (size_t i = 8; i + 8 < name.size(); i += 8, keys += 2)
+        sum += multiply_pair(keys, load_word<uint64_t>(name.data() + i));
+    return sum;
+}

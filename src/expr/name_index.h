@@ -14,7 +14,8 @@
 #include <cstring>
 #include <string_view>
 
-// A pair of keys for length and scope, and one for every eight bytes of a name, begun ones too.
+// A key for the length, one for the scope, and a pair for every eight bytes of a name, begun ones
+// too.
 constexpr size_t NAME_KEY_COUNT = 2 + 2 * 32;
 
 // Random, and the same for the whole run.
@@ -49,29 +50,32 @@ inline uint64_t multiply_pair(const uint64_t *keys, uint64_t word)
 
 // The hash of a name of at most 255 bytes. `scope` tells names apart that are the same text.
 //
-// Pairs of 32-bit words, each plus a key of 64 bits, are multiplied; the high half of the sum of
-// these products is the hash (pair-multiply-shift, M. Thorup, "High Speed Hashing for Integers and
-// Strings"). Whatever the names, two of them fall together with one choice of the keys in 2^32.
+// Length and scope are multiplied by keys of 64 bits, and the halves of a word, each plus a key, by
+// each other; the high half of the sum of these products is the hash (pair-multiply-shift,
+// M. Thorup, "High Speed Hashing for Integers and Strings"). Whatever the names, two of them fall
+// together with one choice of the keys in 2^32.
+//
+// Most names have at most 16 characters. What longer ones have in the middle is left to functions
+// that aren't inlined, since compilers would unroll a loop that runs once.
+uint64_t hash_middle(std::string_view name);
 inline uint32_t hash_name(std::string_view name, uint32_t scope = 0)
 {
     const uint64_t *keys = name_keys.data();
-    uint64_t sum = multiply_pair(keys, uint64_t{scope} << 32 | name.size());
-    for (; name.size() > 8; name.remove_prefix(8))
-        sum += multiply_pair(keys += 2, load_word<uint64_t>(name.data()));
+    uint64_t sum = keys[0] * name.size() + keys[1] * scope;
     sum += multiply_pair(keys + 2, last_word(name));
+    if (name.size() > 8)
+        sum += multiply_pair(keys + 4, load_word<uint64_t>(name.data()));
+    if (name.size() > 16)
+        sum += hash_middle(name);
     return static_cast<uint32_t>(sum >> 32);
 }
 
-// Whether two names are the same; for short texts this takes less than a call of the library.
+// Whether two names are the same.
 inline bool is_same_name(std::string_view left, std::string_view right)
 {
-    if (left.size() != right.size())
+    if (left.size() != right.size() || last_word(left) != last_word(right))
         return false;
-    for (; left.size() > 8; left.remove_prefix(8), right.remove_prefix(8)) {
-        if (load_word<uint64_t>(left.data()) != load_word<uint64_t>(right.data()))
-            return false;
-    }
-    return last_word(left) == last_word(right);
+    return left.size() <= 8 || std::memcmp(left.data(), right.data(), left.size()) == 0;
 }
 
 template <typename Record> struct NameIndex {

@@ -70,6 +70,21 @@ static bool is_out_of_reach(const Symbol *symbol)
     return (symbol->flags & SYM_LOCAL) != 0 && symbol->multiply_defined;
 }
 
+// Makes the symbol, in the slot of one out of reach if there is any: a label that is defined over
+// and over in one scope takes one slot. Not inlined: what is rare would else cost every lookup the
+// registers that it takes.
+[[gnu::noinline]] static Symbol *make_symbol(std::string_view name, uint32_t hash,
+                                             NameIndex<Symbol>::Slot *slot)
+{
+    Symbol *symbol = new_symbol(name);
+    link_symbol(symbol);
+    if (slot != nullptr)
+        slot->record = symbol;
+    else
+        insert_record(&symbol_index, hash, symbol);
+    return symbol;
+}
+
 Symbol *find_symbol(std::string_view full_name)
 {
     const std::string_view name = counted_name(full_name);
@@ -80,16 +95,9 @@ Symbol *find_symbol(std::string_view full_name)
         return symbol->scope == scope && is_same_name(symbol_name(*symbol), name);
     };
     auto *slot = find_slot(symbol_index, hash, is_wanted);
-    if (slot != nullptr && !is_out_of_reach(slot->record))
-        return slot->record;
-    Symbol *symbol = new_symbol(name);
-    link_symbol(symbol);
-    // A label that is defined over and over in one scope takes one slot.
-    if (slot != nullptr)
-        slot->record = symbol;
-    else
-        insert_record(&symbol_index, hash, symbol);
-    return symbol;
+    if (slot == nullptr || is_out_of_reach(slot->record))
+        return make_symbol(name, hash, slot);
+    return slot->record;
 }
 
 bool is_defined_above(Symbol *symbol)

@@ -8,7 +8,6 @@
 #include "base/diagnostics.h"
 #include "base/file_names.h"
 #include "base/output_files.h"
-#include "base/pass_state.h"
 #include "base/position.h"
 #include "base/settings.h"
 #include "listing/side_outputs.h"
@@ -27,9 +26,7 @@ ListedLine listed_line = {"", 0, LineAddress::WITH_BYTES, 0, {}};
 constexpr uint32_t BYTES_PER_LINE = 6;
 constexpr int ADDRESS_DIGITS = 4;
 
-// void_requests when the pass began or `list` was met last: what follows a further request isn't
-// listed, since the pass will be repeated.
-static uint32_t void_requests_seen;
+uint32_t void_requests_seen;
 
 // Whether pages and heads are made: set from -ft at the start of each source file, and by `title`.
 static bool paginate;
@@ -77,11 +74,6 @@ void reset_listing_for_pass()
     void_requests_seen = void_requests;
 }
 
-bool lists_line()
-{
-    return list_state == LIST_ON && void_requests == void_requests_seen;
-}
-
 bool lists_only_errors()
 {
     return list_state == (LIST_ON | LIST_EXPANSION) && void_requests == void_requests_seen;
@@ -95,20 +87,6 @@ void switch_listing(bool on)
     } else {
         list_state |= LIST_OFF;
     }
-}
-
-void mark_line_start(const char *start, uint32_t address)
-{
-    listed_line.start = start;
-    listed_line.address = address;
-    listed_line.shows_address = LineAddress::WITH_BYTES;
-    listed_line.byte_count = 0;
-}
-
-void note_line_byte(uint8_t byte)
-{
-    if (listed_line.byte_count < LINE_BYTES_MAX)
-        listed_line.bytes[listed_line.byte_count++] = byte;
 }
 
 void open_listing(bool lists)

@@ -1,6 +1,7 @@
 // The listing: which lines are shown, in columns and pages.
 #pragma once
 
+#include "base/pass_state.h"
 #include <cstdint>
 #include <string_view>
 
@@ -11,8 +12,15 @@ constexpr uint32_t LIST_SKIP_LINE = 0x04; // this one line is not listed
 constexpr uint32_t LIST_OFF = 0x08;       // between `nolist` and `list`
 extern uint32_t list_state;
 
+// void_requests when the pass began or `list` was met last: what follows a further request isn't
+// listed, since the pass will be repeated.
+extern uint32_t void_requests_seen;
+
 // Whether the current line is listed in full.
-bool lists_line();
+inline bool lists_line()
+{
+    return list_state == LIST_ON && void_requests == void_requests_seen;
+}
 
 // Whether the current line is listed only if it has an error: a line of an expansion.
 bool lists_only_errors();
@@ -59,10 +67,20 @@ struct ListedLine {
 extern ListedLine listed_line;
 
 // Begins the line at `start`, without bytes.
-void mark_line_start(const char *start, uint32_t address);
+inline void mark_line_start(const char *start, uint32_t address)
+{
+    listed_line.start = start;
+    listed_line.address = address;
+    listed_line.shows_address = LineAddress::WITH_BYTES;
+    listed_line.byte_count = 0;
+}
 
 // Keeps a byte for the listing; beyond 40 bytes of a statement it is dropped.
-void note_line_byte(uint8_t byte);
+inline void note_line_byte(uint8_t byte)
+{
+    if (listed_line.byte_count < LINE_BYTES_MAX)
+        listed_line.bytes[listed_line.byte_count++] = byte;
+}
 
 // Lists the current line, and its error below it.
 void list_line();

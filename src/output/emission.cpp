@@ -19,22 +19,25 @@ static bool is_bss()
 static void advance_location(uint32_t count)
 {
     const uint32_t before = current_section->size;
-    current_section->size += count;
-    if (current_section->size < before)
+    current_section->size = before + count;
+    if (before + count < before)
         record_error(messages::VALUE_TOO_LARGE);
+}
+
+static void store_byte(uint8_t byte)
+{
+    if (is_bss())
+        byte = 0;
+    else
+        stream_put_byte(&current_section->code_stream, byte);
+    if (lists_line())
+        note_line_byte(byte);
 }
 
 void emit_byte(uint32_t byte)
 {
-    if (pass_number != 0) {
-        auto stored = static_cast<uint8_t>(byte);
-        if (is_bss())
-            stored = 0;
-        else
-            stream_put_byte(&current_section->code_stream, stored);
-        if (lists_line())
-            note_line_byte(stored);
-    }
+    if (pass_number != 0)
+        store_byte(static_cast<uint8_t>(byte));
     advance_location(1);
     current_section->flags |= SEC_USED;
 }
@@ -166,6 +169,10 @@ static uint8_t relocation_kind(uint8_t reloc, bool one_byte)
 // The low bytes of a number, `size` of them, in the section's order.
 static void emit_number(uint32_t number, int size)
 {
+    if (size == 1) {
+        emit_byte(number);
+        return;
+    }
     const bool high_first = (current_section->attributes & SECATTR_HILO) != 0;
     for (int i = 0; i < size; ++i)
         emit_byte(number >> (8 * (high_first ? size - 1 - i : i)));

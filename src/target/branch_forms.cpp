@@ -38,6 +38,7 @@
 #include "output/emission.h"
 #include "output/layout_record.h"
 #include "output/section_table.h"
+#include "target/branch_choice.h"
 #include "target/branch_record.h"
 #include "target/instruction.h"
 #include "target/instruction_fields.h"
@@ -56,11 +57,6 @@ constexpr uint8_t OPCODE_CALL = 0xCD;
 // The lowest bit of a branch's opcode turns its condition round.
 constexpr uint8_t OPCODE_INVERT = 1;
 
-// Lengths from the opcode on: of a branch or jump with an offset, of the long jumps.
-constexpr uint8_t SHORT_LENGTH = 2;
-constexpr uint8_t JP_LENGTH = 3;
-constexpr uint8_t JPF_LENGTH = 4;
-
 constexpr uint8_t ID_CALL = mnemonic_number("call");
 constexpr uint8_t ID_CALLR = mnemonic_number("callr");
 constexpr uint8_t ID_JP = mnemonic_number("jp");
@@ -68,76 +64,6 @@ constexpr uint8_t ID_JPF = mnemonic_number("jpf");
 constexpr uint8_t ID_JRA = mnemonic_number("jra");
 constexpr uint8_t ID_JRF = mnemonic_number("jrf");
 constexpr uint8_t ID_JRT = mnemonic_number("jrt");
-
-// Whether a branch of `length` bytes reaches the target.
-static bool is_near(uint32_t here, uint32_t target, uint32_t length)
-{
-    const auto distance = static_cast<int32_t>(target - here - length);
-    return distance >= -128 && distance <= 127;
-}
-
-static uint8_t long_jump_length(Branch branch)
-{
-    return branch.scross ? JPF_LENGTH : JP_LENGTH;
-}
-
-// As it is written, whatever the distance.
-static BranchChoice as_written(uint8_t length, bool serves_others)
-{
-    return {BranchForm::AS_WRITTEN, length, serves_others, 0, 0};
-}
-
-static BranchChoice choose_conditional(Branch branch, uint32_t target, uint32_t here)
-{
-    const auto length = static_cast<uint8_t>(SHORT_LENGTH + branch.operand_bytes);
-    if (branch.local && is_near(here, target, length))
-        return as_written(length, false);
-    uint32_t hop;
-    if (branch.local && find_jump(target, &hop) && is_near(here, hop, length))
-        return {BranchForm::HOP, length, false, 0, hop};
-    const auto inverted = static_cast<uint8_t>(length + long_jump_length(branch));
-    return {BranchForm::INVERTED, inverted, true, length, 0};
-}
-
-static BranchChoice choose_unconditional(Branch branch, uint32_t target, uint32_t here)
-{
-    if (branch.local && is_near(here, target, SHORT_LENGTH))
-        return as_written(SHORT_LENGTH, branch.in_section);
-    return {BranchForm::LONG, long_jump_length(branch), true, 0, 0};
-}
-
-// Never a hop for others, and never callf: the callee returns with ret.
-static BranchChoice choose_relative_call(Branch branch, uint32_t target, uint32_t here)
-{
-    if (branch.local && is_near(here, target, SHORT_LENGTH))
-        return as_written(SHORT_LENGTH, false);
-    return {BranchForm::LONG, JP_LENGTH, false, 0, 0};
-}
-
-// Jumps and calls that may take an offset in the place of an address.
-static BranchChoice choose_jump(Branch branch, uint32_t target, uint32_t here)
-{
-    const bool far = branch.kind == BranchKind::JUMP_FAR;
-    const bool jump = branch.kind == BranchKind::JUMP;
-    if (branch.in_section && is_near(here, target, SHORT_LENGTH))
-        return {BranchForm::SHORT, SHORT_LENGTH, jump, 0, 0};
-    const bool of_kind_in_force = (jump && !branch.scross) || (far && branch.scross);
-    return as_written(far ? JPF_LENGTH : JP_LENGTH, branch.in_section && of_kind_in_force);
-}
-
-BranchChoice choose_branch_form(Branch branch, uint32_t target, uint32_t here)
-{
-    switch (branch.kind) {
-    case BranchKind::CONDITIONAL:
-        return choose_conditional(branch, target, here);
-    case BranchKind::UNCONDITIONAL:
-        return choose_unconditional(branch, target, here);
-    case BranchKind::RELATIVE_CALL:
-        return choose_relative_call(branch, target, here);
-    default:
-        return choose_jump(branch, target, here);
-    }
-}
 
 static bool is_in_section(const ExprValue &target)
 {

@@ -22,6 +22,7 @@ struct BranchRecord {
     BranchEntry *entries; // in a block of their own
     uint32_t size;        // a power of two
     uint32_t count;       // entries in use
+    size_t settled_jumps; // as many of replaced_jumps as there were when the table grew last
 };
 static BranchRecord *branch_records;
 
@@ -48,6 +49,7 @@ static BranchEntry *find_entry(const BranchRecord &record, uint32_t target)
 
 static void clear(BranchRecord *record)
 {
+    record->settled_jumps = 0;
     std::fill(record->entries, record->entries + record->size, BranchEntry{});
     record->count = 0;
 }
@@ -66,6 +68,7 @@ static void make_room(BranchRecord *record)
         return;
     const BranchRecord full = *record;
     resize(record, 2 * full.size);
+    record->settled_jumps = replaced_jumps.size();
     for (const BranchEntry *entry = full.entries; entry != full.entries + full.size; ++entry) {
         if (entry->used)
             *find_entry(*record, entry->target) = *entry;
@@ -91,10 +94,8 @@ void record_jump(uint32_t target, uint32_t address)
     make_room(record);
     BranchEntry *entry = find_entry(*record, target);
     record->count += entry->used ? 0 : 1;
-    if (keeps_replaced_jumps) {
-        entry->target = target;
-        replaced_jumps.push_back({record, *entry});
-    }
+    if (keeps_replaced_jumps)
+        replaced_jumps.push_back({record, {entry->used, entry->known, target, entry->address}});
     *entry = {true, true, target, address};
 }
 
@@ -119,14 +120,24 @@ size_t jump_mark()
     return replaced_jumps.size();
 }
 
+// An entry that was free becomes so again, since what was put behind it has gone before. But when
+// the table grew it was put together anew in some other order, and older entries keep their place.
+static void take_back_jump(const ReplacedJump &jump, bool settled)
+{
+    BranchEntry *entry = find_entry(*jump.record, jump.entry.target);
+    *entry = jump.entry;
+    if (jump.entry.used)
+        return;
+    entry->used = settled;
+    jump.record->count -= settled ? 0 : 1;
+}
+
 void take_back_jumps(size_t mark)
 {
     while (replaced_jumps.size() > mark) {
-        const ReplacedJump &jump = replaced_jumps.back();
-        BranchEntry *entry = find_entry(*jump.record, jump.entry.target);
-        entry->known = jump.entry.known;
-        entry->address = jump.entry.address;
+        const ReplacedJump jump = replaced_jumps.back();
         replaced_jumps.pop_back();
+        take_back_jump(jump, replaced_jumps.size() < jump.record->settled_jumps);
     }
 }
 

@@ -6,8 +6,9 @@
 //
 // Nor does a pass need every step. One that comes before all readers of what the pass before has
 // moved does what it did then, so the pass begins at the first of these readers, with the sizes and
-// jumps of a checkpoint. As long as none of the steps concerned has a location, as in a chain of
-// equates, it also ends at the last of them.
+// jumps of a checkpoint. Calls, which programs are full of, are only watched. As long as none of
+// the steps concerned has a location, as in a chain of equates, the pass also ends at the last of
+// them.
 
 #include "target/replay.h"
 
@@ -16,7 +17,7 @@
 #include "expr/value.h"
 #include "output/layout_record.h"
 #include "output/section_table.h"
-#include "target/branch_forms.h"
+#include "target/branch_choice.h"
 #include "target/branch_record.h"
 #include <algorithm>
 #include <bit>
@@ -36,64 +37,50 @@ struct Readers {
     uint32_t last;
 };
 constexpr Readers NO_READERS = {UINT32_MAX, 0};
+constexpr Readers ALL_STEPS = {0, UINT32_MAX};
 
-struct Cell {
-    uint32_t value;
-    uint32_t value_at_head; // of pass `changed_in`, the last one that changed it
-    uint32_t changed_in;
-    Readers readers;
-    uint64_t weight; // what it adds to the state, times its value
+// A call, whose form depends on the distance alone and matters to no other step. As long as it
+// stays where it is and its form is what it was, it isn't run, wherever its target moves.
+struct WatchedCall {
+    uint32_t step;
+    uint32_t here;
+    uint8_t length;
 };
-static std::vector<Cell> cells;
+
+// What is known of the cells, and their values at the head of the pass and now.
+static std::vector<Readers> readers;
+static std::vector<uint32_t> setters; // the step that sets the cell, UINT32_MAX for none
+static std::vector<uint64_t> weights; // what a cell adds to the state, times its value
+static std::vector<uint32_t> values_at_head;
+static std::vector<uint32_t> values;
+static std::vector<WatchedCall> calls;
+static size_t next_call; // of those that come below the step at hand
 
 // Whether a cell is set more than once in a pass: then no pass can be taken up in the middle.
 static bool sets_cells_again;
 
-// One pass.
-struct Run {
-    uint32_t number;
-    bool moved;
-    uint64_t state_change;
-    Readers due;      // steps that this pass has to run
-    Readers next_due; // and the next one
-};
-static Run run;
+// The steps that the pass has to run, and whether it has moved anything.
+static Readers due;
+static bool moved;
 
 static uint32_t value_of(const LayoutItem &item)
 {
-    return cells[item.source].value + item.addend;
+    return values[item.source] + item.addend;
 }
 
-// Those that read the cell below the step that sets it read it in this pass, the others in the
-// next.
-static void note_readers(const Readers &all, uint32_t step)
+// Sets the cell of a step without a location. Those of its readers that come below read it in this
+// pass.
+static void set_cell(uint32_t cell, uint32_t value)
 {
-    run.due.last = std::max(run.due.last, all.last);
-    if (all.first > step)
-        return;
-    run.next_due.first = std::min(run.next_due.first, all.first);
-    run.next_due.last = std::max(run.next_due.last, std::min(all.last, step));
+    if (values[cell] != value)
+        due.last = std::max(due.last, readers[cell].last);
+    values[cell] = value;
 }
 
-static bool set_cell(uint32_t number, uint32_t value, uint32_t step)
+static void move_cell(uint32_t cell, uint32_t value)
 {
-    Cell &cell = cells[number];
-    if (cell.value == value)
-        return false;
-    if (cell.changed_in != run.number) {
-        cell.changed_in = run.number;
-        cell.value_at_head = cell.value;
-    }
-    run.state_change += cell.weight * (uint64_t{value} - cell.value);
-    cell.value = value;
-    note_readers(cell.readers, step);
-    return true;
-}
-
-static void move_cell(uint32_t number, uint32_t value, uint32_t step)
-{
-    if (set_cell(number, value, step))
-        run.moved = true;
+    moved = moved || values[cell] != value;
+    set_cell(cell, value);
 }
 
 // False where the location counter would pass 4 GiB.
@@ -112,20 +99,29 @@ static bool move_to(uint32_t address)
     return room && take_room(*room);
 }
 
+static bool is_call(const LayoutItem &item)
+{
+    const BranchKind kind = std::bit_cast<Branch>(item.detail).kind;
+    return item.step == LayoutStep::BRANCH &&
+           (kind == BranchKind::CALL || kind == BranchKind::RELATIVE_CALL);
+}
+
+static BranchChoice choose_form(const LayoutItem &item, uint32_t here)
+{
+    return choose_branch_form(std::bit_cast<Branch>(item.detail), value_of(item), here);
+}
+
 static void take_branch(const LayoutItem &item)
 {
     const uint32_t here = current_location();
-    const uint32_t target = value_of(item);
-    const BranchChoice choice =
-        choose_branch_form(std::bit_cast<Branch>(item.detail), target, here);
+    const BranchChoice choice = choose_form(item, here);
     if (choice.serves_others)
-        record_jump(target, here + choice.jump_offset);
+        record_jump(value_of(item), here + choice.jump_offset);
+    if (is_call(item)) {
+        calls[next_call].here = here;
+        calls[next_call++].length = choice.length;
+    }
     current_section->size += choice.length;
-}
-
-static uint32_t computed_value(const LayoutItem &item)
-{
-    return compute(item.detail, cells[item.source].value, cells[item.addend].value);
 }
 
 static bool has_location(const LayoutItem &item)
@@ -133,31 +129,26 @@ static bool has_location(const LayoutItem &item)
     return item.section != 0;
 }
 
-// False if the pass can't go on.
-static bool run_step(const LayoutItem &item, uint32_t step)
+static void place_label(uint32_t *value)
 {
-    if (has_location(item)) {
-        current_section = layout_record.sections[item.section];
-        current_section->size += item.gap;
-    }
+    const uint32_t location = current_location();
+    if (*value != location)
+        moved = true;
+    *value = location;
+}
+
+// False if the pass can't go on, here and below.
+static bool run_step_in_place(const LayoutItem &item)
+{
+    current_section = layout_record.sections[item.section];
+    current_section->size += item.gap;
     switch (item.step) {
     case LayoutStep::PLACE:
-        set_cell(item.target, current_location(), step);
+        values[item.target] = current_location();
         return true;
     case LayoutStep::LABEL:
-        move_cell(item.target, current_location(), step);
+        place_label(&values[item.target]);
         return true;
-    case LayoutStep::ASSIGN:
-        set_cell(item.target, value_of(item), step);
-        return true;
-    case LayoutStep::EQUATE:
-        move_cell(item.target, value_of(item), step);
-        return true;
-    case LayoutStep::COMPUTE:
-        set_cell(item.target, computed_value(item), step);
-        return true;
-    case LayoutStep::GUARD:
-        return value_of(item) <= item.target;
     case LayoutStep::RESERVE:
         return take_room(value_of(item) * item.detail);
     case LayoutStep::ALIGN:
@@ -167,6 +158,23 @@ static bool run_step(const LayoutItem &item, uint32_t step)
     default: // BRANCH
         take_branch(item);
         return true;
+    }
+}
+
+static bool run_step_without_place(const LayoutItem &item)
+{
+    switch (item.step) {
+    case LayoutStep::ASSIGN:
+        set_cell(item.target, value_of(item));
+        return true;
+    case LayoutStep::EQUATE:
+        move_cell(item.target, value_of(item));
+        return true;
+    case LayoutStep::COMPUTE:
+        set_cell(item.target, compute(item.detail, values[item.source], values[item.addend]));
+        return true;
+    default: // GUARD
+        return value_of(item) <= item.target;
     }
 }
 
@@ -192,57 +200,72 @@ static uint32_t take_up_at(uint32_t step)
     return static_cast<uint32_t>(step / CHECKPOINT_STEPS * CHECKPOINT_STEPS);
 }
 
-// False if the pass can't go on.
-static bool run_due_steps()
+static bool run_to_the_end(uint32_t first)
 {
     const auto count = static_cast<uint32_t>(layout_record.items.size());
-    bool to_the_end = false;
-    for (uint32_t step = run.due.first; step < count && (to_the_end || step <= run.due.last);
-         ++step) {
-        if (!to_the_end && has_location(layout_record.items[step])) {
-            step = take_up_at(step);
-            to_the_end = true;
-        }
-        if (to_the_end && step % CHECKPOINT_STEPS == 0)
+    const auto call = std::ranges::lower_bound(calls, first, {}, &WatchedCall::step);
+    next_call = static_cast<size_t>(call - calls.begin());
+    for (uint32_t step = first; step < count; ++step) {
+        if (step % CHECKPOINT_STEPS == 0)
             set_checkpoint();
-        if (!run_step(layout_record.items[step], step))
+        const LayoutItem &item = layout_record.items[step];
+        if (!(has_location(item) ? run_step_in_place(item) : run_step_without_place(item)))
             return false;
     }
     return true;
 }
 
-static void make_cells(const std::vector<uint32_t> &values)
+static bool run_due_steps()
 {
-    cells.clear();
-    for (size_t number = 0; number < values.size(); ++number) {
-        const void *owner = layout_record.symbols[number];
-        if (layout_record.holds_code[number])
-            owner = &layout_record.symbols[number]->attrs;
-        const uint64_t weight = owner != nullptr ? state_weight(owner) : 0;
-        cells.push_back({values[number], 0, 0, NO_READERS, weight});
+    for (uint32_t step = due.first; step < layout_record.items.size() && step <= due.last; ++step) {
+        const LayoutItem &item = layout_record.items[step];
+        if (has_location(item))
+            return run_to_the_end(take_up_at(step));
+        if (!run_step_without_place(item))
+            return false;
+    }
+    return true;
+}
+
+static void weigh_cells()
+{
+    weights.clear();
+    for (size_t cell = 0; cell < values.size(); ++cell) {
+        const void *owner = layout_record.symbols[cell];
+        if (layout_record.holds_code[cell])
+            owner = &layout_record.symbols[cell]->attrs;
+        weights.push_back(owner != nullptr ? state_weight(owner) : 0);
     }
 }
 
 static void note_reader(uint32_t cell, uint32_t step)
 {
-    Readers *readers = &cells[cell].readers;
-    readers->first = std::min(readers->first, step);
-    readers->last = step;
+    readers[cell].first = std::min(readers[cell].first, step);
+    readers[cell].last = step;
 }
 
-static void list_readers()
+static void note_setter(uint32_t cell, uint32_t step)
 {
-    std::vector<bool> is_set(cells.size());
+    sets_cells_again = sets_cells_again || setters[cell] != UINT32_MAX;
+    setters[cell] = step;
+}
+
+static void index_steps()
+{
+    readers.assign(values.size(), NO_READERS);
+    setters.assign(values.size(), UINT32_MAX);
+    calls.clear();
     sets_cells_again = false;
     for (uint32_t step = 0; step < layout_record.items.size(); ++step) {
         const LayoutItem &item = layout_record.items[step];
-        note_reader(item.source, step);
+        if (is_call(item))
+            calls.push_back({step, 0, 0});
+        else
+            note_reader(item.source, step);
         if (item.step == LayoutStep::COMPUTE)
             note_reader(item.addend, step);
-        if (item.step == LayoutStep::GUARD || item.target == 0)
-            continue;
-        sets_cells_again = sets_cells_again || is_set[item.target];
-        is_set[item.target] = true;
+        if (item.step != LayoutStep::GUARD && item.target != 0)
+            note_setter(item.target, step);
     }
 }
 
@@ -252,27 +275,49 @@ static void rewind_sections()
         section->size = 0;
 }
 
-static Readers all_steps()
+static void begin_replay_from(const std::vector<uint32_t> &start)
 {
-    return {0, UINT32_MAX};
-}
-
-static void begin_replay_from(const std::vector<uint32_t> &values)
-{
-    make_cells(values);
-    list_readers();
+    values = start;
+    weigh_cells();
+    index_steps();
     reset_branch_records();
     keep_replaced_jumps(true);
     rewind_sections();
     checkpoints.clear();
     set_checkpoint();
-    run = {};
-    run.next_due = all_steps();
+    due = ALL_STEPS;
 }
 
 void begin_replay()
 {
     begin_replay_from(layout_record.values);
+}
+
+static bool run_pass_from_head()
+{
+    values_at_head = values;
+    moved = false;
+    return run_due_steps();
+}
+
+// What the pass has moved is read from here on by the steps above the one that sets it.
+static void find_due_steps()
+{
+    due = sets_cells_again ? ALL_STEPS : NO_READERS;
+    for (uint32_t cell = 0; cell < values.size(); ++cell) {
+        if (values[cell] == values_at_head[cell] || readers[cell].first >= setters[cell])
+            continue;
+        due.first = std::min(due.first, readers[cell].first);
+        due.last = std::max(due.last, std::min(readers[cell].last, setters[cell]));
+    }
+    for (const WatchedCall &call : calls) {
+        if (call.step >= due.first)
+            break;
+        const LayoutItem &item = layout_record.items[call.step];
+        current_section = layout_record.sections[item.section];
+        if (choose_form(item, call.here).length != call.length)
+            due = {call.step, std::max(due.last, call.step)};
+    }
 }
 
 static std::vector<uint32_t> base_addresses()
@@ -291,50 +336,46 @@ static uint64_t state_of_sections()
     return state;
 }
 
-static void begin_run()
+static void take_back_pass(const std::vector<uint32_t> &bases)
 {
-    ++run.number;
-    run.moved = false;
-    run.state_change = 0;
-    run.due = sets_cells_again ? all_steps() : run.next_due;
-    run.next_due = NO_READERS;
-}
-
-static void take_back_run(const std::vector<uint32_t> &bases)
-{
-    for (Cell &cell : cells) {
-        if (cell.changed_in == run.number)
-            cell.value = cell.value_at_head;
-    }
+    values.swap(values_at_head);
     size_t place = 0;
     for (Section *section = section_list; section != nullptr; section = section->next)
         section->base_address = bases[place++];
+}
+
+static uint64_t state_change()
+{
+    uint64_t change = 0;
+    for (size_t cell = 0; cell < values.size(); ++cell)
+        change += weights[cell] * (uint64_t{values[cell]} - values_at_head[cell]);
+    return change;
 }
 
 ReplayResult replay_pass(uint64_t *state)
 {
     const std::vector<uint32_t> bases = base_addresses();
     const uint64_t sections_at_head = state_of_sections();
-    begin_run();
-    const bool complete = run_due_steps();
-    if (complete && run.moved) {
-        *state += run.state_change + state_of_sections() - sections_at_head;
-        return ReplayResult::MOVED;
+    const bool complete = run_pass_from_head();
+    if (!complete || !moved) {
+        take_back_pass(bases);
+        return complete ? ReplayResult::SETTLED : ReplayResult::DIVERGED;
     }
-    take_back_run(bases);
-    return complete ? ReplayResult::SETTLED : ReplayResult::DIVERGED;
+    *state += state_change() + state_of_sections() - sections_at_head;
+    find_due_steps();
+    return ReplayResult::MOVED;
 }
 
 void store_replayed_values()
 {
     keep_replaced_jumps(false);
-    for (size_t cell = 0; cell < cells.size(); ++cell) {
+    for (size_t cell = 0; cell < values.size(); ++cell) {
         Symbol *symbol = layout_record.symbols[cell];
         if (symbol == nullptr)
             continue;
         if (!layout_record.holds_code[cell])
-            symbol->value = cells[cell].value;
-        else if (cells[cell].value != 0)
+            symbol->value = values[cell];
+        else if (values[cell] != 0)
             symbol->attrs |= ATTR_CODE;
     }
 }
@@ -343,11 +384,10 @@ void check_replay()
 {
     const std::vector<uint32_t> bases = base_addresses();
     begin_replay_from(layout_record.starts);
-    begin_run();
-    bool same = run_due_steps() && bases == base_addresses();
-    for (size_t cell = 0; cell < cells.size(); ++cell) {
+    bool same = run_pass_from_head() && bases == base_addresses();
+    for (size_t cell = 0; cell < values.size(); ++cell) {
         if (layout_record.symbols[cell] != nullptr)
-            same = same && cells[cell].value == layout_record.values[cell];
+            same = same && values[cell] == layout_record.values[cell];
     }
     if (!same)
         std::abort();

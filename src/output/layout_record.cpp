@@ -333,10 +333,21 @@ void record_alignment(uint32_t alignment, uint32_t size)
         add_step(LayoutStep::ALIGN, size)->addend = alignment;
 }
 
+// Whether an `org` here moves the section itself, and with it what stands ahead without a size.
+static bool org_moves_section()
+{
+    return current_section->size == 0 && (current_section->attributes & SECATTR_ABS);
+}
+
 void record_org(const ExprValue &address, uint32_t size)
 {
     if (!recording || (!current_section->moves && address.cell == 0))
         return;
+    if (org_moves_section()) {
+        spoiled = spoiled || current_section->moves;
+        record_use(address);
+        return;
+    }
     set_source(add_step(LayoutStep::ORG, size), address);
     // After a fixed address nothing moves.
     current_section->moves = address.cell != 0;

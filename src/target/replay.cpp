@@ -8,7 +8,8 @@
 // moved does what it did then, so the pass begins at the first of these readers, with the sizes and
 // jumps of a checkpoint. Calls, which programs are full of, are only watched. As long as none of
 // the steps concerned has a location, as in a chain of equates, the pass also ends at the last of
-// them.
+// them. When one with a location turns up after all, the pass begins again at a checkpoint, with
+// the values at its head: a step that runs twice would otherwise read what steps below it have set.
 
 #include "target/replay.h"
 
@@ -93,9 +94,15 @@ static bool take_room(uint32_t size)
     return current_section->size >= before;
 }
 
+// An `org` that would move the section itself, and what stands ahead of it, is left to the text.
 static bool move_to(uint32_t address)
 {
+    const uint32_t base_address = current_section->base_address;
     const std::optional<uint32_t> room = room_to(address);
+    if (current_section->base_address != base_address) {
+        current_section->base_address = base_address;
+        return false;
+    }
     return room && take_room(*room);
 }
 
@@ -219,8 +226,10 @@ static bool run_due_steps()
 {
     for (uint32_t step = due.first; step < layout_record.items.size() && step <= due.last; ++step) {
         const LayoutItem &item = layout_record.items[step];
-        if (has_location(item))
-            return run_to_the_end(take_up_at(step));
+        if (has_location(item)) {
+            values = values_at_head;
+            return run_to_the_end(take_up_at(due.first));
+        }
         if (!run_step_without_place(item))
             return false;
     }
@@ -320,30 +329,6 @@ static void find_due_steps()
     }
 }
 
-static std::vector<uint32_t> base_addresses()
-{
-    std::vector<uint32_t> bases;
-    for (const Section *section = section_list; section != nullptr; section = section->next)
-        bases.push_back(section->base_address);
-    return bases;
-}
-
-static uint64_t state_of_sections()
-{
-    uint64_t state = 0;
-    for (const Section *section = section_list; section != nullptr; section = section->next)
-        state += state_weight(section) * section->base_address;
-    return state;
-}
-
-static void take_back_pass(const std::vector<uint32_t> &bases)
-{
-    values.swap(values_at_head);
-    size_t place = 0;
-    for (Section *section = section_list; section != nullptr; section = section->next)
-        section->base_address = bases[place++];
-}
-
 static uint64_t state_change()
 {
     uint64_t change = 0;
@@ -354,14 +339,12 @@ static uint64_t state_change()
 
 ReplayResult replay_pass(uint64_t *state)
 {
-    const std::vector<uint32_t> bases = base_addresses();
-    const uint64_t sections_at_head = state_of_sections();
     const bool complete = run_pass_from_head();
     if (!complete || !moved) {
-        take_back_pass(bases);
+        values.swap(values_at_head);
         return complete ? ReplayResult::SETTLED : ReplayResult::DIVERGED;
     }
-    *state += state_change() + state_of_sections() - sections_at_head;
+    *state += state_change();
     find_due_steps();
     return ReplayResult::MOVED;
 }
@@ -382,9 +365,8 @@ void store_replayed_values()
 
 void check_replay()
 {
-    const std::vector<uint32_t> bases = base_addresses();
     begin_replay_from(layout_record.starts);
-    bool same = run_pass_from_head() && bases == base_addresses();
+    bool same = run_pass_from_head();
     for (size_t cell = 0; cell < values.size(); ++cell) {
         if (layout_record.symbols[cell] != nullptr)
             same = same && values[cell] == layout_record.values[cell];

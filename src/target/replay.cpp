@@ -228,6 +228,7 @@ static bool run_due_steps()
         const LayoutItem &item = layout_record.items[step];
         if (has_location(item)) {
             values = values_at_head;
+            moved = false;
             return run_to_the_end(take_up_at(due.first));
         }
         if (!run_step_without_place(item))

@@ -253,7 +253,7 @@ static bool can_replay(uint64_t state_at_head)
     if (!recorded || text_has_changed() || error_count != 0 ||
         state_at_head != hash_pass_boundary())
         return false;
-#ifndef NDEBUG
+#ifdef NVASM8_CHECK_REPLAY
     check_replay();
 #endif
     return true;

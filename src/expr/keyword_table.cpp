@@ -7,7 +7,7 @@
 #include "base/number.h"
 #include "expr/name_index.h"
 #include "expr/symbol_table.h"
-#include <array>
+#include <algorithm>
 
 constexpr size_t FOLDED_ROOM = 256;
 
@@ -15,25 +15,25 @@ bool bypass_macro;
 
 static NameIndex<Keyword> keyword_index;
 
-// Every word of the source is looked up here: a table is faster than asking what each letter is.
-static constexpr std::array<char, 256> fold_characters()
+// Puts the name in lower case into `room`.
+static std::string_view fold_name(std::string_view name, char (&room)[FOLDED_ROOM])
 {
-    std::array<char, 256> folded = {};
-    for (size_t i = 0; i < folded.size(); ++i)
-        folded[i] = lower_case(static_cast<char>(i));
-    return folded;
+    std::transform(name.begin(), name.end(), room, lower_case);
+    return {room, name.size()};
 }
 
-static constexpr std::array<char, 256> folded_characters = fold_characters();
-
-// Puts the name in lower case into `room`.
-static std::string_view fold_name(std::string_view full_name, char (&room)[FOLDED_ROOM])
+// Turns eight characters to lower case at once: every word of the source is looked up here, and
+// few are longer.
+static uint64_t fold_word(uint64_t word)
 {
-    const std::string_view name = counted_name(full_name);
-    char *end = room;
-    for (const char c : name)
-        *end++ = folded_characters[static_cast<unsigned char>(c)];
-    return {room, name.size()};
+    constexpr uint64_t EACH = 0x0101010101010101; // times a byte: that byte in each of the eight
+    // Without their high bits the bytes don't carry into each other. A sum has that bit where the
+    // character is at least "A", or beyond "Z".
+    const uint64_t low_bits = word & (0x7F * EACH);
+    const uint64_t from_a = low_bits + (0x80 - 'A') * EACH;
+    const uint64_t beyond_z = low_bits + (0x7F - 'Z') * EACH;
+    const uint64_t is_upper = from_a & ~beyond_z & ~word & (0x80 * EACH);
+    return word | is_upper >> 2; // 0x20, the difference of the cases
 }
 
 static std::string_view keyword_name(const Keyword *keyword)
@@ -44,14 +44,15 @@ static std::string_view keyword_name(const Keyword *keyword)
 Keyword *add_keyword(std::string_view full_name, uint8_t argument, uint16_t flags)
 {
     char room[FOLDED_ROOM];
-    const std::string_view name = fold_name(full_name, room);
+    const std::string_view name = fold_name(counted_name(full_name), room);
     auto *keyword = new_node<Keyword>(nullptr, name.size());
     keyword->name = reinterpret_cast<char *>(keyword + 1);
     keyword->name_length = static_cast<uint8_t>(name.size());
     name.copy(keyword->name, name.size());
     keyword->argument = argument;
     keyword->flags = flags;
-    insert_record(&keyword_index, hash_name(name), keyword);
+    keyword->last_word = last_word(name);
+    insert_record(&keyword_index, hash_name(name, keyword->last_word), keyword);
     return keyword;
 }
 
@@ -66,18 +67,37 @@ static bool overrides_keyword(const Keyword *keyword)
     return (keyword->flags & KW_MACRO) && keyword->argument != 0;
 }
 
-Keyword *find_keyword(std::string_view full_name)
+static Keyword *keyword_in(const NameIndex<Keyword>::Slot *slot)
 {
-    char room[FOLDED_ROOM];
-    const std::string_view name = fold_name(full_name, room);
-    const auto is_wanted = [name](const Keyword *keyword) {
-        return is_same_name(keyword_name(keyword), name);
-    };
-    const auto *slot = find_slot(keyword_index, hash_name(name), is_wanted);
     if (slot == nullptr)
         return nullptr;
     Keyword *keyword = slot->record;
     return bypass_macro && overrides_keyword(keyword) ? keyword->shadow : keyword;
+}
+
+// Not inlined: the room would cost the lookups of short names time.
+[[gnu::noinline]] static Keyword *find_long_keyword(std::string_view full_name)
+{
+    char room[FOLDED_ROOM];
+    const std::string_view name = fold_name(full_name, room);
+    const uint64_t last = last_word(name);
+    const auto is_wanted = [name, last](const Keyword *keyword) {
+        return keyword->last_word == last && is_same_name(keyword_name(keyword), name);
+    };
+    return keyword_in(find_slot(keyword_index, hash_name(name, last), is_wanted));
+}
+
+Keyword *find_keyword(std::string_view full_name)
+{
+    const std::string_view name = counted_name(full_name);
+    const size_t size = name.size();
+    if (size > SHORT_NAME_MAX)
+        return find_long_keyword(name);
+    const uint64_t last = fold_word(last_word(name));
+    const auto is_wanted = [size, last](const Keyword *keyword) {
+        return keyword->last_word == last && keyword->name_length == size;
+    };
+    return keyword_in(find_slot(keyword_index, hash_short_name(size, last), is_wanted));
 }
 
 void shadow_keyword(Keyword *keyword)

@@ -28,6 +28,9 @@ template <typename Word> uint64_t load_word(const char *text)
     return word;
 }
 
+// Names of at most so many bytes are told apart by their length and last_word alone.
+constexpr size_t SHORT_NAME_MAX = sizeof(uint64_t);
+
 // The last eight bytes of a text, or all of a shorter one, in some order. Texts of one length that
 // differ there give different words.
 inline uint64_t last_word(std::string_view text)
@@ -57,25 +60,34 @@ inline uint64_t multiply_pair(const uint64_t *keys, uint64_t word)
 //
 // Most names have at most 16 characters. What longer ones have in the middle is left to functions
 // that aren't inlined, since compilers would unroll a loop that runs once.
+//
+// `last` is the name's last_word, which a lookup makes once for the hash and for comparing.
 uint64_t hash_middle(std::string_view name);
-inline uint32_t hash_name(std::string_view name, uint32_t scope = 0)
+inline uint64_t hash_sum(size_t size, uint64_t last, uint32_t scope)
 {
     const uint64_t *keys = name_keys.data();
-    uint64_t sum = keys[0] * name.size() + keys[1] * scope;
-    sum += multiply_pair(keys + 2, last_word(name));
-    if (name.size() > 8)
-        sum += multiply_pair(keys + 4, load_word<uint64_t>(name.data()));
+    return keys[0] * size + keys[1] * scope + multiply_pair(keys + 2, last);
+}
+inline uint32_t hash_short_name(size_t size, uint64_t last)
+{
+    return static_cast<uint32_t>(hash_sum(size, last, 0) >> 32);
+}
+inline uint32_t hash_name(std::string_view name, uint64_t last, uint32_t scope = 0)
+{
+    uint64_t sum = hash_sum(name.size(), last, scope);
+    if (name.size() > SHORT_NAME_MAX)
+        sum += multiply_pair(name_keys.data() + 4, load_word<uint64_t>(name.data()));
     if (name.size() > 16)
         sum += hash_middle(name);
     return static_cast<uint32_t>(sum >> 32);
 }
 
-// Whether two names are the same.
+// Whether two names with the same last_word are the same.
 inline bool is_same_name(std::string_view left, std::string_view right)
 {
-    if (left.size() != right.size() || last_word(left) != last_word(right))
-        return false;
-    return left.size() <= 8 || std::memcmp(left.data(), right.data(), left.size()) == 0;
+    return left.size() == right.size() &&
+           (left.size() <= SHORT_NAME_MAX ||
+            std::memcmp(left.data(), right.data(), left.size()) == 0);
 }
 
 template <typename Record> struct NameIndex {

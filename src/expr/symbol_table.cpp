@@ -12,6 +12,7 @@
 #include "expr/cross_reference.h"
 #include "expr/name_index.h"
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <iterator>
 
@@ -24,6 +25,11 @@ uint32_t scope_number;
 static Symbol *bucket_ends[BUCKET_COUNT];
 
 static NameIndex<Symbol> symbol_index;
+
+// Most names of operands are registers. A name of one or two characters that is no local label is
+// looked for here first: in the place of its characters stands the symbol found last.
+constexpr uint32_t SHORTEST_BITS = 5; // of each character
+static std::array<Symbol *, 1 << (2 * SHORTEST_BITS)> shortest_symbols;
 
 std::string_view counted_by_end(std::string_view name)
 {
@@ -47,6 +53,7 @@ static Symbol *new_symbol(std::string_view name)
     std::memcpy(text, name.data(), name.size());
     symbol->name = text;
     symbol->name_length = static_cast<uint8_t>(name.size());
+    symbol->last_word = last_word(symbol_name(*symbol));
     if (is_digit(*name.data())) {
         symbol->flags = SYM_LOCAL;
         symbol->scope = scope_number;
@@ -85,19 +92,41 @@ static bool is_out_of_reach(const Symbol *symbol)
     return symbol;
 }
 
-Symbol *find_symbol(std::string_view full_name)
+// `last` is the last_word of the name.
+static Symbol *find_by_hash(std::string_view name, uint64_t last)
 {
-    const std::string_view name = counted_name(full_name);
     // A local label is itself only in the scope that its record was made in.
     const uint32_t scope = is_digit(*name.data()) ? scope_number : 0;
-    const uint32_t hash = hash_name(name, scope);
-    const auto is_wanted = [name, scope](const Symbol *symbol) {
-        return symbol->scope == scope && is_same_name(symbol_name(*symbol), name);
+    const uint32_t hash = hash_name(name, last, scope);
+    const auto is_wanted = [name, last, scope](const Symbol *symbol) {
+        return symbol->last_word == last && symbol->scope == scope &&
+               is_same_name(symbol_name(*symbol), name);
     };
     auto *slot = find_slot(symbol_index, hash, is_wanted);
     if (slot == nullptr || is_out_of_reach(slot->record))
         return make_symbol(name, hash, slot);
     return slot->record;
+}
+
+static Symbol *find_shortest(std::string_view name)
+{
+    constexpr uint32_t MASK = (1 << SHORTEST_BITS) - 1;
+    const auto first = static_cast<uint32_t>(name.front());
+    const auto second = static_cast<uint32_t>(name.back());
+    Symbol *&place = shortest_symbols[(first & MASK) << SHORTEST_BITS | (second & MASK)];
+    const uint64_t last = last_word(name);
+    // One and two characters never make the same word.
+    if (place == nullptr || place->last_word != last)
+        place = find_by_hash(name, last);
+    return place;
+}
+
+Symbol *find_symbol(std::string_view full_name)
+{
+    const std::string_view name = counted_name(full_name);
+    if (name.size() <= 2 && !name.empty() && !is_digit(name.front()))
+        return find_shortest(name);
+    return find_by_hash(name, last_word(name));
 }
 
 bool is_defined_above(Symbol *symbol)
@@ -130,6 +159,7 @@ void reset_symbols()
 {
     std::fill(std::begin(bucket_ends), std::end(bucket_ends), nullptr);
     empty_index(&symbol_index);
+    shortest_symbols.fill(nullptr);
     Symbol *old = symbol_list;
     symbol_list = nullptr;
     while (old != nullptr) {

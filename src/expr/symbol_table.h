@@ -50,6 +50,7 @@ struct Symbol {
     uint8_t section_number; // 0 for none
     uint8_t name_length;    // modulo 256
     const char *name;       // `name_length` bytes without end mark, inside the record
+    uint64_t last_word;     // of the name, for lookups
 };
 
 // Head of the one list of all symbols. Its order is that of the symbols in the object file: the

@@ -107,7 +107,7 @@ void push_expansion(Expansion *expansion)
 }
 
 // Goes back to the input below; false when there is none.
-static bool pop_input()
+[[gnu::noinline]] static bool pop_input()
 {
     InputSource *input = input_stack;
     if (input == nullptr)
@@ -140,7 +140,7 @@ static void report_read_error()
     report_unreadable(current_opened_name);
 }
 
-static void end_file()
+[[gnu::noinline]] static void end_file()
 {
     if (!end_seen && reading_failed(current_file))
         report_read_error();
@@ -163,7 +163,7 @@ static const char *next_file_line()
     return line_buffer;
 }
 
-static const char *next_line_of_expansion()
+[[gnu::noinline]] static const char *next_line_of_expansion()
 {
     if (!mlist_flag)
         list_state |= LIST_EXPANSION;

@@ -83,7 +83,8 @@ static void read_block(SourceReader *reader)
     reader->ended = size < BLOCK_SIZE;
 }
 
-bool read_source_line(SourceReader *reader, char *buffer, size_t room)
+// Reads a line that needs the next block, has a carriage return or doesn't fit.
+[[gnu::noinline]] static bool read_unusual_line(SourceReader *reader, char *buffer, size_t room)
 {
     if (characters_left(reader) < room && !reader->ended)
         read_block(reader);
@@ -105,6 +106,20 @@ bool read_source_line(SourceReader *reader, char *buffer, size_t room)
     buffer[length] = '\0';
     // A line that breaks off where reading fails is none.
     return length > 0 && (newline != nullptr || !reading_failed(reader));
+}
+
+bool read_source_line(SourceReader *reader, char *buffer, size_t room)
+{
+    const char *start = reader->next;
+    const size_t searched = std::min(characters_left(reader), room - 1);
+    const auto *newline = static_cast<const char *>(std::memchr(start, '\n', searched));
+    if (newline == nullptr || (newline != start && newline[-1] == '\r'))
+        return read_unusual_line(reader, buffer, room);
+    const auto length = static_cast<size_t>(newline + 1 - start);
+    std::memcpy(buffer, start, length);
+    buffer[length] = '\0';
+    reader->next += length;
+    return true;
 }
 
 bool skip_source_line(SourceReader *reader)

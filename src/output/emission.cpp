@@ -36,10 +36,10 @@ static void store_byte(uint8_t byte)
 
 void emit_byte(uint32_t byte)
 {
-    if (pass_number != 0)
-        store_byte(static_cast<uint8_t>(byte));
     advance_location(1);
     current_section->flags |= SEC_USED;
+    if (pass_number != 0)
+        store_byte(static_cast<uint8_t>(byte));
 }
 
 void emit_fill(uint32_t byte, uint32_t count)

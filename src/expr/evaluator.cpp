@@ -55,11 +55,8 @@ static void set_absolute(ExprValue *out, uint32_t value)
 
 void expect_token(int32_t token)
 {
-    const int32_t found = next_token();
-    if (found == token)
-        return;
-    unget_token(found);
-    record_error(messages::SYNTAX_ERROR);
+    if (!accept_token(token))
+        record_error(messages::SYNTAX_ERROR);
 }
 
 static bool fits(const ExprValue &value, int32_t lowest)
@@ -142,36 +139,26 @@ static void apply_to_number(ExprValue *out, int32_t token, uint32_t right)
     out->value = compute(token, out->value, right);
 }
 
-// Applies operators of a level above `floor` to `left`, beginning with `pending`.
-static void climb(uint8_t floor, ExprValue *left, int32_t pending)
+// Applies the operators that follow to `left`, as long as their level is above `floor`.
+static void climb(uint8_t floor, ExprValue *left)
 {
-    while (floor < level_of(pending)) {
+    for (;;) {
+        const int32_t token = peek_token();
+        if (!is_binary(token) || level_of(token) <= floor)
+            return;
+        next_token();
         ExprValue right;
         parse_primary(&right);
-        int32_t token = next_token();
-        if (is_binary(token) && level_of(token) > level_of(pending))
-            climb(level_of(pending), &right, token);
-        else
-            unget_token(token);
-        apply_operator(left, pending, right);
-        token = next_token();
-        if (!is_binary(token)) {
-            unget_token(token);
-            return;
-        }
-        pending = token;
+        climb(level_of(token), &right);
+        apply_operator(left, token, right);
     }
-    unget_token(pending);
 }
 
 void parse_expression(ExprValue *out)
 {
     parse_primary(out);
-    const int32_t token = next_token();
-    if (is_binary(token))
-        climb(0, out, token);
-    else
-        unget_token(token);
+    if (is_binary(peek_token()))
+        climb(0, out);
 }
 
 static void parse_unary(ExprValue *out, int32_t token)

@@ -3,7 +3,7 @@
 // assembler sees the text.
 //
 // Tokens are what a pass spends most of its time on. What is rare or long is not inlined, or
-// next_token would save the registers that it takes for every comma.
+// read_token would save the registers that it takes for every comma.
 
 #include "expr/lexer.h"
 
@@ -24,7 +24,6 @@ bool dot_in_names = true;
 uint32_t default_base = 10;
 bool number_suffixes_allowed;
 
-constexpr size_t BACK_TOKENS_MAX = 5;
 constexpr size_t LITERAL_DEPTH_MAX = 5;
 
 // A statement that reads more literals than this, or more without room on the stack, reads a
@@ -32,8 +31,7 @@ constexpr size_t LITERAL_DEPTH_MAX = 5;
 constexpr int32_t LITERALS_PER_STATEMENT_MAX = 1'000'000;
 constexpr int32_t UNSTACKED_LITERALS_MAX = 20;
 
-static int32_t back_tokens[BACK_TOKENS_MAX];
-static size_t back_token_count;
+std::optional<int32_t> token_ahead;
 
 // Where to go on after each literal that is being read.
 static const char *literal_stack[LITERAL_DEPTH_MAX];
@@ -107,18 +105,10 @@ static CharacterKind kind_of(char c)
 
 void reset_lexer()
 {
-    back_token_count = 0;
+    token_ahead.reset();
     literal_depth = 0;
     literals_read = 0;
     unstacked_literals = 0;
-}
-
-void unget_token(int32_t token)
-{
-    if (back_token_count == BACK_TOKENS_MAX)
-        record_error("too many back tokens");
-    else
-        back_tokens[back_token_count++] = token;
 }
 
 void skip_line()
@@ -249,7 +239,7 @@ static std::optional<uint32_t> suffix_base(char last)
     return TOK_SYMBOL;
 }
 
-static int32_t read_number_or_local_label()
+[[gnu::noinline]] static int32_t read_number_or_local_label()
 {
     const char *end = line_cursor;
     uint32_t decimal = 0;
@@ -370,9 +360,11 @@ static int32_t operator_token(char c)
 }
 
 // Reads a name. Nothing when it is that of a literal, whose text now stands at the cursor.
-static std::optional<int32_t> read_name()
+[[gnu::noinline]] static std::optional<int32_t> read_name()
 {
-    const std::string_view name = scan_name();
+    const char *start = line_cursor;
+    line_cursor = find_name_end(start);
+    const std::string_view name = {start, line_cursor};
     if (*line_cursor == '(') {
         const int32_t function = function_token(name);
         if (function != TOK_NONE)
@@ -409,7 +401,8 @@ static std::optional<int32_t> read_name()
     return c == '.' ? TOK_DOT : operator_token(c);
 }
 
-[[gnu::noinline]] static std::optional<int32_t> read_token(CharacterKind kind)
+// A token that isn't told by one character. Nothing where a literal begins or ends.
+static std::optional<int32_t> read_long_token(CharacterKind kind)
 {
     if ((kind.parts & NAME_START) || ((kind.parts & NAME_DOT) && dot_in_names))
         return read_name();
@@ -418,10 +411,8 @@ static std::optional<int32_t> read_name()
     return read_rare_token();
 }
 
-int32_t next_token()
+int32_t read_token()
 {
-    if (back_token_count != 0)
-        return back_tokens[--back_token_count];
     for (;;) {
         skip_blanks();
         const CharacterKind kind = kind_of(*line_cursor);
@@ -431,7 +422,7 @@ int32_t next_token()
         }
         if ((kind.parts & ENDING) && literal_depth == 0)
             return TOK_END;
-        if (const std::optional<int32_t> token = read_token(kind))
+        if (const std::optional<int32_t> token = read_long_token(kind))
             return *token;
     }
 }

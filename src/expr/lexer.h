@@ -82,15 +82,48 @@ extern uint32_t default_base;
 // Set while `#define` reads its value: C's suffixes l and u may follow a number.
 extern bool number_suffixes_allowed;
 
-// Reads the next token. Records "too many embedded literals", "string constant too long", "bad
-// string constant", "bad constant".
-int32_t next_token();
+// The token that peek_token has read or unget_token has put back, ahead of what stands at the
+// cursor. For the functions below alone.
+extern std::optional<int32_t> token_ahead;
 
-// Pushes a token back, at most five: the next call of next_token gives it again. Its attributes
-// are not kept. Records "too many back tokens".
-void unget_token(int32_t token);
+// Reads the token at the cursor. Records "too many embedded literals", "string constant too long",
+// "bad string constant", "bad constant".
+int32_t read_token();
 
-// Forgets pushed-back tokens and the literals being read, at the start of a statement.
+// Takes the next token; read_token tells what it records.
+inline int32_t next_token()
+{
+    if (!token_ahead)
+        return read_token();
+    const int32_t token = *token_ahead;
+    token_ahead.reset();
+    return token;
+}
+
+// The next token, which stays the next one. Its attributes are set, and the cursor stands after it.
+inline int32_t peek_token()
+{
+    if (!token_ahead)
+        token_ahead = read_token();
+    return *token_ahead;
+}
+
+// Puts the token back that was taken last: it is the next one again.
+inline void unget_token(int32_t token)
+{
+    token_ahead = token;
+}
+
+// Takes the next token if it is the expected one.
+inline bool accept_token(int32_t expected)
+{
+    if (peek_token() != expected)
+        return false;
+    token_ahead.reset();
+    return true;
+}
+
+// Forgets a token put back and the literals being read, at the start of a statement.
 void reset_lexer();
 
 // Steps over blanks and tabs.

@@ -89,11 +89,9 @@ static bool compare_with_zero(uint8_t condition, int32_t value)
 // Reads a token that must be `wanted`; another one goes back, with the error recorded.
 static bool expect_operand(int32_t wanted)
 {
-    const int32_t token = next_token();
-    if (token == wanted)
+    if (accept_token(wanted))
         return true;
     record_error(messages::MISSING_STRING);
-    unget_token(token);
     return false;
 }
 

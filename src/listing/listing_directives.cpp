@@ -43,9 +43,7 @@ static void plen_directive(const Statement &)
 static void list_space(const Statement &)
 {
     ExprValue count = {1, nullptr, 0, RELOC_ABSOLUTE};
-    const int32_t token = next_token();
-    unget_token(token);
-    if (token != TOK_END)
+    if (peek_token() != TOK_END)
         count = parse_line_count();
     if (count.reloc == RELOC_ABSOLUTE && fits_listing())
         list_blank_lines(static_cast<int32_t>(count.value));
@@ -54,11 +52,9 @@ static void list_space(const Statement &)
 // Reads the text of a title. False, with the error recorded, if there is none.
 static bool read_title()
 {
-    const int32_t token = next_token();
-    if (token == TOK_STRING)
+    if (accept_token(TOK_STRING))
         return true;
     record_error(messages::MISSING_STRING);
-    unget_token(token);
     return false;
 }
 

@@ -73,19 +73,14 @@ static void data_directive(const Statement &statement)
 {
     const uint32_t item_size = statement.keyword->argument;
     leave_offset_for_data();
-    int32_t token;
     do {
-        token = next_token();
-        if (token == TOK_STRING) {
+        if (accept_token(TOK_STRING)) {
             pad_string(item_size);
             emit_string();
         } else {
-            unget_token(token);
             emit_expression_item(item_size);
         }
-        token = next_token();
-    } while (token == TOK_COMMA);
-    unget_token(token);
+    } while (accept_token(TOK_COMMA));
     note_data_size();
 }
 

@@ -39,11 +39,9 @@ static uint32_t parse_alignment()
 // Reads the fill value, with or without a comma ahead of it, if there is one.
 static uint32_t parse_fill()
 {
-    const int32_t token = next_token();
-    if (token == TOK_END)
+    if (accept_token(TOK_END))
         return static_cast<uint32_t>(settings.fill_byte);
-    if (token != TOK_COMMA)
-        unget_token(token);
+    accept_token(TOK_COMMA);
     ExprValue fill;
     parse_expression(&fill);
     if (fill.reloc != RELOC_ABSOLUTE)

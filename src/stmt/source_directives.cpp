@@ -27,12 +27,10 @@ constexpr uint8_t HASH_LINE = 1;
 
 static void user_error_directive(const Statement &)
 {
-    const int32_t token = next_token();
-    if (token == TOK_STRING) {
+    if (accept_token(TOK_STRING)) {
         record_error("%.*s", {token_text(), token_number});
         return;
     }
-    unget_token(token);
     ExprValue value;
     parse_expression(&value);
     if (value.reloc != RELOC_ABSOLUTE) {
@@ -179,12 +177,10 @@ static void line_directive(const Statement &statement)
     set_directive_file(is_hash_line ? with_single_backslashes(name) : name);
     if (is_hash_line)
         return;
-    const int32_t token = next_token();
-    if (token == TOK_COMMA) {
+    if (accept_token(TOK_COMMA)) {
         read_line_bias();
         return;
     }
-    unget_token(token);
     line_directive_position.file = nullptr;
     record_error(messages::SYNTAX_ERROR);
 }

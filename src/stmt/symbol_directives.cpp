@@ -32,11 +32,8 @@ struct Definition {
 // Reads ":bit" if it follows.
 static void read_bit_number(Definition *definition)
 {
-    const int32_t token = next_token();
-    if (token != TOK_COLON) {
-        unget_token(token);
+    if (!accept_token(TOK_COLON))
         return;
-    }
     ExprValue bit;
     parse_expression(&bit);
     if (bit.reloc != RELOC_ABSOLUTE || bit.value >= 8)
@@ -56,13 +53,11 @@ static bool read_define(Definition *definition)
         return false;
     }
     number_suffixes_allowed = true;
-    const int32_t token = next_token();
-    if (token == TOK_END) {
+    if (accept_token(TOK_END)) {
         definition->value = {1, nullptr, 0, RELOC_ABSOLUTE};
         number_suffixes_allowed = false;
         return true;
     }
-    unget_token(token);
     parse_expression(&definition->value);
     number_suffixes_allowed = false;
     read_bit_number(definition);

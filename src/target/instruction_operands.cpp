@@ -75,11 +75,8 @@ void read_operands(Instruction *ins)
     const OpcodeEntry *row = ins->row;
     ins->check_target = row->mnemonic_id == ID_JP || row->mnemonic_id == ID_CALL;
     ins->first_mode = parse_operand(&ins->first);
-    const int32_t token = next_token();
-    if (token == TOK_COMMA)
+    if (accept_token(TOK_COMMA))
         ins->second_mode = parse_operand(&ins->second);
-    else
-        unget_token(token);
 
     if (is_bit_row(row))
         settle_bit(ins);

@@ -12,11 +12,8 @@
 
 static void skip_size_extension()
 {
-    const int32_t token = next_token();
-    if (token != TOK_DOT) {
-        unget_token(token);
+    if (!accept_token(TOK_DOT))
         return;
-    }
     const char size = lower_case(*line_cursor);
     if (size == 'e' || size == 'w')
         ++line_cursor;
@@ -46,31 +43,20 @@ static uint8_t parse_register_index()
     return index == AM_Y ? AM_IND_Y : AM_IND_X;
 }
 
-static void expect_with_syntax_error(int32_t wanted)
-{
-    const int32_t token = next_token();
-    if (token != wanted) {
-        unget_token(token);
-        record_error(messages::SYNTAX_ERROR);
-    }
-}
-
 // Reads what stands ahead of the index register, comma included. The result is AM_NONE, or the
 // pointer's mode for the index x.
-static uint8_t parse_offset(ExprValue *value, int32_t token)
+static uint8_t parse_offset(ExprValue *value)
 {
-    if (token == TOK_COMMA) {
+    if (accept_token(TOK_COMMA)) {
         *value = {0, nullptr, 0, RELOC_ABSOLUTE};
         return AM_NONE;
     }
     uint8_t pointer = AM_NONE;
-    if (token == TOK_LBRACKET) {
+    if (accept_token(TOK_LBRACKET))
         pointer = parse_pointer(value) ? AM_PTR_SHORT_X : AM_PTR_LONG_X;
-    } else {
-        unget_token(token);
+    else
         parse_expression(value);
-    }
-    expect_with_syntax_error(TOK_COMMA);
+    expect_token(TOK_COMMA);
     return pointer;
 }
 
@@ -102,11 +88,10 @@ static uint8_t indexed_mode(const ExprValue &value, uint8_t pointer, bool index_
 // Reads an indexed operand after its opening parenthesis.
 static uint8_t parse_indexed(ExprValue *value)
 {
-    const int32_t token = next_token();
-    if (token == TOK_REGISTER)
+    if (accept_token(TOK_REGISTER))
         return parse_register_index();
-    const uint8_t pointer = parse_offset(value, token);
-    expect_with_syntax_error(TOK_REGISTER);
+    const uint8_t pointer = parse_offset(value);
+    expect_token(TOK_REGISTER);
     const auto index = static_cast<uint8_t>(token_register);
     if (index != AM_X && index != AM_Y && index != AM_SP)
         record_error(messages::BAD_INDEX_REGISTER);
@@ -129,46 +114,22 @@ static uint8_t direct_mode(const ExprValue &value)
 
 uint8_t parse_operand(ExprValue *value)
 {
-    const int32_t token = next_token();
-    switch (token) {
+    switch (peek_token()) {
     case TOK_HASH:
+        next_token();
         parse_expression(value);
         return fits_signed_byte(*value) ? AM_IMM8 : AM_IMM16;
     case TOK_REGISTER:
+        next_token();
         return static_cast<uint8_t>(token_register);
     case TOK_LBRACKET:
+        next_token();
         return parse_pointer(value) ? AM_PTR_SHORT : AM_PTR_LONG;
     case TOK_LPAREN:
+        next_token();
         return parse_indexed(value);
     default:
-        unget_token(token);
         parse_expression(value);
         return direct_mode(*value);
-    }
-}
-
-bool mode_matches(uint8_t table_mode, uint8_t parsed_mode)
-{
-    if (table_mode == parsed_mode)
-        return true;
-    switch (table_mode) {
-    case AM_FAR:
-        return parsed_mode == AM_LONG || parsed_mode == AM_SHORT;
-    case AM_LONG:
-        return parsed_mode == AM_SHORT;
-    case AM_IMM16:
-        return parsed_mode == AM_IMM8;
-    case AM_FAR_X:
-        return parsed_mode == AM_IND_X || parsed_mode == AM_SHORT_X || parsed_mode == AM_LONG_X;
-    case AM_FAR_Y:
-        return parsed_mode == AM_IND_Y || parsed_mode == AM_SHORT_Y || parsed_mode == AM_LONG_Y;
-    case AM_PTR_LONG:
-        return parsed_mode == AM_PTR_SHORT;
-    case AM_PTR_LONG_X:
-        return parsed_mode == AM_PTR_SHORT_X;
-    case AM_PTR_LONG_Y:
-        return parsed_mode == AM_PTR_SHORT_Y;
-    default:
-        return false;
     }
 }

@@ -10,7 +10,3 @@
 // register", "syntax error", "bad addressing mode", "value too large"; there is always a mode to
 // go on with.
 uint8_t parse_operand(ExprValue *value);
-
-// Whether a row's mode takes an operand of the parsed mode: longer fields take shorter operands.
-// With OP_REL set in either, the two are modes of their own.
-bool mode_matches(uint8_t table_mode, uint8_t parsed_mode);

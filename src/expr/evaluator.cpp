@@ -388,13 +388,27 @@ static void parse_operand_token(ExprValue *out, int32_t token)
     }
 }
 
-// Reads one operand with its unary operators, which bind tighter than any binary one.
-static void parse_primary(ExprValue *out)
+// An operand that may hold others.
+[[gnu::noinline]] static void parse_nested(ExprValue *out, int32_t token)
 {
     if (++expression_nesting > NESTING_MAX)
         out_of_memory();
-    parse_operand_token(out, next_token());
+    parse_operand_token(out, token);
     --expression_nesting;
+}
+
+// Reads one operand with its unary operators, which bind tighter than any binary one. Numbers and
+// names, nearly all there are, hold no others, and count only where they would be too deep.
+static void parse_primary(ExprValue *out)
+{
+    const int32_t token = next_token();
+    const bool has_room = expression_nesting < NESTING_MAX;
+    if (token == TOK_NUMBER && has_room)
+        set_absolute(out, token_number);
+    else if (token == TOK_SYMBOL && has_room)
+        symbol_value(out, token_symbol);
+    else
+        parse_nested(out, token);
 }
 
 void reset_evaluator()

@@ -22,18 +22,12 @@ static std::string_view fold_name(std::string_view name, char (&room)[FOLDED_ROO
     return {room, name.size()};
 }
 
-// Turns eight characters to lower case at once: every word of the source is looked up here, and
-// few are longer.
-static uint64_t fold_word(uint64_t word)
+// The last_word of a name without regard to case, for eight characters at once: every word of the
+// source is looked up here, and few are longer. The bit in which the cases of a letter differ is
+// set in all bytes; of the other characters that a word can have no two differ in it alone.
+static uint64_t folded_last_word(std::string_view name)
 {
-    constexpr uint64_t EACH = 0x0101010101010101; // times a byte: that byte in each of the eight
-    // Without their high bits the bytes don't carry into each other. A sum has that bit where the
-    // character is at least "A", or beyond "Z".
-    const uint64_t low_bits = word & (0x7F * EACH);
-    const uint64_t from_a = low_bits + (0x80 - 'A') * EACH;
-    const uint64_t beyond_z = low_bits + (0x7F - 'Z') * EACH;
-    const uint64_t is_upper = from_a & ~beyond_z & ~word & (0x80 * EACH);
-    return word | is_upper >> 2; // 0x20, the difference of the cases
+    return last_word(name) | 0x2020202020202020;
 }
 
 static std::string_view keyword_name(const Keyword *keyword)
@@ -51,7 +45,7 @@ Keyword *add_keyword(std::string_view full_name, uint8_t argument, uint16_t flag
     name.copy(keyword->name, name.size());
     keyword->argument = argument;
     keyword->flags = flags;
-    keyword->last_word = last_word(name);
+    keyword->last_word = folded_last_word(name);
     insert_record(&keyword_index, hash_name(name, keyword->last_word), keyword);
     return keyword;
 }
@@ -80,7 +74,7 @@ static Keyword *keyword_in(const NameIndex<Keyword>::Slot *slot)
 {
     char room[FOLDED_ROOM];
     const std::string_view name = fold_name(full_name, room);
-    const uint64_t last = last_word(name);
+    const uint64_t last = folded_last_word(name);
     const auto is_wanted = [name, last](const Keyword *keyword) {
         return keyword->last_word == last && is_same_name(keyword_name(keyword), name);
     };
@@ -93,7 +87,7 @@ Keyword *find_keyword(std::string_view full_name)
     const size_t size = name.size();
     if (size > SHORT_NAME_MAX)
         return find_long_keyword(name);
-    const uint64_t last = fold_word(last_word(name));
+    const uint64_t last = folded_last_word(name);
     const auto is_wanted = [size, last](const Keyword *keyword) {
         return keyword->last_word == last && keyword->name_length == size;
     };

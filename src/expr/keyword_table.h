@@ -59,7 +59,7 @@ struct Keyword {
     uint8_t name_length;
     uint16_t flags;     // KW_ bits
     char *name;         // in lower case, no end mark; inside the record
-    uint64_t last_word; // of the name, for lookups
+    uint64_t last_word; // of the name, folded, for lookups
 };
 
 // Set by an expansion line that asks for the keyword under a macro of the same name; cleared at

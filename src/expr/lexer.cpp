@@ -359,8 +359,12 @@ static int32_t operator_token(char c)
     literal->attrs |= ATTR_REFERENCED;
 }
 
-// Reads a name. Nothing when it is that of a literal, whose text now stands at the cursor.
-[[gnu::noinline]] static std::optional<int32_t> read_name()
+// What reading gives where a literal begins or ends: no token yet, the cursor stands in another
+// text.
+constexpr int32_t OTHER_TEXT = -1;
+
+// Reads a name, which may be that of a literal.
+[[gnu::noinline]] static int32_t read_name()
 {
     const char *start = line_cursor;
     line_cursor = find_name_end(start);
@@ -378,20 +382,19 @@ static int32_t operator_token(char c)
     }
     if (symbol->flags & SYM_LITERAL) {
         enter_literal(symbol);
-        return std::nullopt;
+        return OTHER_TEXT;
     }
     record_xref(symbol);
     return TOK_SYMBOL;
 }
 
-// Reads a token that is neither a name nor a number nor told by one character. Nothing at the end
-// of a literal.
-[[gnu::noinline]] static std::optional<int32_t> read_rare_token()
+// Reads what is neither a name nor a number nor told by one character.
+[[gnu::noinline]] static int32_t read_rare_token()
 {
     const char c = *line_cursor;
     if (c == '\0' && literal_depth != 0) {
         line_cursor = literal_stack[--literal_depth];
-        return std::nullopt;
+        return OTHER_TEXT;
     }
     if ((kind_of(c).parts & ENDING) || (c == '/' && line_cursor[1] == '/'))
         return TOK_END;
@@ -401,9 +404,16 @@ static int32_t operator_token(char c)
     return c == '.' ? TOK_DOT : operator_token(c);
 }
 
-// A token that isn't told by one character. Nothing where a literal begins or ends.
-static std::optional<int32_t> read_long_token(CharacterKind kind)
+static int32_t read_token_or_literal()
 {
+    skip_blanks();
+    const CharacterKind kind = kind_of(*line_cursor);
+    if (kind.token != TOK_NONE) {
+        ++line_cursor;
+        return kind.token;
+    }
+    if ((kind.parts & ENDING) && literal_depth == 0)
+        return TOK_END;
     if ((kind.parts & NAME_START) || ((kind.parts & NAME_DOT) && dot_in_names))
         return read_name();
     if (kind.parts & DIGIT)
@@ -413,18 +423,11 @@ static std::optional<int32_t> read_long_token(CharacterKind kind)
 
 int32_t read_token()
 {
-    for (;;) {
-        skip_blanks();
-        const CharacterKind kind = kind_of(*line_cursor);
-        if (kind.token != TOK_NONE) {
-            ++line_cursor;
-            return kind.token;
-        }
-        if ((kind.parts & ENDING) && literal_depth == 0)
-            return TOK_END;
-        if (const std::optional<int32_t> token = read_long_token(kind))
-            return *token;
-    }
+    int32_t token;
+    do
+        token = read_token_or_literal();
+    while (token == OTHER_TEXT);
+    return token;
 }
 
 std::optional<bool> read_on_off()

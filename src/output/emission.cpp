@@ -174,6 +174,11 @@ static void emit_number(uint32_t number, int size)
         return;
     }
     const bool high_first = (current_section->attributes & SECATTR_HILO) != 0;
+    if (size == 2) {
+        emit_byte(high_first ? number >> 8 : number);
+        emit_byte(high_first ? number : number >> 8);
+        return;
+    }
     for (int i = 0; i < size; ++i)
         emit_byte(number >> (8 * (high_first ? size - 1 - i : i)));
 }

@@ -160,8 +160,9 @@ static bool is_unlisted(const Keyword *keyword)
 
 static void dispatch(const Statement &statement)
 {
+    constexpr uint16_t MAY_BE_UNLISTED = KW_UNLISTED | KW_CONDITIONAL | KW_DEBUG;
     const Keyword *keyword = statement.keyword;
-    if (is_unlisted(keyword))
+    if ((keyword->flags & MAY_BE_UNLISTED) && is_unlisted(keyword))
         skip_listed_line();
     if ((keyword->flags & KW_NEEDS_LABEL) && statement.label.empty()) {
         record_error(messages::MISSING_LABEL);

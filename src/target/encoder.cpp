@@ -11,53 +11,19 @@
 #include "target/instruction_fields.h"
 #include "target/instruction_operands.h"
 #include "target/instruction_table.h"
-#include <array>
+#include <cstddef>
 
-// A bit for each mode of an operand as it is written.
-constexpr uint32_t mode_bit(uint8_t mode)
-{
-    return uint32_t{1} << (mode & MODE_MASK);
-}
-
-// By the mode of a row, the operands that it takes: longer fields take shorter operands.
-static constexpr std::array<uint32_t, MODE_MASK + 1> list_taken_modes()
-{
-    std::array<uint32_t, MODE_MASK + 1> taken = {};
-    for (uint8_t mode = 0; mode <= MODE_MASK; ++mode)
-        taken[mode] = mode_bit(mode);
-    taken[AM_FAR] |= mode_bit(AM_LONG) | mode_bit(AM_SHORT);
-    taken[AM_LONG] |= mode_bit(AM_SHORT);
-    taken[AM_IMM16] |= mode_bit(AM_IMM8);
-    taken[AM_FAR_X] |= mode_bit(AM_IND_X) | mode_bit(AM_SHORT_X) | mode_bit(AM_LONG_X);
-    taken[AM_FAR_Y] |= mode_bit(AM_IND_Y) | mode_bit(AM_SHORT_Y) | mode_bit(AM_LONG_Y);
-    taken[AM_PTR_LONG] |= mode_bit(AM_PTR_SHORT);
-    taken[AM_PTR_LONG_X] |= mode_bit(AM_PTR_SHORT_X);
-    taken[AM_PTR_LONG_Y] |= mode_bit(AM_PTR_SHORT_Y);
-    return taken;
-}
-
-static constexpr std::array<uint32_t, MODE_MASK + 1> taken_modes = list_taken_modes();
-
-// Whether a row with an operand `row_operand`, AM_ with anything above it, takes the mode.
-static bool takes(uint8_t row_operand, uint32_t mode)
-{
-    return (taken_modes[row_operand & MODE_MASK] & mode) != 0;
-}
-
-// The first row of the mnemonic that takes the operands, or null. OP_REL has to be the same in row
-// and instruction.
+// The first row of the mnemonic that takes the operands, or null.
 static const OpcodeEntry *find_matching_row(const Instruction &ins)
 {
+    const uint64_t wanted = operand_set(ins.first_mode, ins.second_mode);
     const OpcodeEntry *row = ins.row;
     const uint8_t id = row->mnemonic_id;
-    const uint32_t first = mode_bit(ins.first_mode);
-    const uint32_t second = mode_bit(ins.second_mode);
-    do {
-        if (takes(row->first_operand, first) && takes(row->second_operand, second) &&
-            ((row->second_operand ^ ins.second_mode) & OP_REL) == 0)
+    const uint64_t *taken = &taken_operands[static_cast<size_t>(row - opcode_table.data())];
+    for (; row->mnemonic_id == id; ++row, ++taken) {
+        if ((*taken & wanted) == wanted)
             return row;
-        ++row;
-    } while (row->mnemonic_id == id);
+    }
     return nullptr;
 }
 

@@ -377,6 +377,46 @@ constexpr Tables tables = build_tables();
 static_assert(tables.row_count == OPCODE_ROW_COUNT);
 static_assert(tables.name_count == MNEMONIC_COUNT);
 
+// The modes of an operand as it is written that a row's mode takes, a bit for each: longer fields
+// take shorter operands.
+constexpr uint32_t modes_taken(uint8_t row_mode)
+{
+    const auto bits = [](auto... modes) { return ((uint32_t{1} << modes) | ...); };
+    switch (row_mode) {
+    case AM_FAR:
+        return bits(AM_FAR, AM_LONG, AM_SHORT);
+    case AM_LONG:
+        return bits(AM_LONG, AM_SHORT);
+    case AM_IMM16:
+        return bits(AM_IMM16, AM_IMM8);
+    case AM_FAR_X:
+        return bits(AM_IND_X, AM_SHORT_X, AM_LONG_X);
+    case AM_FAR_Y:
+        return bits(AM_IND_Y, AM_SHORT_Y, AM_LONG_Y);
+    case AM_PTR_LONG:
+        return bits(AM_PTR_LONG, AM_PTR_SHORT);
+    case AM_PTR_LONG_X:
+        return bits(AM_PTR_LONG_X, AM_PTR_SHORT_X);
+    case AM_PTR_LONG_Y:
+        return bits(AM_PTR_LONG_Y, AM_PTR_SHORT_Y);
+    default:
+        return bits(row_mode);
+    }
+}
+
+constexpr std::array<uint64_t, OPCODE_ROW_COUNT + 1> list_taken_operands()
+{
+    std::array<uint64_t, OPCODE_ROW_COUNT + 1> taken = {};
+    for (size_t i = 0; i < OPCODE_ROW_COUNT; ++i) {
+        const OpcodeEntry &row = tables.rows[i];
+        const uint64_t second = modes_taken(row.second_operand & MODE_MASK);
+        taken[i] =
+            modes_taken(row.first_operand & MODE_MASK) | second << 32 | rel_bit(row.second_operand);
+    }
+    return taken;
+}
+
 } // namespace
 
 constexpr std::array<OpcodeEntry, OPCODE_ROW_COUNT + 1> opcode_table = tables.rows;
+constexpr std::array<uint64_t, OPCODE_ROW_COUNT + 1> taken_operands = list_taken_operands();

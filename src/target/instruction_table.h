@@ -92,6 +92,25 @@ constexpr std::array<std::string_view, MNEMONIC_COUNT> mnemonic_names = {
 // A row of zeros ends the table.
 extern const std::array<OpcodeEntry, OPCODE_ROW_COUNT + 1> opcode_table;
 
+// Sets of operands: a bit for each mode of the first one, and 32 places above it one for each of
+// the second. No operand is written with the modes that are in rows only: their bits for the second
+// one say whether OP_REL is set.
+constexpr uint64_t rel_bit(uint8_t second_mode)
+{
+    return uint64_t{1} << (32 + (second_mode & OP_REL ? AM_FAR_Y : AM_FAR_X));
+}
+
+// The set of these two alone.
+constexpr uint64_t operand_set(uint8_t first_mode, uint8_t second_mode)
+{
+    return uint64_t{1} << first_mode | uint64_t{1} << (32 + (second_mode & MODE_MASK)) |
+           rel_bit(second_mode);
+}
+
+// By the place of a row in opcode_table: the operands that it takes, which may be shorter than its
+// fields. It takes those whose operand_set lies in this one.
+extern const std::array<uint64_t, OPCODE_ROW_COUNT + 1> taken_operands;
+
 // Each name in lower and in upper case; no other mix of case is a register.
 extern const std::array<RegisterName, 20> register_table;
 

@@ -58,6 +58,7 @@ constexpr uint8_t NAME_DOT = 0x04; // part of a name under dot_in_names
 constexpr uint8_t DIGIT = 0x08;
 constexpr uint8_t NUMBER_PART = 0x10; // of a number with a suffix
 constexpr uint8_t ENDING = 0x20;      // nothing but the end of the statement, or of a literal
+constexpr uint8_t BLANK = 0x40;       // what skip_blanks steps over
 
 struct CharacterKind {
     uint8_t parts;
@@ -89,6 +90,7 @@ static constexpr std::array<CharacterKind, 256> sort_characters()
             (starts_name ? NAME_START : 0) |
             (starts_name || is_digit(c) || c == '$' ? NAME_PART : 0) | (c == '.' ? NAME_DOT : 0) |
             (is_digit(c) ? DIGIT : 0) | (in_number ? NUMBER_PART : 0) |
+            (c == ' ' || c == '\t' ? BLANK : 0) |
             (c == '\0' || c == '\n' || c == '\r' || c == ';' ? ENDING : 0));
     }
     for (const CharacterToken &row : character_tokens)
@@ -406,8 +408,11 @@ constexpr int32_t OTHER_TEXT = -1;
 
 static int32_t read_token_or_literal()
 {
-    skip_blanks();
-    const CharacterKind kind = kind_of(*line_cursor);
+    CharacterKind kind = kind_of(*line_cursor);
+    if (kind.parts & BLANK) {
+        skip_blanks();
+        kind = kind_of(*line_cursor);
+    }
     if (kind.token != TOK_NONE) {
         ++line_cursor;
         return kind.token;

@@ -117,10 +117,11 @@ inline void unget_token(int32_t token)
 // Takes the next token if it is the expected one.
 inline bool accept_token(int32_t expected)
 {
-    if (peek_token() != expected)
-        return false;
-    token_ahead.reset();
-    return true;
+    const int32_t token = next_token();
+    if (token == expected)
+        return true;
+    token_ahead = token;
+    return false;
 }
 
 // Forgets a token put back and the literals being read, at the start of a statement.

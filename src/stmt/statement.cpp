@@ -208,6 +208,14 @@ static void finish_empty_line()
         flush_error();
 }
 
+static void report_unlisted_error(const char *line)
+{
+    if (lists_only_errors())
+        list_expanded_error(line);
+    else
+        flush_error();
+}
+
 static void finish_statement(const char *line)
 {
     label_has_colon = false;
@@ -215,10 +223,8 @@ static void finish_statement(const char *line)
         skip_listed_line();
     if (lists_line())
         list_line();
-    else if (lists_only_errors() && error_pending())
-        list_expanded_error(line);
-    else
-        flush_error();
+    else if (error_pending())
+        report_unlisted_error(line);
     list_state &= ~LIST_SKIP_LINE;
     bypass_macro = false;
 }

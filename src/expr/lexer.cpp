@@ -250,7 +250,7 @@ static std::optional<uint32_t> suffix_base(char last)
     if (*end == '$')
         return read_local_label(end + 1);
     // Most numbers are decimal, without prefix or suffix.
-    if (default_base == 10 && !is_letter(*end)) {
+    if (default_base == 10 && (kind_of(*end).parts & NAME_START) == 0) {
         token_number = decimal;
         line_cursor = end;
         return TOK_NUMBER;
@@ -426,13 +426,20 @@ static int32_t read_token_or_literal()
     return read_rare_token();
 }
 
-int32_t read_token()
+// Not inlined: a loop costs every token the registers that it takes.
+[[gnu::noinline]] static int32_t read_on_in_other_text()
 {
     int32_t token;
     do
         token = read_token_or_literal();
     while (token == OTHER_TEXT);
     return token;
+}
+
+int32_t read_token()
+{
+    const int32_t token = read_token_or_literal();
+    return token != OTHER_TEXT ? token : read_on_in_other_text();
 }
 
 std::optional<bool> read_on_off()

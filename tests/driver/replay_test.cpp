@@ -29,16 +29,17 @@ static void expect_same_outcome(const std::string &source, const Options &option
                                                               << by_text.substr(0, 200);
 }
 
-// Branches of which each gets short one pass after the next one, so that the distance from `s` to
-// `e` loses four bytes a pass: 127 for the last branch, 65 for others, and 4 for each long one.
+// Branches of which each gets short one pass after the next one, so that the distance from `head`
+// to `tail` loses four bytes a pass: 127 for the last branch, 65 for others, and 4 for each long
+// one.
 static std::string staircase(int steps)
 {
-    std::string text = "s: jreq t0\n ds.b 61\n";
+    std::string text = "head: jreq t0\n ds.b 61\n";
     for (int step = 1; step < steps; ++step) {
         const std::string above = std::to_string(step - 1);
         text += " jreq t" + std::to_string(step) + "\n ds.b 61\nt" + above + ":\n";
     }
-    return text + "t" + std::to_string(steps - 1) + ":\ne:\n";
+    return text + "t" + std::to_string(steps - 1) + ":\ntail:\n";
 }
 
 // A number that mixes the value of an expression in all passes: it starts with 1 in the sizing pass
@@ -190,18 +191,20 @@ TEST(Replay, ChangesNothingInRandomPrograms)
 TEST(Replay, FollowsEveryValue)
 {
     const std::string cases[] = {
-        "e-s", "(e-s)/3+((e-s)>>1)*(e-s)%7",
-        "a-s", // behind an alignment
-        "b-a", // room that moves
-        "c1",  // reverse chains of equates settle by a link a pass
-        "d-s", // a hop through a jump that comes into reach
+        "tail-head",
+        "(tail-head)/3+((tail-head)>>1)*(tail-head)%7",
+        "aligned-head",  // behind an alignment
+        "after-aligned", // room that moves
+        "c1",            // reverse chains of equates settle by a link a pass
+        "hopped-head",   // a hop through a jump that comes into reach
     };
     for (const std::string &expression : cases) {
-        expect_same_outcome(staircase(20) +
-                            " align 64\na: ds.b (e-s)&63+1\n dcb.w (e-s)&7,1\nb:\n"
-                            "c1: equ c2\nc2: equ c3+1\nc3: equ c4\nc4: equ d+1\n"
-                            " jra s\n ds.b 50\n jreq s\n ds.b 66\n jrne s\nd:\n" +
-                            trace_of(expression));
+        expect_same_outcome(
+            staircase(20) +
+            " align 64\naligned: ds.b (tail-head)&63+1\n dcb.w (tail-head)&7,1\nafter:\n"
+            "c1: equ c2\nc2: equ c3+1\nc3: equ c4\nc4: equ hopped+1\n"
+            " jra head\n ds.b 50\n jreq head\n ds.b 66\n jrne head\nhopped:\n" +
+            trace_of(expression));
     }
 }
 
@@ -209,25 +212,26 @@ TEST(Replay, FollowsEveryValue)
 TEST(Replay, EndsWhereTheTextReadsOtherwise)
 {
     const std::string decisions[] = {
-        " ifgt e-s-1330\n ds.b 9\n endif",
-        " iflt e-s-1330\n ds.b 9\n endif",
-        " ifeq e-s-1330\n ds.b 9\n endif",
-        " ifne e-s-1330\n ds.b 9\n endif",
-        " repeat (e-s)>>4&3\n nop\n endr",
-        " ld a,(e-s-1100,x)",
-        " ld a,(e-s-1330,x)",
-        " ldw x,e-s-1100",
-        " dc.b e-s-1100",
-        " jrf *-s-1240+*",
-        " align e-s&3+1",
-        "k: equ $20:((e-s)>>2&7)\n bset k",
-        " offset e-s\nf: ds.b 1\n switch .text\n dc.w f",
-        " dc.w k\n ifgt e-s-1330\nk: equ 5\n else\nk: equ s\n endif",
-        "abs: section abs\n switch abs\nahead: org $8000+(e-s>1330)\n nop\nx:\n switch .text\n"
-        " dc.w x,ahead",
+        " ifgt tail-head-1330\n ds.b 9\n endif",
+        " iflt tail-head-1330\n ds.b 9\n endif",
+        " ifeq tail-head-1330\n ds.b 9\n endif",
+        " ifne tail-head-1330\n ds.b 9\n endif",
+        " repeat (tail-head)>>4&3\n nop\n endr",
+        " ld a,(tail-head-1100,x)",
+        " ld a,(tail-head-1330,x)",
+        " ldw x,tail-head-1100",
+        " dc.b tail-head-1100",
+        " jrf *-head-1240+*",
+        " align tail-head&3+1",
+        "k: equ $20:((tail-head)>>2&7)\n bset k",
+        " offset tail-head\nf: ds.b 1\n switch .text\n dc.w f",
+        " dc.w k\n ifgt tail-head-1330\nk: equ 5\n else\nk: equ head\n endif",
+        "abs: section abs\n switch abs\nahead: org $8000+(tail-head>1330)\n nop\ninside:\n switch "
+        ".text\n"
+        " dc.w inside,ahead",
     };
     for (const std::string &decision : decisions) {
-        expect_same_outcome(staircase(20) + decision + "\nz:\n" + trace_of("z-s"), {"-l"});
+        expect_same_outcome(staircase(20) + decision + "\nz:\n" + trace_of("z-head"), {"-l"});
     }
 }
 
@@ -235,17 +239,17 @@ TEST(Replay, EndsWhereTheTextReadsOtherwise)
 TEST(Replay, KeepsWhatPassesHandOn)
 {
     const std::string ends[] = {
-        " ifgt e-s-1330\n base 16\n endif",
-        " ifgt e-s-1330\n save\n switch .data\n endif",
-        " ifgt e-s-1330\n#line 50\n endif",
+        " ifgt tail-head-1330\n base 16\n endif",
+        " ifgt tail-head-1330\n save\n switch .data\n endif",
+        " ifgt tail-head-1330\n#line 50\n endif",
         " save\n",
         " base 16",
         " repeat 3\n nop",
-        " repeat e-s-1300\n nop",
+        " repeat tail-head-1300\n nop",
     };
     for (const std::string &end : ends) {
         for (const Options &options : {Options{"-l"}, Options{"-c", "-l"}, Options{"-x"}})
-            expect_same_outcome(" dc.b 10\n" + staircase(20) + trace_of("e-s") + end + "\n",
+            expect_same_outcome(" dc.b 10\n" + staircase(20) + trace_of("tail-head") + end + "\n",
                                 options);
     }
 }
@@ -255,12 +259,13 @@ TEST(Replay, TakesTheCodeAttributeAlongEquates)
     std::string chain;
     for (int link = 0; link < 20; ++link)
         chain += "q" + std::to_string(link) + ": equ q" + std::to_string(link + 1) + "\n";
-    expect_same_outcome(chain + "q20: equ e\n" + staircase(20), {"-p"});
+    expect_same_outcome(chain + "q20: equ tail\n" + staircase(20), {"-p"});
 }
 
 TEST(Replay, FindsValuesThatNeverSettle)
 {
-    const std::string circle = " ifgt e-s-1299\n ds.b (q-p)%7+1\n endif\np: ds.b 7-(q-p)%7\nq:\n";
+    const std::string circle =
+        " ifgt tail-head-1299\n ds.b (q-p)%7+1\n endif\np: ds.b 7-(q-p)%7\nq:\n";
     expect_same_outcome(staircase(20) + circle, {"-l"});
     // A drift of one byte a pass is given up after so many passes, replayed or not.
     const std::string drift = "p: ds.b q-p+1\nq: dc.w p\n";

@@ -369,7 +369,8 @@ void check_replay()
     begin_replay_from(layout_record.starts);
     bool same = run_pass_from_head();
     for (size_t cell = 0; cell < values.size(); ++cell) {
-        if (layout_record.symbols[cell] != nullptr)
+        // ATTR_CODE also comes from bases that had it at once, which no step tells.
+        if (layout_record.symbols[cell] != nullptr && !layout_record.holds_code[cell])
             same = same && values[cell] == layout_record.values[cell];
     }
     if (!same)

@@ -349,8 +349,8 @@ void record_org(const ExprValue &address, uint32_t size)
         return;
     }
     set_source(add_step(LayoutStep::ORG, size), address);
-    // After a fixed address nothing moves.
-    current_section->moves = address.cell != 0;
+    // After a fixed address nothing moves but what may hop through a jump ahead of it.
+    current_section->moves = true;
 }
 
 void record_branch(uint8_t branch, const ExprValue &value, uint32_t size, bool serves_others)

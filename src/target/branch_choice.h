@@ -17,13 +17,27 @@ enum class BranchKind : uint8_t {
 // What the choice of a form depends on, beside the place, the target and the jumps above. In one
 // byte, as the layout record has it.
 struct Branch {
-    BranchKind kind : 3;
-    bool local : 1;            // the target is a known place, or a number
-    bool in_section : 1;       // it lies in the section of the branch
-    bool scross : 1;           // long jumps are far ones
-    uint8_t operand_bytes : 2; // between opcode and offset in the short form
+    static constexpr uint8_t KIND = 0x07;
+    static constexpr uint8_t LOCAL = 0x08;      // the target is a known place, or a number
+    static constexpr uint8_t IN_SECTION = 0x10; // it lies in the section of the branch
+    static constexpr uint8_t SCROSS = 0x20;     // long jumps are far ones
+    static constexpr int OPERAND_SHIFT = 6; // bytes between opcode and offset, in the short form
+
+    uint8_t traits;
+
+    BranchKind kind() const
+    {
+        return static_cast<BranchKind>(traits & KIND);
+    }
+    bool has(uint8_t trait) const
+    {
+        return (traits & trait) != 0;
+    }
+    int operand_bytes() const
+    {
+        return traits >> OPERAND_SHIFT;
+    }
 };
-static_assert(sizeof(Branch) == 1);
 
 enum class BranchForm : uint8_t {
     AS_WRITTEN,
@@ -55,7 +69,7 @@ inline bool is_near(uint32_t here, uint32_t target, uint32_t length)
 
 inline uint8_t long_jump_length(Branch branch)
 {
-    return branch.scross ? JPF_LENGTH : JP_LENGTH;
+    return branch.has(Branch::SCROSS) ? JPF_LENGTH : JP_LENGTH;
 }
 
 // As it is written, whatever the distance.
@@ -66,11 +80,11 @@ inline BranchChoice as_written(uint8_t length, bool serves_others)
 
 inline BranchChoice choose_conditional(Branch branch, uint32_t target, uint32_t here)
 {
-    const auto length = static_cast<uint8_t>(SHORT_LENGTH + branch.operand_bytes);
-    if (branch.local && is_near(here, target, length))
+    const auto length = static_cast<uint8_t>(SHORT_LENGTH + branch.operand_bytes());
+    if (branch.has(Branch::LOCAL) && is_near(here, target, length))
         return as_written(length, false);
     uint32_t hop;
-    if (branch.local && find_jump(target, &hop) && is_near(here, hop, length))
+    if (branch.has(Branch::LOCAL) && find_jump(target, &hop) && is_near(here, hop, length))
         return {BranchForm::HOP, length, false, 0, hop};
     const auto inverted = static_cast<uint8_t>(length + long_jump_length(branch));
     return {BranchForm::INVERTED, inverted, true, length, 0};
@@ -78,15 +92,15 @@ inline BranchChoice choose_conditional(Branch branch, uint32_t target, uint32_t 
 
 inline BranchChoice choose_unconditional(Branch branch, uint32_t target, uint32_t here)
 {
-    if (branch.local && is_near(here, target, SHORT_LENGTH))
-        return as_written(SHORT_LENGTH, branch.in_section);
+    if (branch.has(Branch::LOCAL) && is_near(here, target, SHORT_LENGTH))
+        return as_written(SHORT_LENGTH, branch.has(Branch::IN_SECTION));
     return {BranchForm::LONG, long_jump_length(branch), true, 0, 0};
 }
 
 // Never a hop for others, and never callf: the callee returns with ret.
 inline BranchChoice choose_relative_call(Branch branch, uint32_t target, uint32_t here)
 {
-    if (branch.local && is_near(here, target, SHORT_LENGTH))
+    if (branch.has(Branch::LOCAL) && is_near(here, target, SHORT_LENGTH))
         return as_written(SHORT_LENGTH, false);
     return {BranchForm::LONG, JP_LENGTH, false, 0, 0};
 }
@@ -94,18 +108,20 @@ inline BranchChoice choose_relative_call(Branch branch, uint32_t target, uint32_
 // Jumps and calls that may take an offset in the place of an address.
 inline BranchChoice choose_jump(Branch branch, uint32_t target, uint32_t here)
 {
-    const bool far = branch.kind == BranchKind::JUMP_FAR;
-    const bool jump = branch.kind == BranchKind::JUMP;
-    if (branch.in_section && is_near(here, target, SHORT_LENGTH))
+    const bool far = branch.kind() == BranchKind::JUMP_FAR;
+    const bool jump = branch.kind() == BranchKind::JUMP;
+    if (branch.has(Branch::IN_SECTION) && is_near(here, target, SHORT_LENGTH))
         return {BranchForm::SHORT, SHORT_LENGTH, jump, 0, 0};
-    const bool of_kind_in_force = (jump && !branch.scross) || (far && branch.scross);
-    return as_written(far ? JPF_LENGTH : JP_LENGTH, branch.in_section && of_kind_in_force);
+    const bool of_kind_in_force =
+        (jump && !branch.has(Branch::SCROSS)) || (far && branch.has(Branch::SCROSS));
+    return as_written(far ? JPF_LENGTH : JP_LENGTH,
+                      branch.has(Branch::IN_SECTION) && of_kind_in_force);
 }
 
 // The form of a branch whose opcode stands at `here` in the current section.
 inline BranchChoice choose_branch_form(Branch branch, uint32_t target, uint32_t here)
 {
-    switch (branch.kind) {
+    switch (branch.kind()) {
     case BranchKind::CONDITIONAL:
         return choose_conditional(branch, target, here);
     case BranchKind::UNCONDITIONAL:

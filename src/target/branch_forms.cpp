@@ -44,7 +44,6 @@
 #include "target/instruction_fields.h"
 #include "target/instruction_table.h"
 #include "target/target.h"
-#include <bit>
 #include <optional>
 
 // Opcodes that relaxation writes on its own.
@@ -70,31 +69,29 @@ static bool is_in_section(const ExprValue &target)
     return target.section_number == current_section->number;
 }
 
-static Branch relative_branch(const Instruction &ins, BranchKind kind, uint8_t operand_bytes)
+static Branch make_branch(BranchKind kind, bool local, const ExprValue &target, int operand_bytes)
 {
-    Branch branch{};
-    branch.kind = kind;
-    branch.local = ins.second.section_number != 0 || ins.second.reloc == RELOC_ABSOLUTE;
-    branch.in_section = is_in_section(ins.second);
-    branch.scross = scross_on;
-    branch.operand_bytes = operand_bytes & 3;
-    return branch;
+    const int traits = static_cast<int>(kind) | (local ? Branch::LOCAL : 0) |
+                       (is_in_section(target) ? Branch::IN_SECTION : 0) |
+                       (scross_on ? Branch::SCROSS : 0) | operand_bytes << Branch::OPERAND_SHIFT;
+    return {static_cast<uint8_t>(traits)};
+}
+
+static Branch relative_branch(const Instruction &ins, BranchKind kind, int operand_bytes)
+{
+    const bool local = ins.second.section_number != 0 || ins.second.reloc == RELOC_ABSOLUTE;
+    return make_branch(kind, local, ins.second, operand_bytes);
 }
 
 static Branch addressed_jump(const Instruction &ins, BranchKind kind)
 {
-    Branch branch{};
-    branch.kind = kind;
-    branch.local = is_in_section(ins.first);
-    branch.in_section = branch.local;
-    branch.scross = scross_on;
-    return branch;
+    return make_branch(kind, is_in_section(ins.first), ins.first, 0);
 }
 
 static std::optional<Branch> as_relative_branch(const Instruction &ins)
 {
     if (ins.second_mode == (AM_BIT | OP_REL)) {
-        const uint8_t address_bytes = row_prefix(ins.row) != PREFIX_NONE ? 2 : 1;
+        const int address_bytes = row_prefix(ins.row) != PREFIX_NONE ? 2 : 1;
         return relative_branch(ins, BranchKind::CONDITIONAL, address_bytes);
     }
     if (ins.second_mode != OP_REL || ins.row->mnemonic_id == ID_JRF)
@@ -222,9 +219,10 @@ static void record_reach(const ExprValue &target)
 // branch has now.
 static void record_room(Branch branch, const ExprValue &target)
 {
-    const bool long_jump_is_far = branch.scross && (branch.kind == BranchKind::CONDITIONAL ||
-                                                    branch.kind == BranchKind::UNCONDITIONAL);
-    if (target.reloc != RELOC_ABSOLUTE || branch.kind == BranchKind::JUMP_FAR || long_jump_is_far)
+    const bool long_jump_is_far =
+        branch.has(Branch::SCROSS) &&
+        (branch.kind() == BranchKind::CONDITIONAL || branch.kind() == BranchKind::UNCONDITIONAL);
+    if (target.reloc != RELOC_ABSOLUTE || branch.kind() == BranchKind::JUMP_FAR || long_jump_is_far)
         return;
     const auto number = static_cast<int32_t>(target.value);
     if (number > UINT16_MAX || number < INT16_MIN)
@@ -247,7 +245,7 @@ bool emit_relaxed_opcode(Instruction *ins)
     }
     const BranchChoice choice = choose_branch_form(*branch, target.value, ins->here);
     record_room(*branch, target);
-    record_branch(std::bit_cast<uint8_t>(*branch), target, choice.length, choice.serves_others);
+    record_branch(branch->traits, target, choice.length, choice.serves_others);
     if (choice.serves_others)
         record_jump(target.value, ins->here + choice.jump_offset);
     return emit_form(ins, choice);

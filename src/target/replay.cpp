@@ -21,7 +21,6 @@
 #include "target/branch_choice.h"
 #include "target/branch_record.h"
 #include <algorithm>
-#include <bit>
 #include <cstdlib>
 
 // Where a pass can be taken up again.
@@ -108,14 +107,14 @@ static bool move_to(uint32_t address)
 
 static bool is_call(const LayoutItem &item)
 {
-    const BranchKind kind = std::bit_cast<Branch>(item.detail).kind;
+    const BranchKind kind = Branch{item.detail}.kind();
     return item.step == LayoutStep::BRANCH &&
            (kind == BranchKind::CALL || kind == BranchKind::RELATIVE_CALL);
 }
 
 static BranchChoice choose_form(const LayoutItem &item, uint32_t here)
 {
-    return choose_branch_form(std::bit_cast<Branch>(item.detail), value_of(item), here);
+    return choose_branch_form(Branch{item.detail}, value_of(item), here);
 }
 
 static void take_branch(const LayoutItem &item)
@@ -310,32 +309,34 @@ static bool run_pass_from_head()
     return run_due_steps();
 }
 
-// What the pass has moved is read from here on by the steps above the one that sets it.
-static void find_due_steps()
+// What the pass has moved is read from here on by the steps above the one that sets it. Gives what
+// the state changes by.
+static uint64_t note_moved_cells()
 {
+    uint64_t change = 0;
     due = sets_cells_again ? ALL_STEPS : NO_READERS;
-    for (uint32_t cell = 0; cell < values.size(); ++cell) {
-        if (values[cell] == values_at_head[cell] || readers[cell].first >= setters[cell])
+    for (size_t cell = 0; cell < values.size(); ++cell) {
+        if (values[cell] == values_at_head[cell])
+            continue;
+        change += weights[cell] * (uint64_t{values[cell]} - values_at_head[cell]);
+        if (readers[cell].first >= setters[cell])
             continue;
         due.first = std::min(due.first, readers[cell].first);
         due.last = std::max(due.last, std::min(readers[cell].last, setters[cell]));
     }
+    return change;
+}
+
+// The first call that takes another form from where it stands is due, too.
+static void look_at_calls()
+{
     for (const WatchedCall &call : calls) {
         if (call.step >= due.first)
-            break;
+            return;
         const LayoutItem &item = layout_record.items[call.step];
-        current_section = layout_record.sections[item.section];
         if (choose_form(item, call.here).length != call.length)
             due = {call.step, std::max(due.last, call.step)};
     }
-}
-
-static uint64_t state_change()
-{
-    uint64_t change = 0;
-    for (size_t cell = 0; cell < values.size(); ++cell)
-        change += weights[cell] * (uint64_t{values[cell]} - values_at_head[cell]);
-    return change;
 }
 
 ReplayResult replay_pass(uint64_t *state)
@@ -345,8 +346,8 @@ ReplayResult replay_pass(uint64_t *state)
         values.swap(values_at_head);
         return complete ? ReplayResult::SETTLED : ReplayResult::DIVERGED;
     }
-    *state += state_change();
-    find_due_steps();
+    *state += note_moved_cells();
+    look_at_calls();
     return ReplayResult::MOVED;
 }
 

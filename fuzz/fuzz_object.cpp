@@ -1,6 +1,6 @@
 // Feeds damaged objects to the reader of nvobj8.
 
-#include "nvobj8/object_reader.h"
+#include "object/object_reader.h"
 #include <cstddef>
 #include <cstdint>
 

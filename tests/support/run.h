@@ -2,7 +2,7 @@
 // a temporary directory of its own, which is gone when the call returns.
 #pragma once
 
-#include "nvobj8/object_reader.h"
+#include "object/object_reader.h"
 #include <map>
 #include <string>
 #include <vector>

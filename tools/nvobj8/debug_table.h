@@ -1,7 +1,7 @@
 // The closing table of a .debug section: the symbols with their values, sizes and names.
 #pragma once
 
-#include "nvobj8/object_reader.h"
+#include "object/object_reader.h"
 #include <optional>
 
 struct DebugTableRow {

@@ -1,7 +1,7 @@
 // Prints an object file as text.
 #pragma once
 
-#include "nvobj8/object_reader.h"
+#include "object/object_reader.h"
 
 // Parts of the text, as asked for by the options.
 constexpr unsigned PRINT_HEAD = 0x01;

@@ -2,7 +2,7 @@
 // but through a span that take_area() or the head and table checks have cut to the file, and the
 // counts and sizes of the file only bound loops that also end with their span. Reading goes on
 // after a fault wherever what follows can still be found.
-#include "nvobj8/object_reader.h"
+#include "object/object_reader.h"
 
 #include "base/object_format.h"
 #include <algorithm>

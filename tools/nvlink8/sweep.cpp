@@ -1,0 +1,121 @@
+// Roots are the section of --entry and of every --undefined, absolute sections that have bytes (the
+// vectors), and what --keep names. From there the relocations lead on: by section or by the
+// definition that a symbol has in the end. *check* items keep nothing, as a field of their own goes
+// with them, and debug information keeps nothing, as it speaks of everything.
+#include "nvlink8/sweep.h"
+
+static constexpr uint32_t NO_PIECE = NONE;
+
+struct Sweeper {
+    const Options &options;
+    Program &program;
+    std::vector<uint32_t> reached; // pieces that are live and still to be followed
+};
+
+static void reach(Sweeper *sweeper, uint32_t number)
+{
+    if (number == NO_PIECE || sweeper->program.pieces[number].live)
+        return;
+    sweeper->program.pieces[number].live = true;
+    sweeper->reached.push_back(number);
+}
+
+static uint32_t piece_of_symbol(const Program &program, uint32_t number)
+{
+    if (number == NONE || program.symbols[number].origin != SymbolOrigin::OBJECT)
+        return NO_PIECE;
+    const Symbol &symbol = program.symbols[number];
+    const InputObject &input = program.objects[symbol.object];
+    const uint32_t section = input.object.symbols[symbol.record].section_number;
+    return section == 0 ? NO_PIECE : input.first_piece + section - 1;
+}
+
+static void reach_name(Sweeper *sweeper, const std::string &name)
+{
+    const auto found = sweeper->program.symbol_numbers.find(name);
+    if (found != sweeper->program.symbol_numbers.end())
+        reach(sweeper, piece_of_symbol(sweeper->program, found->second));
+}
+
+static bool is_root(const Options &options, const Program &program, const Piece &piece)
+{
+    const ObjectSection &section = section_of(program, piece);
+    const bool vectors = (section.attributes & SECATTR_ABS) &&
+                         (section.attributes & SECATTR_BSS) == 0 && section.size != 0;
+    return vectors ||
+           any_pattern_matches(options.keeps, program.objects[piece.object].name, section.name);
+}
+
+static void reach_roots(Sweeper *sweeper)
+{
+    for (uint32_t number = 0; number < sweeper->program.pieces.size(); ++number) {
+        const Piece &piece = sweeper->program.pieces[number];
+        if (piece.has_room && is_root(sweeper->options, sweeper->program, piece))
+            reach(sweeper, number);
+    }
+    if (!sweeper->options.entry.empty())
+        reach_name(sweeper, sweeper->options.entry);
+    for (const std::string &name : sweeper->options.undefined)
+        reach_name(sweeper, name);
+}
+
+static void follow(Sweeper *sweeper, const Piece &piece)
+{
+    const InputObject &input = sweeper->program.objects[piece.object];
+    const auto sections = static_cast<uint32_t>(input.object.sections.size());
+    for (const ObjectRelocation &relocation : section_of(sweeper->program, piece).relocations) {
+        const uint8_t kind = relocation.kind & static_cast<uint8_t>(~RELOC_KIND_MODIFIER);
+        if (kind == RK_CHECK || relocation.index == 0)
+            continue;
+        if (relocation.index <= sections)
+            reach(sweeper, input.first_piece + relocation.index - 1);
+        else
+            reach(sweeper, piece_of_symbol(sweeper->program,
+                                           input.symbols[relocation.index - sections - 1]));
+    }
+}
+
+// Absolute sections without bytes are names for places; they cost nothing and stay.
+static bool stays_anyway(const Program &program, const Piece &piece)
+{
+    return !piece.has_room || (section_of(program, piece).attributes & SECATTR_ABS);
+}
+
+static void note_dropped(const Program &program, Messages *messages)
+{
+    uint64_t bytes = 0;
+    uint64_t room = 0;
+    for (const Piece &piece : program.pieces) {
+        const ObjectSection &section = section_of(program, piece);
+        if (piece.live || section.size == 0)
+            continue;
+        add_note(messages, "dropped %s of %s, %u bytes", escaped(section.name).c_str(),
+                 program.objects[piece.object].name.c_str(), section.size);
+        (section.attributes & SECATTR_BSS ? room : bytes) += section.size;
+    }
+    add_note(messages, "--gc-sections saved %llu bytes stored and %llu bytes of variables",
+             static_cast<unsigned long long>(bytes), static_cast<unsigned long long>(room));
+}
+
+void sweep_sections(const Options &options, Program *program, Messages *messages)
+{
+    Sweeper sweeper{options, *program, {}};
+    for (Piece &piece : program->pieces)
+        piece.live = false;
+    reach_roots(&sweeper);
+    if (sweeper.reached.empty()) {
+        add_error(messages, "--gc-sections would drop everything: no absolute section has bytes; "
+                            "name a root with --entry or --keep");
+        for (Piece &piece : program->pieces)
+            piece.live = true;
+        return;
+    }
+    while (!sweeper.reached.empty()) {
+        const uint32_t number = sweeper.reached.back();
+        sweeper.reached.pop_back();
+        follow(&sweeper, program->pieces[number]);
+    }
+    for (Piece &piece : program->pieces)
+        piece.live = piece.live || stays_anyway(*program, piece);
+    note_dropped(*program, messages);
+}

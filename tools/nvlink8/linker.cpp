@@ -5,8 +5,10 @@
 #include "nvlink8/formats.h"
 #include "nvlink8/image.h"
 #include "nvlink8/load.h"
+#include "nvlink8/map_file.h"
 #include "nvlink8/placement.h"
 #include "nvlink8/relocate.h"
+#include "nvlink8/side_files.h"
 #include "nvlink8/sweep.h"
 #include "nvlink8/symbols.h"
 
@@ -27,6 +29,12 @@ static std::vector<FinishedFile> finish_files(const Options &options, const Prog
                                                    entry_address(options, program),
                                                    options.fill.value_or(0))});
     }
+    if (!options.map_path.empty())
+        files.push_back({options.map_path, map_text(options, program)});
+    if (!options.export_path.empty())
+        files.push_back({options.export_path, export_text(program)});
+    if (!options.depfile_path.empty())
+        files.push_back({options.depfile_path, depfile_text(options, program)});
     return files;
 }
 

@@ -88,14 +88,15 @@ wait_10ms:
 
         ifdef   DEBUG_UART
 
-; debug_puts: send a text, ending in a zero byte, and wait for it.
+; debug_puts: send a text, ending in a zero byte. Each character waits until the one before has left
+; the line; TC is set after a reset.
 ;   in:  X text
 ;   uses: A, X
 
 debug_puts:
         ld      a,(x)
         jreq    20$
-10$:    btjf    UART2_SR,#UART_SR_TXE,10$
+10$:    btjf    UART2_SR,#UART_SR_TC,10$
         ld      UART2_DR,a
         incw    x
         jra     debug_puts

@@ -31,6 +31,9 @@ have()
     clang)
         command -v clang++ >/dev/null
         ;;
+    sdcc-ucsim)
+        command -v sstm8 >/dev/null
+        ;;
     *)
         command -v "$1" >/dev/null
         ;;

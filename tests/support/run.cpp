@@ -217,7 +217,8 @@ Run run_program(const std::vector<std::string> &arguments, const std::vector<Sou
 
 Run run_shell(const std::string &command, const std::vector<SourceFile> &files)
 {
-    return run_in_directory("/bin/sh", {"-c", command}, files, {"NVASM8=" NVASM8_PROGRAM});
+    return run_in_directory("/bin/sh", {"-c", command}, files,
+                            {"NVASM8=" NVASM8_PROGRAM, "NVLINK8=" NVLINK8_PROGRAM});
 }
 
 Run run_viewer(const std::vector<std::string> &arguments, const std::vector<SourceFile> &files)

@@ -37,8 +37,8 @@ Run run_program(const std::vector<std::string> &arguments,
                 const std::vector<SourceFile> &files = {},
                 const std::vector<std::string> &environment = {});
 
-// A shell command, with the path of nvasm8 in $NVASM8: for what only the caller of a program can
-// arrange, as closed streams, limits, pipes and signals.
+// A shell command, with the paths of nvasm8 and nvlink8 in $NVASM8 and $NVLINK8: for what only the
+// caller of a program can arrange, as closed streams, limits, pipes and signals.
 Run run_shell(const std::string &command, const std::vector<SourceFile> &files = {});
 
 // nvobj8 in the same way.

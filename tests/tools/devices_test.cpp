@@ -98,3 +98,20 @@ TEST(Devices, LayoutsAreThoseOfTheDataSheets)
     }
     EXPECT_TRUE(unknown.empty()) << *unknown.begin();
 }
+
+TEST(Devices, PartNumbersFindTheClosestLayout)
+{
+    const std::vector<std::pair<std::string, std::string>> cases{
+        {"stm8s103f3p6", "stm8s103_3"},   {"STM8S103F2U6", "stm8s103f2"},
+        {"stm8s208sbt6", "stm8s208sb"},   {"stm8s208mbt6b", "stm8s208_b"},
+        {"stm8af6223aay", "stm8af6223a"}, {"stm8af6223pcx", "stm8af6223"},
+        {"stm8s105?6", "stm8s105_6"}};
+    for (const auto &[part, layout] : cases) {
+        auto run = run_shell("\"$NVASM8\" prog.s && \"$NVLINK8\" -L " + DEVICES.string() +
+                                 " --device '" + part + "' --depfile rule -o x.hex prog.o",
+                             {{"prog.s", " nop\n"}});
+        EXPECT_NE(run.files["rule"].find("/" + layout + ".layout"), std::string::npos)
+            << part << ": " << run.files["rule"] << run.err;
+    }
+    EXPECT_NE(run_shell("\"$NVLINK8\" --device stm8s1 -o x.hex prog.o").status, 0);
+}

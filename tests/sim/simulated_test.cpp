@@ -251,14 +251,22 @@ TEST_F(Simulated, ExampleI2cMissesItsSensor)
     EXPECT_EQ(dumped(outcome_of_example("i2c_master", alone), "00000"), "02 ");
 }
 
-// The simulator's ret loses the page, so the far sections are placed in page 0. The effect runs
-// once and then the program waits for the button, which is down.
+// The simulator's ret loses the page, so the far sections are placed in page 0 to run. The effect
+// runs once, and then the program waits for the button, which is down. Where they belong they are
+// looked at: the vectors lead there, and the entry jumps there.
 TEST_F(Simulated, ExampleFarCodeRunsAFrame)
 {
     Simulation near;
     near.link_options = "--place far_text,far_const=0xA000";
     near.commands = "step 50 ms\ndump /h rom 0 3";
     EXPECT_EQ(dumped(outcome_of_example("far_code", near), "00000"), "01 01 00 00 ");
+    Simulation far;
+    far.device = "stm8s208mb";
+    far.chip = "S208";
+    far.commands = "dump /h rom 0x8000 0x8003\nbreak 0x10000\nstep 1 ms\nstate";
+    const Outcome outcome = outcome_of_example("far_code", far);
+    EXPECT_EQ(dumped(outcome, "08000"), "82 00 80 80 ");
+    EXPECT_NE(outcome.text.find("PC= 0x010000"), std::string::npos) << outcome.text;
 }
 
 TEST_F(Simulated, ExampleSchedulerTurnsAmber)

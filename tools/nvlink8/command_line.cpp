@@ -491,8 +491,7 @@ static void check_options(const Options &options, Messages *messages)
         add_error(messages, "no output; name it with -o FILE");
 }
 
-Task read_command_line(std::span<const std::string> arguments, Options *options,
-                       Messages *messages)
+Task read_command_line(std::span<const std::string> arguments, Options *options, Messages *messages)
 {
     options->regions = {
         {"zpage", {0x00, 0xFF}, true, {}},

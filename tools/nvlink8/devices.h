@@ -4,9 +4,10 @@
 #include <string>
 #include <vector>
 
-// The layout for a part number, which may be longer than the name of the layout that serves it. Looks
-// into `directories`, then where nvlink8 is installed; the first directory with a match counts. Of
-// several the longest name wins, and of these the one with the fewest "_". Empty if there is none.
+// The layout for a part number, which may be longer than the name of the layout that serves it.
+// Looks into `directories`, then where nvlink8 is installed; the first directory with a match
+// counts. Of several the longest name wins, and of these the one with the fewest "_". Empty if
+// there is none.
 std::string find_device(const std::vector<std::string> &directories, const std::string &part);
 
 struct DeviceName {

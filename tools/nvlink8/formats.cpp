@@ -67,9 +67,9 @@ static std::string intel_hex(const Image &image, std::optional<uint32_t> entry)
     for (const Segment &segment : image)
         append_hex_segment(&file, segment, &upper);
     if (entry) {
-        const uint8_t bytes[] = {
-            static_cast<uint8_t>(*entry >> 24), static_cast<uint8_t>(*entry >> 16),
-            static_cast<uint8_t>(*entry >> 8), static_cast<uint8_t>(*entry)};
+        const uint8_t bytes[] = {static_cast<uint8_t>(*entry >> 24),
+                                 static_cast<uint8_t>(*entry >> 16),
+                                 static_cast<uint8_t>(*entry >> 8), static_cast<uint8_t>(*entry)};
         append_hex_record(&file, 0, HexRecord::START, bytes);
     }
     append_hex_record(&file, 0, HexRecord::END, {});
@@ -104,7 +104,8 @@ static std::string s_records(const Image &image, std::optional<uint32_t> entry)
     const uint32_t highest = std::max(highest_address(image), entry.value_or(0));
     const size_t address_size = highest > 0xFFFFFF ? 4 : highest > 0xFFFF ? 3 : 2;
     std::string file;
-    append_s_record(&file, '0', 2, 0, {reinterpret_cast<const uint8_t *>(HEADER.data()), HEADER.size()});
+    append_s_record(&file, '0', 2, 0,
+                    {reinterpret_cast<const uint8_t *>(HEADER.data()), HEADER.size()});
     for (const Segment &segment : image) {
         const Bytes bytes = segment.bytes;
         for (size_t at = 0; at < bytes.size(); at += LINE_BYTES) {

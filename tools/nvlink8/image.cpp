@@ -14,7 +14,7 @@ static void copy_block(const Program &program, const Block &block, Image *image)
     segment.address = block.loaded_apart ? block.load_address : block.address;
     segment.bytes.reserve(block.size);
     for (const uint32_t number : block.pieces) {
-        const Piece &piece = program.pieces[number];
+        const InputSection &piece = program.pieces[number];
         segment.bytes.resize(piece.offset); // what `even` leaves between pieces is 0
         const std::vector<uint8_t> &contents = section_of(program, piece).contents;
         segment.bytes.insert(segment.bytes.end(), contents.begin(), contents.end());
@@ -29,9 +29,8 @@ static uint64_t end_of(const Segment &segment)
 // Sorts the segments and joins those that touch.
 static void settle(Image *image)
 {
-    std::stable_sort(image->begin(), image->end(), [](const Segment &a, const Segment &b) {
-        return a.address < b.address;
-    });
+    std::stable_sort(image->begin(), image->end(),
+                     [](const Segment &a, const Segment &b) { return a.address < b.address; });
     Image joined;
     for (Segment &segment : *image) {
         if (segment.bytes.empty())
@@ -108,7 +107,8 @@ static std::vector<uint8_t> bytes_of_range(const Image &image, AddressRange rang
         const uint64_t first = std::max(segment.address, range.first);
         const uint64_t end = std::min(end_of(segment), uint64_t{range.last} + 1);
         if (first < end) {
-            const auto begin = segment.bytes.begin() + static_cast<ptrdiff_t>(first - segment.address);
+            const auto begin =
+                segment.bytes.begin() + static_cast<ptrdiff_t>(first - segment.address);
             bytes.insert(bytes.end(), begin, begin + static_cast<ptrdiff_t>(end - first));
         }
     }
@@ -180,9 +180,10 @@ Image select_regions(const Options &options, const Image &image,
             const uint64_t end = std::min(end_of(segment), uint64_t{region->range.last} + 1);
             if (first >= end)
                 continue;
-            const auto begin = segment.bytes.begin() + static_cast<ptrdiff_t>(first - segment.address);
-            selected.push_back(
-                {static_cast<uint32_t>(first), {begin, begin + static_cast<ptrdiff_t>(end - first)}});
+            const auto begin =
+                segment.bytes.begin() + static_cast<ptrdiff_t>(first - segment.address);
+            selected.push_back({static_cast<uint32_t>(first),
+                                {begin, begin + static_cast<ptrdiff_t>(end - first)}});
         }
     }
     settle(&selected);

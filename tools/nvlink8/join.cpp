@@ -34,8 +34,8 @@ static RuleMatch find_rule(const Options &options, bool load, const std::string 
             continue;
         for (uint32_t p = 0; p < rule.patterns.size(); ++p) {
             const int precision = precision_of(rule.patterns[p]);
-            const bool better = precision > best.precision ||
-                                (precision == best.precision && best.rule != r);
+            const bool better =
+                precision > best.precision || (precision == best.precision && best.rule != r);
             if (better && pattern_matches(rule.patterns[p], file, section))
                 best = {r, p, precision};
         }
@@ -58,9 +58,8 @@ static uint32_t add_block(Joiner *joiner, const std::string &file, const ObjectS
     const RuleMatch place = find_rule(joiner->options, false, file, section.name);
     const RuleMatch load = find_rule(joiner->options, true, file, section.name);
     const bool absolute = section.attributes & SECATTR_ABS;
-    const bool apart =
-        place.rule != NONE &&
-        !joiner->options.places[place.rule].patterns[place.pattern].file.empty();
+    const bool apart = place.rule != NONE &&
+                       !joiner->options.places[place.rule].patterns[place.pattern].file.empty();
     const auto number = static_cast<uint32_t>(joiner->program.blocks.size());
     if (!absolute) {
         const BlockKey key{section.name, apart ? place.rule : NONE, apart ? place.pattern : NONE};
@@ -94,7 +93,7 @@ static constexpr std::array<ClashingAttribute, 3> CLASHING_ATTRIBUTES = {{
 static void compare_attributes(Joiner *joiner, const Block &block, const std::string &file,
                                const ObjectSection &section)
 {
-    const Piece &first = joiner->program.pieces[block.pieces.front()];
+    const InputSection &first = joiner->program.pieces[block.pieces.front()];
     const uint8_t attributes = section_of(joiner->program, first).attributes;
     for (const auto &[bit, name] : CLASHING_ATTRIBUTES) {
         if (((attributes ^ section.attributes) & bit) == 0)
@@ -111,7 +110,7 @@ static void compare_attributes(Joiner *joiner, const Block &block, const std::st
 
 static void add_piece(Joiner *joiner, uint32_t number)
 {
-    Piece &piece = joiner->program.pieces[number];
+    InputSection &piece = joiner->program.pieces[number];
     const ObjectSection &section = section_of(joiner->program, piece);
     const std::string &file = joiner->program.objects[piece.object].name;
     piece.block = add_block(joiner, file, section);
@@ -132,7 +131,7 @@ static void align_blocks(Joiner *joiner)
 {
     for (Block &block : joiner->program.blocks) {
         for (const AlignRule &rule : joiner->options.alignments) {
-            const Piece &first = joiner->program.pieces[block.pieces.front()];
+            const InputSection &first = joiner->program.pieces[block.pieces.front()];
             const std::string &file = joiner->program.objects[first.object].name;
             if (pattern_matches(rule.pattern, file, block.name))
                 block.alignment = std::max(block.alignment, rule.alignment);
@@ -143,7 +142,7 @@ static void align_blocks(Joiner *joiner)
 static bool is_overlaid(const Joiner &joiner, const Block &block,
                         const std::vector<SectionPattern> &patterns)
 {
-    const Piece &first = joiner.program.pieces[block.pieces.front()];
+    const InputSection &first = joiner.program.pieces[block.pieces.front()];
     return any_pattern_matches(patterns, joiner.program.objects[first.object].name, block.name);
 }
 
@@ -158,8 +157,7 @@ static void overlay_blocks(Joiner *joiner, const std::vector<SectionPattern> &pa
         if (block.absolute || block.overlay != NONE || !is_overlaid(*joiner, block, patterns))
             continue;
         members.push_back(number);
-        if (leader == NONE ||
-            (blocks[leader].place_rule == NONE && block.place_rule != NONE))
+        if (leader == NONE || (blocks[leader].place_rule == NONE && block.place_rule != NONE))
             leader = number;
     }
     for (const uint32_t member : members)

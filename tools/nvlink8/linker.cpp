@@ -1,5 +1,5 @@
-// The stages of a link, in their order. A stage that finds errors doesn't keep the next from looking
-// for more, as long as that can tell anything true.
+// The stages of a link, in their order. A stage that finds errors doesn't keep the next from
+// looking for more, as long as that can tell anything true.
 #include "nvlink8/linker.h"
 
 #include "nvlink8/formats.h"
@@ -25,9 +25,9 @@ static std::vector<FinishedFile> finish_files(const Options &options, const Prog
     std::vector<FinishedFile> files;
     for (const OutputFile &output : options.outputs) {
         const Image selected = select_regions(options, image, output.only);
-        files.push_back({output.path, format_image(selected, output.format,
-                                                   entry_address(options, program),
-                                                   options.fill.value_or(0))});
+        files.push_back(
+            {output.path, format_image(selected, output.format, entry_address(options, program),
+                                       options.fill.value_or(0))});
     }
     if (!options.map_path.empty())
         files.push_back({options.map_path, map_text(options, program)});

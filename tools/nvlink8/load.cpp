@@ -45,8 +45,8 @@ static void add_candidate(std::vector<Candidate> *candidates, const std::string 
     if (!object.problems.empty())
         return;
     if (object.machine != MACHINE || object.machine_variant != MACHINE_VARIANT) {
-        add_error(messages, "%s: made for machine %u, variant %u; the STM8 is %u, %u",
-                  name.c_str(), object.machine, object.machine_variant, MACHINE, MACHINE_VARIANT);
+        add_error(messages, "%s: made for machine %u, variant %u; the STM8 is %u, %u", name.c_str(),
+                  object.machine, object.machine_variant, MACHINE, MACHINE_VARIANT);
         return;
     }
     candidates->push_back(std::move(candidate));
@@ -174,7 +174,7 @@ static void add_object(Program *program, InputObject input)
     const auto object = static_cast<uint32_t>(program->objects.size());
     input.first_piece = static_cast<uint32_t>(program->pieces.size());
     for (uint32_t number = 1; number <= input.object.sections.size(); ++number) {
-        Piece piece;
+        InputSection piece;
         piece.object = object;
         piece.number = number;
         piece.has_room = takes_room(input.object.sections[number - 1].name);

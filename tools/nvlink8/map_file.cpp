@@ -85,7 +85,7 @@ static void append_sections(const Program &program, std::string *map)
             *map += text(", stored at %06x", block->load_address);
         *map += '\n';
         for (const uint32_t number : block->pieces) {
-            const Piece &piece = program.pieces[number];
+            const InputSection &piece = program.pieces[number];
             *map += text("  %06x  %8u      %s\n", piece.address, section_of(program, piece).size,
                          program.objects[piece.object].name.c_str());
         }
@@ -111,7 +111,7 @@ static std::string owner(const Program &program, const Symbol &symbol)
 }
 
 // The piece that the symbol lies in, null for a number or a bit.
-static const Piece *piece_of(const Program &program, const Symbol &symbol)
+static const InputSection *piece_of(const Program &program, const Symbol &symbol)
 {
     if (symbol.origin != SymbolOrigin::OBJECT || (symbol.attributes & ATTR_BIT))
         return nullptr;
@@ -123,18 +123,18 @@ static const Piece *piece_of(const Program &program, const Symbol &symbol)
 // Symbols of dropped sections have no address.
 static bool is_in_program(const Program &program, const Symbol &symbol)
 {
-    const Piece *piece = piece_of(program, symbol);
+    const InputSection *piece = piece_of(program, symbol);
     return symbol.origin != SymbolOrigin::UNDEFINED &&
            (piece == nullptr || (piece->live && piece->has_room));
 }
 
 static void measure_symbols(const Program &program, std::vector<MapSymbol> *symbols)
 {
-    const Piece *piece_behind = nullptr;
+    const InputSection *piece_behind = nullptr;
     uint64_t next = 0;
     for (size_t i = symbols->size(); i > 0; --i) {
         MapSymbol &entry = (*symbols)[i - 1];
-        const Piece *piece = piece_of(program, *entry.symbol);
+        const InputSection *piece = piece_of(program, *entry.symbol);
         if (piece == nullptr)
             continue;
         const uint64_t end = uint64_t{piece->address} + section_of(program, *piece).size;
@@ -211,7 +211,7 @@ static void append_dropped(const Program &program, std::string *map)
 {
     uint64_t total = 0;
     std::string lines;
-    for (const Piece &piece : program.pieces) {
+    for (const InputSection &piece : program.pieces) {
         const ObjectSection &section = section_of(program, piece);
         if (piece.live || section.size == 0)
             continue;

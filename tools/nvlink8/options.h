@@ -77,8 +77,8 @@ struct InputName {
 struct Options {
     std::vector<InputName> inputs;
     std::vector<OutputFile> outputs;
-    std::vector<Region> regions; // the defaults first
-    bool regions_given = false;  // by --region or --device: no longer a guess at the chip
+    std::vector<Region> regions;   // the defaults first
+    bool regions_given = false;    // by --region or --device: no longer a guess at the chip
     std::vector<PlaceRule> places; // and loads
     std::vector<std::vector<SectionPattern>> overlays;
     std::vector<SectionPattern> keeps;

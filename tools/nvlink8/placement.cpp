@@ -1,7 +1,7 @@
-// Blocks are laid out from what is fixed to what is free: absolute sections, then --place and --load
-// with an address, then those into regions in the order of the command line, then all others by
-// their attributes. Each takes the first gap that holds it. Run and load addresses are one space: a
-// section that runs in RAM and is stored in flash takes both.
+// Blocks are laid out from what is fixed to what is free: absolute sections, then --place and
+// --load with an address, then those into regions in the order of the command line, then all others
+// by their attributes. Each takes the first gap that holds it. Run and load addresses are one
+// space: a section that runs in RAM and is stored in flash takes both.
 #include "nvlink8/placement.h"
 
 #include "nvlink8/image.h"
@@ -36,7 +36,8 @@ static uint64_t aligned(uint64_t address, uint64_t alignment)
 
 static bool crosses_page(uint64_t address, uint64_t size)
 {
-    return size != 0 && size <= PAGE_SIZE && address / PAGE_SIZE != (address + size - 1) / PAGE_SIZE;
+    return size != 0 && size <= PAGE_SIZE &&
+           address / PAGE_SIZE != (address + size - 1) / PAGE_SIZE;
 }
 
 // What of the taken begins last within or before the stretch and reaches into it, or end().
@@ -70,7 +71,7 @@ static std::optional<uint64_t> first_gap(const Placer &placer, uint64_t first, u
 
 static std::string title(const Placer &placer, const Block &block)
 {
-    const Piece &first = placer.program.pieces[block.pieces.front()];
+    const InputSection &first = placer.program.pieces[block.pieces.front()];
     std::string result = "section " + escaped(block.name);
     if (block.absolute || block.apart)
         result += " of " + placer.program.objects[first.object].name;
@@ -164,16 +165,16 @@ static void check_regions(Placer *placer, const Block &block, uint64_t first, ui
         if (block.absolute && (block.attributes & SECATTR_BSS))
             return;
         auto report = placer->options.regions_given ? add_error : add_warning;
-        report(&placer->messages, "%s, 0x%llx-0x%llx, lies in no region; --region NAME=RANGE makes one",
+        report(&placer->messages,
+               "%s, 0x%llx-0x%llx, lies in no region; --region NAME=RANGE makes one",
                title(*placer, block).c_str(), static_cast<unsigned long long>(first),
                static_cast<unsigned long long>(first + size - 1));
         return;
     }
     uint64_t next = uint64_t{region->range.last} + 1;
     while (next < first + size) {
-        const Region *follower = next > ADDRESS_MAX
-                                     ? nullptr
-                                     : region_at(placer->options, static_cast<uint32_t>(next));
+        const Region *follower =
+            next > ADDRESS_MAX ? nullptr : region_at(placer->options, static_cast<uint32_t>(next));
         if (follower == nullptr) {
             report_overflow(placer, *region, first + size - next);
             return;
@@ -271,7 +272,8 @@ static void place_at(Placer *placer, const PlaceRule &rule, uint32_t number, uin
     uint64_t address = aligned(*next, alignment);
     if (in_page && crosses_page(address, size)) {
         if (first) {
-            add_error(&placer->messages, "%s: %s, %llu bytes of code, would cross a boundary of 64 KiB",
+            add_error(&placer->messages,
+                      "%s: %s, %llu bytes of code, would cross a boundary of 64 KiB",
                       rule.origin.c_str(), title(*placer, block).c_str(),
                       static_cast<unsigned long long>(size));
         } else {
@@ -307,7 +309,8 @@ static bool place_in_region(Placer *placer, uint32_t number, const Region &regio
     Block &block = placer->program.blocks[number];
     const uint64_t size = load ? block.size : run_room(*placer, number);
     const uint64_t alignment = load ? 1 : run_alignment(*placer, number);
-    const auto floor = placer->floors[static_cast<size_t>(&region - placer->options.regions.data())];
+    const auto floor =
+        placer->floors[static_cast<size_t>(&region - placer->options.regions.data())];
     auto address = first_gap(*placer, floor, region.range.last, size, alignment,
                              !load && is_page_bound(block));
     // What has no size needs no room.
@@ -440,13 +443,14 @@ static void report_unplaced(Placer *placer)
             report_overflow(placer, region, needed - free);
             continue;
         }
-        add_error(&placer->messages,
-                  "region %s, 0x%x-0x%x, has %llu bytes free, but no gap where the %llu bytes of %s "
-                  "can go",
-                  region.name.c_str(), region.range.first, region.range.last,
-                  static_cast<unsigned long long>(free),
-                  static_cast<unsigned long long>(blocks.front()->size),
-                  title(*placer, *blocks.front()).c_str());
+        add_error(
+            &placer->messages,
+            "region %s, 0x%x-0x%x, has %llu bytes free, but no gap where the %llu bytes of %s "
+            "can go",
+            region.name.c_str(), region.range.first, region.range.last,
+            static_cast<unsigned long long>(free),
+            static_cast<unsigned long long>(blocks.front()->size),
+            title(*placer, *blocks.front()).c_str());
     }
 }
 
@@ -501,7 +505,7 @@ static void place_pieces(Program *program)
 {
     for (const Block &block : program->blocks) {
         for (const uint32_t number : block.pieces) {
-            Piece &piece = program->pieces[number];
+            InputSection &piece = program->pieces[number];
             piece.address = block.address + piece.offset;
         }
     }

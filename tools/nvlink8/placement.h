@@ -14,7 +14,7 @@ bool place_sections(const Options &options, Program *program, Messages *messages
 // What is added to a value that counts from a section of an object, by the section's number.
 inline uint32_t piece_base(const Program &program, uint32_t object, uint32_t section)
 {
-    const Piece &piece = program.pieces[program.objects[object].first_piece + section - 1];
+    const InputSection &piece = program.pieces[program.objects[object].first_piece + section - 1];
     return piece.address - section_of(program, piece).address;
 }
 

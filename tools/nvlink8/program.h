@@ -15,18 +15,18 @@ constexpr uint32_t NONE = UINT32_MAX;
 
 // An object file of the run. Filled by load; symbols by symbols.
 struct InputObject {
-    std::string name; // as messages call it: "main.o", "lib.a(crc.o)"
+    std::string name;      // as messages call it: "main.o", "lib.a(crc.o)"
     std::string pulled_by; // of an archive's member: the symbol that it was wanted for, and by whom
     ObjectFile object;
     uint32_t first_piece = 0;      // of section 1
     std::vector<uint32_t> symbols; // for each symbol record its Symbol, or NONE
 };
 
-// One section of one object. Made by load; placed with its block.
-struct Piece {
+// One section of one object, a piece of a block. Made by load; placed with its block.
+struct InputSection {
     uint32_t object = 0;
-    uint32_t number = 0; // of the section, from 1
-    bool live = true;    // not dropped by sweep
+    uint32_t number = 0;  // of the section, from 1
+    bool live = true;     // not dropped by sweep
     bool has_room = true; // false for texts and debug information, which aren't in the image
     uint32_t block = NONE;
     uint32_t offset = 0;  // in the block
@@ -71,14 +71,14 @@ struct Symbol {
 struct Program {
     std::vector<InputObject> objects; // in the order of the command line
     std::vector<std::string> input_paths;
-    std::vector<Piece> pieces;
+    std::vector<InputSection> pieces;
     std::vector<Symbol> symbols;
     std::unordered_map<std::string_view, uint32_t> symbol_numbers;
     std::deque<std::string> names; // that no object holds
     std::vector<Block> blocks;
 };
 
-inline const ObjectSection &section_of(const Program &program, const Piece &piece)
+inline const ObjectSection &section_of(const Program &program, const InputSection &piece)
 {
     return program.objects[piece.object].object.sections[piece.number - 1];
 }

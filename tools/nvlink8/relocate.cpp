@@ -1,6 +1,6 @@
 // The meaning of each kind of relocation stands in docs/object-format.md. The fields of bytes and
 // words hold the low bits of an addend and nothing else of it is known, so a value fits if either
-// reading of the addend, as it stands or as a negative number, gives one that fits.
+// reading of the addend, without a sign or with one, gives one that fits.
 #include "nvlink8/relocate.h"
 
 #include "nvlink8/placement.h"
@@ -20,7 +20,7 @@ struct Target {
 struct PieceRelocator {
     Program &program;
     Messages &messages;
-    const Piece &piece;
+    const InputSection &piece;
     const InputObject &input;
     ObjectSection &section;
 };
@@ -81,16 +81,16 @@ static std::string place_text(const PieceRelocator &relocator, const ObjectReloc
                 index_name(relocator.input.object, relocation.index).c_str());
 }
 
-// Whether base + addend lies between both ends, for one reading of an addend of `bits` bits.
+// Whether base + addend lies between both ends. The addend has `bits` bits; with the highest set it
+// may be a negative number as well.
 static bool fits(uint32_t base, uint32_t addend, uint32_t bits, int64_t first, int64_t last)
 {
-    // An absolute symbol may be a negative number.
-    const auto start = static_cast<int64_t>(static_cast<int32_t>(base));
-    for (const int64_t reading : {int64_t{addend}, int64_t{addend} - (int64_t{1} << bits)}) {
-        if (start + reading >= first && start + reading <= last)
-            return true;
-    }
-    return false;
+    // An absolute symbol may be a negative number, too.
+    const int64_t value = int64_t{static_cast<int32_t>(base)} + addend;
+    const int64_t negative = value - (int64_t{1} << bits);
+    const bool ambiguous = addend >> (bits - 1) & 1;
+    return (value >= first && value <= last) ||
+           (ambiguous && negative >= first && negative <= last);
 }
 
 static void store(PieceRelocator *relocator, uint32_t offset, uint32_t size, uint32_t value)
@@ -254,7 +254,7 @@ static void relocate_item(PieceRelocator *relocator, const ObjectRelocation &rel
 
 void relocate(Program *program, Messages *messages)
 {
-    for (const Piece &piece : program->pieces) {
+    for (const InputSection &piece : program->pieces) {
         if (!piece.live || !piece.has_room)
             continue;
         InputObject &input = program->objects[piece.object];

@@ -19,7 +19,7 @@ static bool is_exported(const Program &program, const Symbol &symbol)
     const uint32_t section = input.object.symbols[symbol.record].section_number;
     if (section == 0)
         return true;
-    const Piece &piece = program.pieces[input.first_piece + section - 1];
+    const InputSection &piece = program.pieces[input.first_piece + section - 1];
     return piece.live && piece.has_room;
 }
 

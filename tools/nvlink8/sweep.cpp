@@ -37,7 +37,7 @@ static void reach_name(Sweeper *sweeper, const std::string &name)
         reach(sweeper, piece_of_symbol(sweeper->program, found->second));
 }
 
-static bool is_root(const Options &options, const Program &program, const Piece &piece)
+static bool is_root(const Options &options, const Program &program, const InputSection &piece)
 {
     const ObjectSection &section = section_of(program, piece);
     const bool vectors = (section.attributes & SECATTR_ABS) &&
@@ -49,7 +49,7 @@ static bool is_root(const Options &options, const Program &program, const Piece 
 static void reach_roots(Sweeper *sweeper)
 {
     for (uint32_t number = 0; number < sweeper->program.pieces.size(); ++number) {
-        const Piece &piece = sweeper->program.pieces[number];
+        const InputSection &piece = sweeper->program.pieces[number];
         if (piece.has_room && is_root(sweeper->options, sweeper->program, piece))
             reach(sweeper, number);
     }
@@ -59,7 +59,7 @@ static void reach_roots(Sweeper *sweeper)
         reach_name(sweeper, name);
 }
 
-static void follow(Sweeper *sweeper, const Piece &piece)
+static void follow(Sweeper *sweeper, const InputSection &piece)
 {
     const InputObject &input = sweeper->program.objects[piece.object];
     const auto sections = static_cast<uint32_t>(input.object.sections.size());
@@ -76,7 +76,7 @@ static void follow(Sweeper *sweeper, const Piece &piece)
 }
 
 // Absolute sections without bytes are names for places; they cost nothing and stay.
-static bool stays_anyway(const Program &program, const Piece &piece)
+static bool stays_anyway(const Program &program, const InputSection &piece)
 {
     return !piece.has_room || (section_of(program, piece).attributes & SECATTR_ABS);
 }
@@ -85,7 +85,7 @@ static void note_dropped(const Program &program, Messages *messages)
 {
     uint64_t bytes = 0;
     uint64_t room = 0;
-    for (const Piece &piece : program.pieces) {
+    for (const InputSection &piece : program.pieces) {
         const ObjectSection &section = section_of(program, piece);
         if (piece.live || section.size == 0)
             continue;
@@ -100,13 +100,13 @@ static void note_dropped(const Program &program, Messages *messages)
 void sweep_sections(const Options &options, Program *program, Messages *messages)
 {
     Sweeper sweeper{options, *program, {}};
-    for (Piece &piece : program->pieces)
+    for (InputSection &piece : program->pieces)
         piece.live = false;
     reach_roots(&sweeper);
     if (sweeper.reached.empty()) {
         add_error(messages, "--gc-sections would drop everything: no absolute section has bytes; "
                             "name a root with --entry or --keep");
-        for (Piece &piece : program->pieces)
+        for (InputSection &piece : program->pieces)
             piece.live = true;
         return;
     }
@@ -115,7 +115,7 @@ void sweep_sections(const Options &options, Program *program, Messages *messages
         sweeper.reached.pop_back();
         follow(&sweeper, program->pieces[number]);
     }
-    for (Piece &piece : program->pieces)
+    for (InputSection &piece : program->pieces)
         piece.live = piece.live || stays_anyway(*program, piece);
     note_dropped(*program, messages);
 }

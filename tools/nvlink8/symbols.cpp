@@ -62,8 +62,9 @@ static void define_from_object(Program *program, uint32_t object, uint32_t recor
         if (weak)
             return;
         if (!symbol.weak) {
-            add_error(messages, "%s: symbol %s is defined here and in %s; one of them is to be "
-                                "renamed, or made weak by wdef",
+            add_error(messages,
+                      "%s: symbol %s is defined here and in %s; one of them is to be "
+                      "renamed, or made weak by wdef",
                       input.name.c_str(), escaped(symbol.name).c_str(),
                       definition_place(*program, symbol).c_str());
             return;
@@ -105,8 +106,8 @@ static constexpr std::array<ComparedAttribute, 3> COMPARED_ATTRIBUTES = {{
 }};
 
 // A use of more than the definition promises is an error. One of less is right as it stands, as its
-// fields are checked; the declaration may only cost bytes, or a reach that callf would have. Numbers
-// are neither here nor there, but for bits.
+// fields are checked; the declaration may only cost bytes, or a reach that callf would have. A
+// number has no place, so that only whether it is a bit is compared.
 static void compare_attributes(const Program &program, const InputObject &input,
                                const ObjectSymbol &use, const Symbol &symbol, Messages *messages)
 {
@@ -120,10 +121,9 @@ static void compare_attributes(const Program &program, const InputObject &input,
             add_error(messages, "%s: symbol %s is %s%s here, but %s%s in %s, which defines it",
                       input.name.c_str(), escaped(symbol.name).c_str(), used ? "" : "not ", claim,
                       defined ? "" : "not ", claim, place.c_str());
-        } else {
+        } else if ((symbol.attributes & ATTR_BIT) == 0) {
             add_warning(messages, "%s: symbol %s is declared as no %s, but is one in %s",
-                        input.name.c_str(), escaped(symbol.name).c_str(), claim + 2,
-                        place.c_str());
+                        input.name.c_str(), escaped(symbol.name).c_str(), claim + 2, place.c_str());
         }
     }
 }
@@ -177,8 +177,8 @@ static std::string without_dots(const std::string &section)
     return section.substr(std::min(section.find_first_not_of('.'), section.size()));
 }
 
-// The names of the sections that may be asked about: those of the objects, those of the options, and
-// those that every source has.
+// The names of the sections that may be asked about: those of the objects, those of the options,
+// and those that every source has.
 static std::vector<std::string> section_names(const Options &options, const Program &program)
 {
     std::vector<std::string> names = {".text", ".data", ".bss", ".bsct", ".ubsct"};
@@ -228,7 +228,8 @@ void make_section_symbols(const Options &options, Program *program, Messages *me
     for (const Block &block : program->blocks) {
         const auto [other, added] = sections.try_emplace(without_dots(block.name), block.name);
         if (!added && other->second != block.name) {
-            add_error(messages, "sections %s and %s would both have __start_%s; one is to be renamed",
+            add_error(messages,
+                      "sections %s and %s would both have __start_%s; one is to be renamed",
                       escaped(other->second).c_str(), escaped(block.name).c_str(),
                       escaped(other->first).c_str());
         }

@@ -1,5 +1,5 @@
-// Undefined names, with all their uses and the defined name that is nearest in writing. Only uses in
-// what takes room count: debug information may speak of anything.
+// Undefined names, with all their uses and the defined name that is nearest in writing. Only uses
+// in what takes room count: debug information may speak of anything.
 #include "nvlink8/symbols.h"
 
 #include <algorithm>
@@ -13,7 +13,7 @@ static bool is_undefined(const Program &program, uint32_t symbol)
     return symbol != NONE && program.symbols[symbol].origin == SymbolOrigin::UNDEFINED;
 }
 
-static void find_uses_in(const Program &program, const Piece &piece, Uses *uses)
+static void find_uses_in(const Program &program, const InputSection &piece, Uses *uses)
 {
     const InputObject &input = program.objects[piece.object];
     const ObjectSection &section = section_of(program, piece);
@@ -38,7 +38,7 @@ static void find_uses_in(const Program &program, const Piece &piece, Uses *uses)
 static Uses find_uses(const Program &program)
 {
     Uses uses;
-    for (const Piece &piece : program.pieces) {
+    for (const InputSection &piece : program.pieces) {
         if (piece.live && piece.has_room)
             find_uses_in(program, piece, &uses);
     }
@@ -92,8 +92,7 @@ static void report_name(const Program &program, const std::string &name, const s
     // A search through all names for an error that isn't printed would only take time.
     const std::string_view near =
         messages->errors.size() < ERRORS_PRINTED_MAX ? near_name(program, name) : "";
-    const std::string hint =
-        near.empty() ? "" : "; is " + escaped(near) + " meant?";
+    const std::string hint = near.empty() ? "" : "; is " + escaped(near) + " meant?";
     add_error(messages, "undefined symbol %s: %s%s", escaped(name).c_str(), uses.c_str(),
               hint.c_str());
 }

@@ -1,6 +1,6 @@
 // An @ file holds what could stand on the command line: words between blanks and ends of lines, "#"
-// at the start of a word begins a comment, quotes of either kind hold blanks. Its paths are relative
-// to the file itself, so that a layout works from wherever it is used.
+// at the start of a word begins a comment, quotes of either kind hold blanks. Its paths are
+// relative to the file itself, so that a layout works from wherever it is used.
 #include "nvlink8/words.h"
 
 #include "nvlink8/input.h"

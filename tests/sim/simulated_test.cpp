@@ -98,10 +98,11 @@ static Outcome outcome_of_example(const std::string &name, Simulation simulation
 // The line of a dump that begins with the address.
 static std::string dumped(const Outcome &outcome, const std::string &address)
 {
-    const size_t at = outcome.text.find("\n0x" + address + " ");
+    const std::string text = "\n" + outcome.text;
+    const size_t at = text.find("\n0x" + address + " ");
     if (at == std::string::npos)
-        return outcome.text;
-    const std::string line = outcome.text.substr(at + 9, outcome.text.find('\n', at + 1) - at - 9);
+        return text;
+    const std::string line = text.substr(at + 9, text.find('\n', at + 1) - at - 9);
     return line.substr(line.find_first_not_of(' '), line.find_last_of(' ') + 1);
 }
 

@@ -49,6 +49,15 @@ void add_note(Messages *messages, const char *format, ...)
     va_end(arguments);
 }
 
+static void print_list(const char *what, const std::vector<std::string> &list)
+{
+    const size_t printed = std::min(list.size(), MESSAGES_PRINTED_MAX);
+    for (size_t i = 0; i < printed; ++i)
+        std::fprintf(stderr, "nvlink8: %s: %s\n", what, list[i].c_str());
+    if (printed < list.size())
+        std::fprintf(stderr, "nvlink8: %zu %ss more are not shown\n", list.size() - printed, what);
+}
+
 void print_messages(const Messages &messages, bool verbose)
 {
     if (verbose) {
@@ -56,13 +65,6 @@ void print_messages(const Messages &messages, bool verbose)
             std::printf("%s\n", note.c_str());
         std::fflush(stdout);
     }
-    for (const std::string &warning : messages.warnings)
-        std::fprintf(stderr, "nvlink8: warning: %s\n", warning.c_str());
-    const size_t printed = std::min(messages.errors.size(), ERRORS_PRINTED_MAX);
-    for (size_t i = 0; i < printed; ++i)
-        std::fprintf(stderr, "nvlink8: error: %s\n", messages.errors[i].c_str());
-    if (printed < messages.errors.size()) {
-        std::fprintf(stderr, "nvlink8: %zu errors more are not shown\n",
-                     messages.errors.size() - printed);
-    }
+    print_list("warning", messages.warnings);
+    print_list("error", messages.errors);
 }

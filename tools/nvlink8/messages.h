@@ -12,8 +12,8 @@ struct Messages {
     std::vector<std::string> notes; // for --verbose
 };
 
-// The most errors that are printed; of the rest only the number.
-constexpr size_t ERRORS_PRINTED_MAX = 50;
+// The most errors that are printed, and the most warnings; of the rest only the number.
+constexpr size_t MESSAGES_PRINTED_MAX = 50;
 
 [[gnu::format(printf, 2, 3)]] void add_error(Messages *messages, const char *format, ...);
 [[gnu::format(printf, 2, 3)]] void add_warning(Messages *messages, const char *format, ...);

@@ -91,7 +91,7 @@ static void report_name(const Program &program, const std::string &name, const s
 {
     // A search through all names for an error that isn't printed would only take time.
     const std::string_view near =
-        messages->errors.size() < ERRORS_PRINTED_MAX ? near_name(program, name) : "";
+        messages->errors.size() < MESSAGES_PRINTED_MAX ? near_name(program, name) : "";
     const std::string hint = near.empty() ? "" : "; is " + escaped(near) + " meant?";
     add_error(messages, "undefined symbol %s: %s%s", escaped(name).c_str(), uses.c_str(),
               hint.c_str());

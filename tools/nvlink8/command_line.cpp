@@ -102,6 +102,7 @@ static void read_place_rule(Reader *reader, const Given &given, bool load)
     }
     rule.origin = given.word.origin.empty() ? "" : given.word.origin + ": ";
     rule.origin += std::string(given.name) + " " + given.word.text;
+    rule.from_file = !given.word.origin.empty();
     reader->options.places.push_back(std::move(rule));
 }
 
@@ -351,16 +352,29 @@ static void take_version(Reader *reader, const Given &)
 
 static void read_words(Reader *reader);
 
+// The directories of -L, those that come behind the place where the reader is, too.
+static std::vector<std::string> all_directories(const Reader &reader)
+{
+    std::vector<std::string> directories = reader.options.library_directories;
+    for (size_t i = reader.next; i < reader.words.size(); ++i) {
+        const Word &word = reader.words[i];
+        if (word.text == "-L" && i + 1 < reader.words.size())
+            directories.push_back(path_of(reader.words[i + 1], reader.words[i + 1].text));
+        else if (word.text.starts_with("-L") && word.text.size() > 2)
+            directories.push_back(path_of(word, word.text.substr(2)));
+    }
+    return directories;
+}
+
 // The words of the layout are read in the place of the option.
 static void take_device(Reader *reader, const Given &given)
 {
     Options &options = reader->options;
-    options.device = given.word.text;
     if (given.word.text == "help") {
         reader->task = Task::LIST_DEVICES;
         return;
     }
-    const std::string path = find_device(options.library_directories, given.word.text);
+    const std::string path = find_device(all_directories(*reader), given.word.text);
     if (path.empty()) {
         refuse(reader, given, "no layout of this name; --device help lists those there are");
         return;
@@ -400,7 +414,7 @@ static constexpr OptionRow OPTION_ROWS[] = {
     {"--map", "FILE", take_map, "writes a map of the program"},
     {"--export", "FILE", take_export, "writes the public symbols as --define lines"},
     {"--depfile", "FILE", take_depfile, "writes a dependency rule for make"},
-    {"--verbose", nullptr, take_verbose, "tells what was dropped, pulled and placed"},
+    {"--verbose", nullptr, take_verbose, "tells what was pulled and dropped"},
     {"--help", nullptr, take_help, "prints this text"},
     {"--version", nullptr, take_version, "prints the version"},
 };
@@ -501,7 +515,7 @@ Task read_command_line(std::span<const std::string> arguments, Options *options,
     Reader reader{*options, *messages, {}, 0, {}, {}, Task::LINK};
     reader.words = expand_words(arguments, messages, &options->option_files);
     read_words(&reader);
-    if (reader.task == Task::LINK)
+    if (reader.task == Task::LINK && messages->errors.empty())
         check_options(*options, messages);
     return reader.task;
 }

@@ -164,6 +164,30 @@ static void overlay_blocks(Joiner *joiner, const std::vector<SectionPattern> &pa
         blocks[member].overlay = leader;
 }
 
+static bool has_effect(const Program &program, uint32_t rule, uint32_t pattern)
+{
+    return std::any_of(program.blocks.begin(), program.blocks.end(), [&](const Block &block) {
+        return (block.place_rule == rule && block.place_pattern == pattern) ||
+               (block.load_rule == rule && block.load_pattern == pattern);
+    });
+}
+
+// A slip in a name on the command line. Layouts may well speak of sections that a program lacks.
+static void warn_of_idle_rules(const Joiner &joiner)
+{
+    const std::vector<PlaceRule> &rules = joiner.options.places;
+    for (uint32_t r = 0; r < rules.size(); ++r) {
+        for (uint32_t p = 0; p < rules[r].patterns.size() && !rules[r].from_file; ++p) {
+            const std::string &section = rules[r].patterns[p].section;
+            if (section.find_first_of("*?") == std::string::npos &&
+                !has_effect(joiner.program, r, p)) {
+                add_warning(&joiner.messages, "%s: no section %s is placed by it",
+                            rules[r].origin.c_str(), section.c_str());
+            }
+        }
+    }
+}
+
 void join_sections(const Options &options, Program *program, Messages *messages)
 {
     Joiner joiner{options, *program, *messages, {}};
@@ -174,4 +198,5 @@ void join_sections(const Options &options, Program *program, Messages *messages)
     align_blocks(&joiner);
     for (const auto &patterns : options.overlays)
         overlay_blocks(&joiner, patterns);
+    warn_of_idle_rules(joiner);
 }

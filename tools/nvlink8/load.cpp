@@ -198,7 +198,12 @@ void load_inputs(const Options &options, Program *program, Messages *messages)
     }
     choose_members(options, &candidates);
     for (Candidate &candidate : candidates) {
-        if (candidate.joined)
-            add_object(program, std::move(candidate.input));
+        if (!candidate.joined)
+            continue;
+        if (candidate.member) {
+            add_note(messages, "pulled %s for %s", candidate.input.name.c_str(),
+                     candidate.input.pulled_by.c_str());
+        }
+        add_object(program, std::move(candidate.input));
     }
 }

@@ -40,6 +40,7 @@ struct PlaceRule {
     std::vector<SectionPattern> patterns;
     Where where;
     std::string origin; // for messages: "--place .text=flash", with the file that says so
+    bool from_file = false;
 };
 
 struct AlignRule {
@@ -90,7 +91,6 @@ struct Options {
     std::vector<std::string> library_directories;
     std::vector<std::string> option_files; // @ files and device layouts, for the dependency rule
     std::string entry;
-    std::string device;
     std::string map_path;
     std::string export_path;
     std::string depfile_path;

@@ -4,6 +4,7 @@
 
 #include "nvlink8/image.h"
 #include "nvlink8/messages.h"
+#include "nvlink8/symbols.h"
 #include <algorithm>
 
 using Range = std::pair<uint64_t, uint64_t>; // first, end
@@ -98,34 +99,12 @@ struct MapSymbol {
     uint64_t size = 0; // up to the next symbol or the end of its section; 0 for numbers
 };
 
-static std::string owner(const Program &program, const Symbol &symbol)
-{
-    switch (symbol.origin) {
-    case SymbolOrigin::OBJECT:
-        return program.objects[symbol.object].name;
-    case SymbolOrigin::COMMAND_LINE:
-        return "--define";
-    default:
-        return "made by the linker";
-    }
-}
-
-// The piece that the symbol lies in, null for a number or a bit.
+// The section that the symbol names a byte of, null for a number or a bit.
 static const InputSection *piece_of(const Program &program, const Symbol &symbol)
 {
-    if (symbol.origin != SymbolOrigin::OBJECT || (symbol.attributes & ATTR_BIT))
-        return nullptr;
-    const InputObject &input = program.objects[symbol.object];
-    const uint32_t section = input.object.symbols[symbol.record].section_number;
-    return section == 0 ? nullptr : &program.pieces[input.first_piece + section - 1];
-}
-
-// Symbols of dropped sections have no address.
-static bool is_in_program(const Program &program, const Symbol &symbol)
-{
-    const InputSection *piece = piece_of(program, symbol);
-    return symbol.origin != SymbolOrigin::UNDEFINED &&
-           (piece == nullptr || (piece->live && piece->has_room));
+    const uint32_t section = section_of_symbol(program, symbol);
+    const bool byte = section != NONE && (symbol.attributes & ATTR_BIT) == 0;
+    return byte ? &program.pieces[section] : nullptr;
 }
 
 static void measure_symbols(const Program &program, std::vector<MapSymbol> *symbols)
@@ -169,7 +148,7 @@ static void append_symbol_lines(const Program &program, const std::vector<MapSym
     for (const MapSymbol &entry : symbols) {
         const Symbol &symbol = *entry.symbol;
         *map += text("  %06x  %-24s %s%s%s\n", symbol.value, escaped(symbol.name).c_str(),
-                     owner(program, symbol).c_str(), symbol.weak ? ", weak" : "",
+                     definition_place(program, symbol).c_str(), symbol.weak ? ", weak" : "",
                      symbol.attributes & ATTR_BIT ? ", bit" : "");
     }
 }
@@ -191,7 +170,7 @@ static void append_symbols(const Program &program, std::string *map)
     for (size_t i = 0; i < std::min(symbols.size(), SHOWN_MAX) && symbols[i].size != 0; ++i) {
         *map += text("  %8llu  %-24s %s\n", static_cast<unsigned long long>(symbols[i].size),
                      escaped(symbols[i].symbol->name).c_str(),
-                     owner(program, *symbols[i].symbol).c_str());
+                     definition_place(program, *symbols[i].symbol).c_str());
     }
 }
 

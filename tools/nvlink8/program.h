@@ -87,3 +87,21 @@ inline bool has_bytes(const Block &block)
 {
     return (block.attributes & SECATTR_BSS) == 0 && block.size != 0;
 }
+
+// The section that the symbol's definition lies in, NONE for a number or what no object defines.
+inline uint32_t section_of_symbol(const Program &program, const Symbol &symbol)
+{
+    if (symbol.origin != SymbolOrigin::OBJECT)
+        return NONE;
+    const InputObject &input = program.objects[symbol.object];
+    const uint32_t section = input.object.symbols[symbol.record].section_number;
+    return section == 0 ? NONE : input.first_piece + section - 1;
+}
+
+// Whether the symbol has its value in the end: not if its section was dropped or takes no room.
+inline bool is_in_program(const Program &program, const Symbol &symbol)
+{
+    const uint32_t section = section_of_symbol(program, symbol);
+    return symbol.origin != SymbolOrigin::UNDEFINED &&
+           (section == NONE || (program.pieces[section].live && program.pieces[section].has_room));
+}

@@ -53,7 +53,7 @@ static Target symbol_target(const PieceRelocator &relocator, uint32_t index)
     if (number == NONE)
         return target;
     const Symbol &symbol = relocator.program.symbols[number];
-    target.known = symbol.origin != SymbolOrigin::UNDEFINED;
+    target.known = is_in_program(relocator.program, symbol);
     target.base = symbol.value;
     target.zero_page = record.attrs & ATTR_ZPAGE;
     target.bit = record.attrs & ATTR_BIT;

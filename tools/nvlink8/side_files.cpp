@@ -13,14 +13,7 @@ static std::string quoted(std::string_view name)
 
 static bool is_exported(const Program &program, const Symbol &symbol)
 {
-    if (symbol.origin != SymbolOrigin::OBJECT)
-        return false;
-    const InputObject &input = program.objects[symbol.object];
-    const uint32_t section = input.object.symbols[symbol.record].section_number;
-    if (section == 0)
-        return true;
-    const InputSection &piece = program.pieces[input.first_piece + section - 1];
-    return piece.live && piece.has_room;
+    return symbol.origin == SymbolOrigin::OBJECT && is_in_program(program, symbol);
 }
 
 std::string export_text(const Program &program)

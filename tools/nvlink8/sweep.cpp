@@ -4,8 +4,6 @@
 // with them, and debug information keeps nothing, as it speaks of everything.
 #include "nvlink8/sweep.h"
 
-static constexpr uint32_t NO_PIECE = NONE;
-
 struct Sweeper {
     const Options &options;
     Program &program;
@@ -14,7 +12,7 @@ struct Sweeper {
 
 static void reach(Sweeper *sweeper, uint32_t number)
 {
-    if (number == NO_PIECE || sweeper->program.pieces[number].live)
+    if (number == NONE || sweeper->program.pieces[number].live)
         return;
     sweeper->program.pieces[number].live = true;
     sweeper->reached.push_back(number);
@@ -22,12 +20,7 @@ static void reach(Sweeper *sweeper, uint32_t number)
 
 static uint32_t piece_of_symbol(const Program &program, uint32_t number)
 {
-    if (number == NONE || program.symbols[number].origin != SymbolOrigin::OBJECT)
-        return NO_PIECE;
-    const Symbol &symbol = program.symbols[number];
-    const InputObject &input = program.objects[symbol.object];
-    const uint32_t section = input.object.symbols[symbol.record].section_number;
-    return section == 0 ? NO_PIECE : input.first_piece + section - 1;
+    return number == NONE ? NONE : section_of_symbol(program, program.symbols[number]);
 }
 
 static void reach_name(Sweeper *sweeper, const std::string &name)

@@ -76,8 +76,10 @@ static void add_input(std::vector<Candidate> *candidates, const std::string &pat
 static std::string library_path(const Options &options, const std::string &name, Messages *messages)
 {
     for (const std::string &directory : options.library_directories) {
-        const std::string path =
-            directory + (directory.ends_with('/') ? "" : "/") + "lib" + name + ".a";
+        std::string path = directory;
+        path += directory.ends_with('/') ? "lib" : "/lib";
+        path += name;
+        path += ".a";
         if (input_exists(path))
             return path;
     }

@@ -58,7 +58,7 @@ void add_directives(std::span<const DirectiveRow> rows)
 
 static bool overrides_keyword(const Keyword *keyword)
 {
-    return (keyword->flags & KW_MACRO) && keyword->argument != 0;
+    return keyword->shadow != nullptr;
 }
 
 static Keyword *keyword_in(const NameIndex<Keyword>::Slot *slot)

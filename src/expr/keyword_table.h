@@ -55,7 +55,7 @@ struct Keyword {
         const OpcodeEntry *opcodes; // with KW_INSTRUCTION: the first row of the mnemonic
         BodyLine *body;             // with KW_MACRO: the stored lines, null while it is empty
     };
-    uint8_t argument; // for the action; of a macro: 1 if it overrides an older keyword of its name
+    uint8_t argument; // for the action
     uint8_t name_length;
     uint16_t flags;     // KW_ bits
     char *name;         // in lower case, no end mark; inside the record

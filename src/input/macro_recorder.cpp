@@ -108,7 +108,7 @@ static void free_retired_bodies()
 void undo_macros()
 {
     visit_macros([](Keyword *keyword) {
-        if (keyword->argument == 0)
+        if (keyword->shadow == nullptr)
             return;
         free_body(keyword->body);
         undo_macro(keyword);
@@ -189,7 +189,6 @@ static void macro_directive(const Statement &statement)
         shadow_keyword(keyword);
         keyword->flags = KW_MACRO;
         keyword->body = nullptr;
-        keyword->argument = 1;
     }
     body_tail = keyword->flags & KW_MACRO ? &keyword->body : &discarded_body;
     skip_blanks();

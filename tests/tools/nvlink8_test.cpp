@@ -243,6 +243,9 @@ TEST(GarbageCollection, KeepsWhatRootsReach)
               "8000: 00 00 80 04 cd 80 07 81");
     EXPECT_EQ(image({" nop\n", " xdef go\ngo: rim\n"}, "--gc-sections --entry go"), "8000: 9a");
     EXPECT_EQ(image({" nop\nk: section\n dc.b 7\n"}, "--gc-sections --keep k"), "8000: 07");
+    EXPECT_EQ(image({" ldw x,#__start_t\n xref __start_t\n", "t: section\n dc.w 1\n"},
+                    "--gc-sections --keep .text"),
+              "8000: ae 80 03 00 01");
     EXPECT_EQ(first_error({" nop\n"}, "--gc-sections").substr(0, 36),
               "--gc-sections would drop everything:");
 }
@@ -300,6 +303,13 @@ TEST(Errors, NamePlaceValueAndRemedy)
         {{" nop\n"},
          "--place .text=rom",
          "--place .text=rom: there is no region rom; --region rom=START-END makes it"},
+        {{" nop\nk: section code\n ret\n"},
+         "--overlay .text,k",
+         "section k shares 0x8000 by --overlay with section .text, and both are stored there; "
+         "--load k=flash stores it elsewhere"},
+        {{" nop\n"}, "--checksum sum=0x8000+1@0x300", "--checksum: 0x300 lies in RAM"},
+        {{" nop\n"}, "--map ./x.hex", "the output ./x.hex would be written over x.hex"},
+        {{" nop\n"}, "--export a.o a.o", "the output a.o would be written over a.o"},
         {{" nop\n"}, "--define v=010", "--define v=010: expected NAME=VALUE"},
         {{" nop\n"}, "--frob", "unknown option --frob; --help lists the options"},
     };

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <numeric>
 #include <tuple>
 
 // Which rule holds for a section, and by which of its patterns.
@@ -134,7 +135,7 @@ static void align_blocks(Joiner *joiner)
             const InputSection &first = joiner->program.pieces[block.pieces.front()];
             const std::string &file = joiner->program.objects[first.object].name;
             if (pattern_matches(rule.pattern, file, block.name))
-                block.alignment = std::max(block.alignment, rule.alignment);
+                block.alignment = std::lcm(block.alignment, rule.alignment);
         }
     }
 }

@@ -12,6 +12,9 @@
 #include "nvlink8/sweep.h"
 #include "nvlink8/symbols.h"
 
+#include <filesystem>
+#include <system_error>
+
 static std::optional<uint32_t> entry_address(const Options &options, const Program &program)
 {
     if (options.entry.empty())
@@ -38,12 +41,43 @@ static std::vector<FinishedFile> finish_files(const Options &options, const Prog
     return files;
 }
 
+static bool is_same_file(const std::string &one, const std::string &other)
+{
+    std::error_code absent;
+    return std::filesystem::path(one).lexically_normal() ==
+               std::filesystem::path(other).lexically_normal() ||
+           std::filesystem::equivalent(one, other, absent);
+}
+
+// No output falls on a file that the run reads, or on another output.
+static void check_outputs(const Options &options, const Program &program, Messages *messages)
+{
+    std::vector<std::string> others = program.input_paths;
+    others.insert(others.end(), options.option_files.begin(), options.option_files.end());
+    std::vector<std::string> outputs;
+    for (const OutputFile &output : options.outputs)
+        outputs.push_back(output.path);
+    for (const std::string &path : {options.map_path, options.export_path, options.depfile_path}) {
+        if (!path.empty())
+            outputs.push_back(path);
+    }
+    for (const std::string &output : outputs) {
+        for (const std::string &other : others) {
+            if (is_same_file(output, other))
+                add_error(messages, "the output %s would be written over %s", output.c_str(),
+                          other.c_str());
+        }
+        others.push_back(output);
+    }
+}
+
 std::vector<FinishedFile> link_program(const Options &options, Messages *messages)
 {
     Program program;
     load_inputs(options, &program, messages);
     if (!messages->errors.empty())
         return {};
+    check_outputs(options, program, messages);
     resolve_symbols(options, &program, messages);
     if (options.collect_garbage)
         sweep_sections(options, &program, messages);

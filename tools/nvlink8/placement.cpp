@@ -476,6 +476,46 @@ static void check_bytes_in_ram(Placer *placer)
     }
 }
 
+static bool is_stored_in_place(const Block &block)
+{
+    return block.placed && has_bytes(block) && !block.loaded_apart;
+}
+
+// What shares a run address can't be stored there as well, but for one section.
+static void check_stored_overlays(Placer *placer)
+{
+    std::map<uint32_t, const Block *> stored; // by the first section of the overlay
+    for (const Block &block : placer->program.blocks) {
+        if (block.overlay == NONE || !is_stored_in_place(block) || block.size == 0)
+            continue;
+        const auto [other, first] = stored.try_emplace(block.overlay, &block);
+        if (!first) {
+            add_error(
+                &placer->messages,
+                "%s shares 0x%x by --overlay with %s, and both are stored there; --load %s=flash "
+                "stores it elsewhere",
+                title(*placer, block).c_str(), block.address,
+                title(*placer, *other->second).c_str(), block.name.c_str());
+        }
+    }
+}
+
+// A checksum is stored, and taken, where the chip keeps what is stored.
+static void check_checksums(Placer *placer)
+{
+    for (const ChecksumRule &rule : placer->options.checksums) {
+        for (const uint32_t address : {rule.address, rule.range.first, rule.range.last}) {
+            const Region *region = region_at(placer->options, address);
+            if (region != nullptr && !region->ram)
+                continue;
+            auto report =
+                region != nullptr || placer->options.regions_given ? add_error : add_warning;
+            report(&placer->messages, "--checksum: 0x%x lies in %s", address,
+                   region != nullptr ? "RAM" : "no region; --region NAME=RANGE makes one");
+        }
+    }
+}
+
 static void check_stack(Placer *placer)
 {
     const Region *ram = find_region(placer->options, "ram");
@@ -525,6 +565,8 @@ bool place_sections(const Options &options, Program *program, Messages *messages
     load_defaults(&placer);
     report_unplaced(&placer);
     check_bytes_in_ram(&placer);
+    check_stored_overlays(&placer);
+    check_checksums(&placer);
     check_stack(&placer);
     place_pieces(program);
     return placer.complete;

@@ -1,8 +1,12 @@
 // Roots are the section of --entry and of every --undefined, absolute sections that have bytes (the
 // vectors), and what --keep names. From there the relocations lead on: by section or by the
-// definition that a symbol has in the end. *check* items keep nothing, as a field of their own goes
-// with them, and debug information keeps nothing, as it speaks of everything.
+// definition that a symbol has in the end; the start or end of a section leads to all of it.
+// *check* items keep nothing, as a field of their own goes with them, and debug information keeps
+// nothing, as it speaks of everything.
 #include "nvlink8/sweep.h"
+
+#include <algorithm>
+#include <string_view>
 
 struct Sweeper {
     const Options &options;
@@ -52,6 +56,41 @@ static void reach_roots(Sweeper *sweeper)
         reach_name(sweeper, name);
 }
 
+// The section whose start, end, size or load address a name asks for, without its leading dots; or
+// nothing.
+static std::string_view section_asked_for(std::string_view name)
+{
+    for (const std::string_view prefix : {"__start_", "__end_", "__size_", "__load_"}) {
+        if (name.starts_with(prefix))
+            return name.substr(prefix.size());
+    }
+    return {};
+}
+
+// Tables that are gathered from many files are known by their ends alone.
+static void reach_section(Sweeper *sweeper, std::string_view wanted)
+{
+    for (uint32_t number = 0; number < sweeper->program.pieces.size(); ++number) {
+        const InputSection &piece = sweeper->program.pieces[number];
+        std::string_view name = section_of(sweeper->program, piece).name;
+        name.remove_prefix(std::min(name.find_first_not_of('.'), name.size()));
+        if (piece.has_room && name == wanted)
+            reach(sweeper, number);
+    }
+}
+
+static void follow_symbol(Sweeper *sweeper, uint32_t number)
+{
+    if (number == NONE)
+        return;
+    const Symbol &symbol = sweeper->program.symbols[number];
+    const std::string_view wanted = section_asked_for(symbol.name);
+    if (!wanted.empty() && symbol.origin != SymbolOrigin::OBJECT)
+        reach_section(sweeper, wanted);
+    else
+        reach(sweeper, section_of_symbol(sweeper->program, symbol));
+}
+
 static void follow(Sweeper *sweeper, const InputSection &piece)
 {
     const InputObject &input = sweeper->program.objects[piece.object];
@@ -63,8 +102,7 @@ static void follow(Sweeper *sweeper, const InputSection &piece)
         if (relocation.index <= sections)
             reach(sweeper, input.first_piece + relocation.index - 1);
         else
-            reach(sweeper, piece_of_symbol(sweeper->program,
-                                           input.symbols[relocation.index - sections - 1]));
+            follow_symbol(sweeper, input.symbols[relocation.index - sections - 1]);
     }
 }
 

@@ -49,7 +49,8 @@ struct WatchedCall {
 
 // What is known of the cells, and their values at the head of the pass and now.
 static std::vector<Readers> readers;
-static std::vector<uint32_t> setters; // the step that sets the cell, UINT32_MAX for none
+constexpr uint32_t NO_STEP = UINT32_MAX;
+static std::vector<uint32_t> setters; // the step that sets the cell, or NO_STEP
 static std::vector<uint64_t> weights; // what a cell adds to the state, times its value
 static std::vector<uint32_t> values_at_head;
 static std::vector<uint32_t> values;
@@ -255,14 +256,14 @@ static void note_reader(uint32_t cell, uint32_t step)
 
 static void note_setter(uint32_t cell, uint32_t step)
 {
-    sets_cells_again = sets_cells_again || setters[cell] != UINT32_MAX;
+    sets_cells_again = sets_cells_again || setters[cell] != NO_STEP;
     setters[cell] = step;
 }
 
 static void index_steps()
 {
     readers.assign(values.size(), NO_READERS);
-    setters.assign(values.size(), UINT32_MAX);
+    setters.assign(values.size(), NO_STEP);
     calls.clear();
     sets_cells_again = false;
     for (uint32_t step = 0; step < layout_record.items.size(); ++step) {
@@ -370,8 +371,10 @@ void check_replay()
     begin_replay_from(layout_record.starts);
     bool same = run_pass_from_head();
     for (size_t cell = 0; cell < values.size(); ++cell) {
-        // ATTR_CODE also comes from bases that had it at once, which no step tells.
-        if (layout_record.symbols[cell] != nullptr && !layout_record.holds_code[cell])
+        // What no step sets came to its value in the recorded pass and stays. ATTR_CODE also comes
+        // from bases that had it at once, which no step tells.
+        const bool is_set = setters[cell] != NO_STEP && layout_record.symbols[cell] != nullptr;
+        if (is_set && !layout_record.holds_code[cell])
             same = same && values[cell] == layout_record.values[cell];
     }
     if (!same)

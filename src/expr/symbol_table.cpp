@@ -111,8 +111,8 @@ static Symbol *find_by_hash(std::string_view name, uint64_t last)
 static Symbol *find_shortest(std::string_view name)
 {
     constexpr uint32_t MASK = (1 << SHORTEST_BITS) - 1;
-    const auto first = static_cast<uint32_t>(name.front());
-    const auto second = static_cast<uint32_t>(name.back());
+    const uint32_t first = static_cast<unsigned char>(name.front());
+    const uint32_t second = static_cast<unsigned char>(name.back());
     Symbol *&place = shortest_symbols[(first & MASK) << SHORTEST_BITS | (second & MASK)];
     const uint64_t last = last_word(name);
     // One and two characters never make the same word.

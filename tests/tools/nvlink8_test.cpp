@@ -26,7 +26,9 @@ static Run link_sources(const Sources &sources, const std::string &arguments,
     for (size_t i = 0; i < sources.size(); ++i)
         objects += std::string(" ") + static_cast<char>('a' + i) + ".o";
     const bool named = arguments.find(".o") != std::string::npos;
-    return run_after_assembly(sources, preparation + "\n\"$NVLINK8\" -o x.hex " + arguments +
+    const bool has_output = arguments.find("-o x.hex") != std::string::npos;
+    return run_after_assembly(sources, preparation + "\n\"$NVLINK8\" " +
+                                           (has_output ? "" : "-o x.hex ") + arguments +
                                            (named ? "" : objects));
 }
 

@@ -60,9 +60,7 @@ constexpr uint8_t ID_CALL = mnemonic_number("call");
 constexpr uint8_t ID_CALLR = mnemonic_number("callr");
 constexpr uint8_t ID_JP = mnemonic_number("jp");
 constexpr uint8_t ID_JPF = mnemonic_number("jpf");
-constexpr uint8_t ID_JRA = mnemonic_number("jra");
 constexpr uint8_t ID_JRF = mnemonic_number("jrf");
-constexpr uint8_t ID_JRT = mnemonic_number("jrt");
 
 static bool is_in_section(const ExprValue &target)
 {

@@ -287,10 +287,13 @@ static void report_changed_name(const char *name)
 // Makes an open file the current input.
 static void enter_file(std::FILE *file, const char *opened_name)
 {
+    // Made first: memory may end here, and then the present file must not stand on the stack as
+    // well.
+    SourceReader *reader = open_reader(file);
     if (current_file != nullptr || current_expansion != nullptr)
         push_input();
     ++open_files;
-    current_file = open_reader(file);
+    current_file = reader;
     current_opened_name = opened_name;
     current_expansion = nullptr;
     note_input(opened_name);

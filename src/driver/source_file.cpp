@@ -18,6 +18,7 @@
 #include "listing/listing.h"
 #include "listing/side_outputs.h"
 #include "output/debug_info.h"
+#include "output/layout_record.h"
 #include "output/object_file.h"
 #include "output/resolver.h"
 #include "output/section_table.h"
@@ -200,6 +201,7 @@ int32_t assemble_source_file()
 
 void forget_source_file()
 {
+    drop_layout_record();
     forget_macros();
     reset_symbols();
 }

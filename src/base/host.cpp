@@ -146,9 +146,9 @@ std::optional<std::vector<std::string>> subdirectories(const char *path)
         [](mode_t mode) { return S_ISDIR(mode); });
 }
 
-// Matches the whole of `name`. On a mismatch after a "*" the star takes one character more; only
-// the last star ever has to be tried again.
-static bool matches_pattern(std::string_view name, std::string_view pattern)
+// On a mismatch after a "*" the star takes one character more; only the last star ever has to be
+// tried again.
+bool matches_pattern(std::string_view name, std::string_view pattern)
 {
     size_t n = 0;
     size_t p = 0;

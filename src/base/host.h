@@ -7,6 +7,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // Joins an include path and a file name, and marks a name as rooted when it stands first.
@@ -34,6 +35,10 @@ Opening open_for_reading(const char *path, std::FILE **file);
 // Names of the directories that lie in `path`, in byte order: no name with a leading ".", no
 // symbolic link. Empty when the directory may not be read, nothing when the host failed to tell.
 std::optional<std::vector<std::string>> subdirectories(const char *path);
+
+// Whether the whole of the name fits the pattern, in which "*" stands for any characters and "?"
+// for one.
+bool matches_pattern(std::string_view name, std::string_view pattern);
 
 // Names of the regular files in `directory` ("" is the working directory) that match `pattern` by
 // the shell's rules for "*" and "?", in byte order. A leading "." must be written out. Empty and

@@ -60,6 +60,11 @@ constexpr uint8_t SHORT_LENGTH = 2;
 constexpr uint8_t JP_LENGTH = 3;
 constexpr uint8_t JPF_LENGTH = 4;
 
+inline uint8_t short_length(Branch branch)
+{
+    return static_cast<uint8_t>(SHORT_LENGTH + branch.operand_bytes());
+}
+
 // Whether a branch of `length` bytes reaches the target.
 inline bool is_near(uint32_t here, uint32_t target, uint32_t length)
 {
@@ -80,7 +85,7 @@ inline BranchChoice as_written(uint8_t length, bool serves_others)
 
 inline BranchChoice choose_conditional(Branch branch, uint32_t target, uint32_t here)
 {
-    const auto length = static_cast<uint8_t>(SHORT_LENGTH + branch.operand_bytes());
+    const uint8_t length = short_length(branch);
     if (branch.has(Branch::LOCAL) && is_near(here, target, length))
         return as_written(length, false);
     uint32_t hop;

@@ -5,11 +5,25 @@
 // pass is taken back.
 //
 // Nor does a pass need every step. One that comes before all readers of what the pass before has
-// moved does what it did then, so the pass begins at the first of these readers, with the sizes and
-// jumps of a checkpoint. Calls, which programs are full of, are only watched. As long as none of
+// moved does what it did then, so the pass begins at the first of these readers. As long as none of
 // the steps concerned has a location, as in a chain of equates, the pass also ends at the last of
-// them. When one with a location turns up after all, the pass begins again at a checkpoint, with
-// the values at its head: a step that runs twice would otherwise read what steps below it have set.
+// them. When one with a location turns up after all, the pass begins again at its run, with the
+// values at its head: a step that runs twice would otherwise read what steps below it have set.
+//
+// And most of what comes below only moves. Once some hundred bytes have gone above, the labels
+// ahead look too far from all but the shortest branches, as they did in the pass before, and the
+// branches back keep their distances. A run of steps is passed over, its labels moved as they are,
+// if nothing can tell this pass in it from the one before:
+//
+// - it moves towards the head of the section or not at all, and each label ahead is still near or
+//   still far;
+// - as many bytes above it as a branch reaches back all move by the same distance: the branches
+// back
+//   and the places of hops are what they were;
+// - a jump to a label ahead goes by the value from the pass before. That lies behind all branches
+//   that may hop through the jump, now and when the run was run last, so they don't mistake it for
+//   a label that they have passed; and two labels ahead never have one value. Then what a branch
+//   hops through doesn't depend on values at all.
 
 #include "target/replay.h"
 
@@ -20,62 +34,76 @@
 #include "output/section_table.h"
 #include "target/branch_choice.h"
 #include "target/branch_record.h"
+#include "target/layout_runs.h"
 #include <algorithm>
 #include <cstdlib>
 
-// Where a pass can be taken up again.
-struct Checkpoint {
-    size_t jumps;
-    std::vector<uint32_t> sizes; // of the sections, by number
-};
-static std::vector<Checkpoint> checkpoints;
-constexpr size_t CHECKPOINT_STEPS = 512;
+// More than a branch reaches back, to a label or to a jump.
+constexpr uint32_t REACH_BACK = 128;
 
-// Which steps read a cell: the first and the last of them, or of several cells.
-struct Readers {
-    uint32_t first;
-    uint32_t last;
-};
-constexpr Readers NO_READERS = {UINT32_MAX, 0};
-constexpr Readers ALL_STEPS = {0, UINT32_MAX};
+// A jump that lies less than this above a branch may be near enough to hop to.
+constexpr int32_t HOP_REACH = REACH_BACK - SHORT_LENGTH + 1;
 
-// A call, whose form depends on the distance alone and matters to no other step. As long as it
-// stays where it is and its form is what it was, it isn't run, wherever its target moves.
-struct WatchedCall {
-    uint32_t step;
-    uint32_t here;
-    uint8_t length;
-};
+// Below this no distance between two places of a section is taken for one the other way.
+constexpr uint32_t PASSED_OVER_SIZE_MAX = 1U << 30;
 
-// What is known of the cells, and their values at the head of the pass and now.
-static std::vector<Readers> readers;
-constexpr uint32_t NO_STEP = UINT32_MAX;
-static std::vector<uint32_t> setters; // the step that sets the cell, or NO_STEP
-static std::vector<uint64_t> weights; // what a cell adds to the state, times its value
+// What the pass at hand knows of a section.
+struct Track {
+    uint32_t pass;       // number of the replayed pass that this is about
+    bool notes_jumps;    // the jumps that the next step may hop through are recorded
+    uint32_t apart_from; // from this least place on no jump goes by a value that may be mistaken,
+    uint32_t even_from;  // and all has moved by the same distance
+};
+static std::vector<Track> tracks; // by the section's number
+static uint32_t replayed_passes;
+
+// How many bytes each step took when it was run last, and where in them stands a jump that others
+// may hop through, counted from 1; 0 if none does.
+static std::vector<uint32_t> lengths;
+static std::vector<uint8_t> jumps;
+
+// The values of the cells at the head of the pass and now.
 static std::vector<uint32_t> values_at_head;
 static std::vector<uint32_t> values;
-static std::vector<WatchedCall> calls;
-static size_t next_call; // of those that come below the step at hand
 
-// Whether a cell is set more than once in a pass: then no pass can be taken up in the middle.
-static bool sets_cells_again;
-
-// The steps that the pass has to run, and whether it has moved anything.
+// The steps that the pass has to run, and those that the next one will have to.
 static Readers due;
+static Readers due_next;
+
+// Whether the pass has moved anything, and what that adds to the state.
 static bool moved;
+static uint64_t state_change;
 
 static uint32_t value_of(const LayoutItem &item)
 {
     return values[item.source] + item.addend;
 }
 
+static void add_due_next(Readers steps)
+{
+    due_next.first = std::min(due_next.first, steps.first);
+    due_next.last = std::max(due_next.last, steps.last);
+}
+
+// What is read by steps above the one that sets it, they read in the next pass.
+static void change_cell(uint32_t cell, uint32_t value)
+{
+    const Readers readers = layout_runs.readers[cell];
+    const uint32_t setter = layout_runs.setters[cell];
+    if (readers.first < setter)
+        add_due_next({readers.first, std::min(readers.last, setter)});
+    state_change += layout_runs.weights[cell] * (uint64_t{value} - values[cell]);
+    values[cell] = value;
+}
+
 // Sets the cell of a step without a location. Those of its readers that come below read it in this
 // pass.
 static void set_cell(uint32_t cell, uint32_t value)
 {
-    if (values[cell] != value)
-        due.last = std::max(due.last, readers[cell].last);
-    values[cell] = value;
+    if (values[cell] == value)
+        return;
+    due.last = std::max(due.last, layout_runs.readers[cell].last);
+    change_cell(cell, value);
 }
 
 static void move_cell(uint32_t cell, uint32_t value)
@@ -106,55 +134,37 @@ static bool move_to(uint32_t address)
     return room && take_room(*room);
 }
 
-static bool is_call(const LayoutItem &item)
-{
-    const BranchKind kind = Branch{item.detail}.kind();
-    return item.step == LayoutStep::BRANCH &&
-           (kind == BranchKind::CALL || kind == BranchKind::RELATIVE_CALL);
-}
-
-static BranchChoice choose_form(const LayoutItem &item, uint32_t here)
-{
-    return choose_branch_form(Branch{item.detail}, value_of(item), here);
-}
-
-static void take_branch(const LayoutItem &item)
+static void take_branch(uint32_t step, const LayoutItem &item)
 {
     const uint32_t here = current_location();
-    const BranchChoice choice = choose_form(item, here);
-    if (choice.serves_others)
-        record_jump(value_of(item), here + choice.jump_offset);
-    if (is_call(item)) {
-        calls[next_call].here = here;
-        calls[next_call++].length = choice.length;
+    const uint32_t target = value_of(item);
+    const BranchChoice choice = choose_branch_form(Branch{item.detail}, target, here);
+    jumps[step] = 0;
+    if (choice.serves_others) {
+        record_jump(target, here + choice.jump_offset);
+        jumps[step] = static_cast<uint8_t>(choice.jump_offset + 1);
     }
     current_section->size += choice.length;
 }
 
-static bool has_location(const LayoutItem &item)
-{
-    return item.section != 0;
-}
-
-static void place_label(uint32_t *value)
+static void place_label(uint32_t cell)
 {
     const uint32_t location = current_location();
-    if (*value != location)
-        moved = true;
-    *value = location;
+    if (values[cell] == location)
+        return;
+    moved = true;
+    change_cell(cell, location);
 }
 
 // False if the pass can't go on, here and below.
-static bool run_step_in_place(const LayoutItem &item)
+static bool run_step_in_place(uint32_t step, const LayoutItem &item)
 {
-    current_section = layout_record.sections[item.section];
-    current_section->size += item.gap;
     switch (item.step) {
     case LayoutStep::PLACE:
         values[item.target] = current_location();
         return true;
     case LayoutStep::LABEL:
-        place_label(&values[item.target]);
+        place_label(item.target);
         return true;
     case LayoutStep::RESERVE:
         return take_room(value_of(item) * item.detail);
@@ -163,7 +173,7 @@ static bool run_step_in_place(const LayoutItem &item)
     case LayoutStep::ORG:
         return move_to(value_of(item));
     default: // BRANCH
-        take_branch(item);
+        take_branch(step, item);
         return true;
     }
 }
@@ -185,41 +195,213 @@ static bool run_step_without_place(const LayoutItem &item)
     }
 }
 
-static void set_checkpoint()
+// A jump to a label below goes by the value that the label had in the pass before.
+static uint32_t key_of_jump(uint32_t step, const LayoutItem &item)
 {
-    Checkpoint checkpoint = {jump_mark(), {}};
-    for (const Section *section : layout_record.sections)
-        checkpoint.sizes.push_back(section != nullptr ? section->size : 0);
-    checkpoints.push_back(std::move(checkpoint));
+    const uint32_t setter = layout_runs.setters[item.source];
+    const bool is_below = setter != NO_STEP && setter > step;
+    return (is_below ? values_at_head : values)[item.source] + item.addend;
 }
 
-// Goes back to the last checkpoint ahead of the step and gives the step that it stands at.
-static uint32_t take_up_at(uint32_t step)
+static void record_jumps(const Run &run)
 {
-    checkpoints.resize(step / CHECKPOINT_STEPS + 1);
-    const Checkpoint &checkpoint = checkpoints.back();
-    for (size_t number = 0; number < checkpoint.sizes.size(); ++number) {
-        if (Section *section = layout_record.sections[number])
-            section->size = checkpoint.sizes[number];
-    }
-    take_back_jumps(checkpoint.jumps);
-    checkpoints.pop_back();
-    return static_cast<uint32_t>(step / CHECKPOINT_STEPS * CHECKPOINT_STEPS);
-}
-
-static bool run_to_the_end(uint32_t first)
-{
-    const auto count = static_cast<uint32_t>(layout_record.items.size());
-    const auto call = std::ranges::lower_bound(calls, first, {}, &WatchedCall::step);
-    next_call = static_cast<size_t>(call - calls.begin());
-    for (uint32_t step = first; step < count; ++step) {
-        if (step % CHECKPOINT_STEPS == 0)
-            set_checkpoint();
+    uint32_t here = run.start + current_section->base_address;
+    for (uint32_t step = run.first; step < run.end; ++step) {
         const LayoutItem &item = layout_record.items[step];
-        if (!(has_location(item) ? run_step_in_place(item) : run_step_without_place(item)))
+        here += item.gap;
+        if (jumps[step] != 0)
+            record_jump(key_of_jump(step, item), here + jumps[step] - 1);
+        here += lengths[step];
+    }
+}
+
+// Records the jumps of runs that the pass hasn't run, as far as branches below may hop through
+// them.
+static void record_jumps_above(const Run &run)
+{
+    uint32_t number = run.above;
+    uint32_t first = NO_RUN;
+    for (; number != NO_RUN; number = layout_runs.runs[number].above) {
+        const Run &above = layout_runs.runs[number];
+        if (current_section->size - (above.start + above.size) > REACH_BACK)
+            break;
+        first = number;
+    }
+    for (number = first; number != NO_RUN; number = layout_runs.runs[number].below) {
+        if (layout_runs.runs[number].first >= run.first)
+            break;
+        record_jumps(layout_runs.runs[number]);
+    }
+}
+
+// Selects the section of the run. Where the pass hasn't been in it yet, all is as it was.
+static Track *enter_section(const Run &run)
+{
+    current_section = layout_record.sections[run.section];
+    Track *track = &tracks[run.section];
+    if (track->pass != replayed_passes) {
+        *track = {replayed_passes, false, run.least_place, run.least_place};
+        current_section->size = run.start;
+    }
+    return track;
+}
+
+static void note_course(Run *run, Track *track, bool even, bool apart)
+{
+    if (!apart || run->odd)
+        track->apart_from = run->least_end;
+    if (!even || !apart || run->odd)
+        track->even_from = run->least_end;
+    run->regular = !run->odd && apart && run->least_place - track->apart_from > REACH_BACK;
+}
+
+static bool serves_when_near(Branch branch)
+{
+    return branch.kind() == BranchKind::JUMP ||
+           (branch.kind() == BranchKind::UNCONDITIONAL && branch.has(Branch::IN_SECTION));
+}
+
+// False if the branch is a jump by a value that others may take for that of another label. Notes
+// what must hold for the run to be passed over.
+static bool look_ahead(uint32_t step, const LayoutItem &item, const Run &run, Ahead **ahead)
+{
+    const Tie tie = layout_runs.ties[step];
+    if (tie != Tie::AHEAD && tie != Tie::FAR_AHEAD)
+        return true;
+    const Branch branch = {item.detail};
+    const uint32_t length = short_length(branch);
+    const auto distance = static_cast<int32_t>(value_of(item) - current_location() - length);
+    const int32_t apart = serves_when_near(branch) ? HOP_REACH - int32_t{short_length(branch)}
+                                                   : -static_cast<int32_t>(REACH_BACK);
+    if (tie == Tie::AHEAD) {
+        const bool is_near = distance <= REACH_AHEAD;
+        const int32_t lowest = is_near ? apart : REACH_AHEAD + 1;
+        const int32_t highest = is_near ? REACH_AHEAD : INT32_MAX;
+        const uint32_t offset = current_section->size - run.start;
+        *(*ahead)++ = {item.source, item.addend - offset - length - static_cast<uint32_t>(lowest),
+                       static_cast<uint32_t>(highest - lowest)};
+    }
+    return distance >= apart;
+}
+
+static bool run_steps(Run *run, Track *track)
+{
+    if (!track->notes_jumps)
+        record_jumps_above(*run);
+    track->notes_jumps = true;
+    run->start = current_section->size;
+    bool even = true;
+    bool apart = true;
+    Ahead *ahead = layout_runs.aheads.data() + run->first_ahead;
+    for (uint32_t step = run->first; step < run->end; ++step) {
+        const LayoutItem &item = layout_record.items[step];
+        current_section->size += item.gap;
+        const uint32_t place = current_section->size;
+        apart = look_ahead(step, item, *run, &ahead) && apart;
+        if (!run_step_in_place(step, item))
+            return false;
+        even = even && lengths[step] == current_section->size - place;
+        lengths[step] = current_section->size - place;
+    }
+    run->size = current_section->size - run->start;
+    note_course(run, track, even, apart);
+    return true;
+}
+
+static bool keeps_forms(const Run &run)
+{
+    const uint32_t here = current_location();
+    const Ahead *const end = layout_runs.aheads.data() + run.end_ahead;
+    for (const Ahead *ahead = layout_runs.aheads.data() + run.first_ahead; ahead != end; ++ahead) {
+        if (values[ahead->cell] + ahead->addend - here > ahead->span)
             return false;
     }
     return true;
+}
+
+static bool can_pass_over(const Run &run, const Track &track)
+{
+    return run.regular && static_cast<int32_t>(current_section->size - run.start) <= 0 &&
+           current_section->size < PASSED_OVER_SIZE_MAX &&
+           run.least_place - track.even_from > REACH_BACK && keeps_forms(run);
+}
+
+static void pass_over(Run *run, Track *track)
+{
+    const uint32_t distance = current_section->size - run->start;
+    track->notes_jumps = false;
+    run->start += distance;
+    current_section->size += run->size;
+    if (distance == 0 || run->first_cell == run->end_cell)
+        return;
+    for (uint32_t cell = run->first_cell; cell < run->end_cell; ++cell)
+        values[layout_runs.cells[cell]] += distance;
+    moved = true;
+    add_due_next(run->readers);
+    state_change += run->weight * static_cast<uint64_t>(static_cast<int32_t>(distance));
+}
+
+#ifdef NVASM8_CHECK_REPLAY
+// What may be passed over must come to the same when it is run.
+static void check_run(Run run, Track track)
+{
+    const uint32_t place = current_section->size;
+    const uint32_t distance = place - run.start;
+    const uint32_t size = run.size;
+    const uint32_t even_from = track.even_from;
+    const Readers due_next_before = due_next;
+    const uint64_t state_change_before = state_change;
+    const bool moved_before = moved;
+    if (!run_steps(&run, &track) || run.size != size || track.even_from != even_from)
+        std::abort();
+    for (uint32_t cell = run.first_cell; cell < run.end_cell; ++cell)
+        values[layout_runs.cells[cell]] -= distance;
+    current_section->size = place;
+    due_next = due_next_before;
+    state_change = state_change_before;
+    moved = moved_before;
+}
+#endif
+
+static bool run_in_section(Run *run)
+{
+    Track *track = enter_section(*run);
+    if (!can_pass_over(*run, *track))
+        return run_steps(run, track);
+#ifdef NVASM8_CHECK_REPLAY
+    check_run(*run, *track);
+#endif
+    pass_over(run, track);
+    return true;
+}
+
+static bool run_without_section(const Run &run)
+{
+    for (uint32_t step = run.first; step < run.end; ++step) {
+        if (!run_step_without_place(layout_record.items[step]))
+            return false;
+    }
+    return true;
+}
+
+// Takes up the pass at the run that holds the step.
+static bool run_to_the_end(uint32_t step)
+{
+    forget_jumps();
+    auto run = std::ranges::upper_bound(layout_runs.runs, step, {}, &Run::end);
+    for (; run != layout_runs.runs.end(); ++run) {
+        if (!(run->section != 0 ? run_in_section(&*run) : run_without_section(*run)))
+            return false;
+    }
+    return true;
+}
+
+static void begin_replayed_pass()
+{
+    ++replayed_passes;
+    moved = false;
+    state_change = 0;
+    due_next = layout_runs.sets_cells_again ? ALL_STEPS : NO_READERS;
 }
 
 static bool run_due_steps()
@@ -228,8 +410,8 @@ static bool run_due_steps()
         const LayoutItem &item = layout_record.items[step];
         if (has_location(item)) {
             values = values_at_head;
-            moved = false;
-            return run_to_the_end(take_up_at(due.first));
+            begin_replayed_pass();
+            return run_to_the_end(due.first);
         }
         if (!run_step_without_place(item))
             return false;
@@ -237,65 +419,15 @@ static bool run_due_steps()
     return true;
 }
 
-static void weigh_cells()
-{
-    weights.clear();
-    for (size_t cell = 0; cell < values.size(); ++cell) {
-        const void *owner = layout_record.symbols[cell];
-        if (layout_record.holds_code[cell])
-            owner = &layout_record.symbols[cell]->attrs;
-        weights.push_back(owner != nullptr ? state_weight(owner) : 0);
-    }
-}
-
-static void note_reader(uint32_t cell, uint32_t step)
-{
-    readers[cell].first = std::min(readers[cell].first, step);
-    readers[cell].last = step;
-}
-
-static void note_setter(uint32_t cell, uint32_t step)
-{
-    sets_cells_again = sets_cells_again || setters[cell] != NO_STEP;
-    setters[cell] = step;
-}
-
-static void index_steps()
-{
-    readers.assign(values.size(), NO_READERS);
-    setters.assign(values.size(), NO_STEP);
-    calls.clear();
-    sets_cells_again = false;
-    for (uint32_t step = 0; step < layout_record.items.size(); ++step) {
-        const LayoutItem &item = layout_record.items[step];
-        if (is_call(item))
-            calls.push_back({step, 0, 0});
-        else
-            note_reader(item.source, step);
-        if (item.step == LayoutStep::COMPUTE)
-            note_reader(item.addend, step);
-        if (item.step != LayoutStep::GUARD && item.target != 0)
-            note_setter(item.target, step);
-    }
-}
-
-static void rewind_sections()
-{
-    for (Section *section = section_list; section != nullptr; section = section->next)
-        section->size = 0;
-}
-
 static void begin_replay_from(const std::vector<uint32_t> &start)
 {
     values = start;
-    weigh_cells();
-    index_steps();
-    reset_branch_records();
-    keep_replaced_jumps(true);
-    rewind_sections();
-    checkpoints.clear();
-    set_checkpoint();
-    due = ALL_STEPS;
+    index_layout_record();
+    lengths.assign(layout_record.items.size(), 0);
+    jumps.assign(layout_record.items.size(), 0);
+    tracks.assign(layout_record.sections.size(), {});
+    replayed_passes = 0;
+    due_next = ALL_STEPS;
 }
 
 void begin_replay()
@@ -306,38 +438,9 @@ void begin_replay()
 static bool run_pass_from_head()
 {
     values_at_head = values;
-    moved = false;
+    due = due_next;
+    begin_replayed_pass();
     return run_due_steps();
-}
-
-// What the pass has moved is read from here on by the steps above the one that sets it. Gives what
-// the state changes by.
-static uint64_t note_moved_cells()
-{
-    uint64_t change = 0;
-    due = sets_cells_again ? ALL_STEPS : NO_READERS;
-    for (size_t cell = 0; cell < values.size(); ++cell) {
-        if (values[cell] == values_at_head[cell])
-            continue;
-        change += weights[cell] * (uint64_t{values[cell]} - values_at_head[cell]);
-        if (readers[cell].first >= setters[cell])
-            continue;
-        due.first = std::min(due.first, readers[cell].first);
-        due.last = std::max(due.last, std::min(readers[cell].last, setters[cell]));
-    }
-    return change;
-}
-
-// The first call that takes another form from where it stands is due, too.
-static void look_at_calls()
-{
-    for (const WatchedCall &call : calls) {
-        if (call.step >= due.first)
-            return;
-        const LayoutItem &item = layout_record.items[call.step];
-        if (choose_form(item, call.here).length != call.length)
-            due = {call.step, std::max(due.last, call.step)};
-    }
 }
 
 ReplayResult replay_pass(uint64_t *state)
@@ -347,14 +450,12 @@ ReplayResult replay_pass(uint64_t *state)
         values.swap(values_at_head);
         return complete ? ReplayResult::SETTLED : ReplayResult::DIVERGED;
     }
-    *state += note_moved_cells();
-    look_at_calls();
+    *state += state_change;
     return ReplayResult::MOVED;
 }
 
 void store_replayed_values()
 {
-    keep_replaced_jumps(false);
     for (size_t cell = 0; cell < values.size(); ++cell) {
         Symbol *symbol = layout_record.symbols[cell];
         if (symbol == nullptr)
@@ -373,7 +474,8 @@ void check_replay()
     for (size_t cell = 0; cell < values.size(); ++cell) {
         // What no step sets came to its value in the recorded pass and stays. ATTR_CODE also comes
         // from bases that had it at once, which no step tells.
-        const bool is_set = setters[cell] != NO_STEP && layout_record.symbols[cell] != nullptr;
+        const bool is_set =
+            layout_runs.setters[cell] != NO_STEP && layout_record.symbols[cell] != nullptr;
         if (is_set && !layout_record.holds_code[cell])
             same = same && values[cell] == layout_record.values[cell];
     }

@@ -39,6 +39,8 @@ static uint32_t new_cell(Symbol *symbol, uint32_t value, bool holds_code = false
     layout_record.starts.push_back(value);
     layout_record.symbols.push_back(symbol);
     layout_record.holds_code.push_back(holds_code);
+    layout_record.numbers.push_back(false);
+    layout_record.reads.push_back(0);
     return static_cast<uint32_t>(layout_record.values.size() - 1);
 }
 
@@ -60,6 +62,8 @@ void drop_layout_record()
     layout_record.starts.clear();
     layout_record.symbols.clear();
     layout_record.holds_code.clear();
+    layout_record.numbers.clear();
+    layout_record.reads.clear();
     layout_record.sections.clear();
     early_reads.clear();
     code_cells.clear();
@@ -91,9 +95,21 @@ static EarlyRead kind_of(const Symbol *symbol)
             static_cast<uint8_t>(symbol->attrs & ~UNREAD), symbol->section_number};
 }
 
+// An alias that has turned into a number, which replay can do with those that are read by aliases
+// only.
+static bool turned_into_number(const EarlyRead &read, const EarlyRead &now)
+{
+    constexpr uint8_t NUMBER = ATTR_DEFINED | ATTR_ABSOLUTE;
+    return layout_record.reads[read.symbol->cell] == 0 && now.link == nullptr &&
+           read.flags == (now.flags | SYM_ALIAS) && now.attrs == (read.attrs | NUMBER) &&
+           (now.flags & SYM_ALIAS) == 0 && now.section_number == read.section_number;
+}
+
 static bool kept_its_kind(const EarlyRead &read)
 {
     const EarlyRead now = kind_of(read.symbol);
+    if (turned_into_number(read, now))
+        return true;
     return now.link == read.link && now.flags == read.flags && now.attrs == read.attrs &&
            now.section_number == read.section_number;
 }
@@ -116,8 +132,11 @@ bool finish_layout_record()
 {
     recording = false;
     for (size_t cell = 0; cell < layout_record.symbols.size(); ++cell) {
-        if (const Symbol *symbol = layout_record.symbols[cell])
-            layout_record.values[cell] = cell_value(symbol, layout_record.holds_code[cell]);
+        const Symbol *symbol = layout_record.symbols[cell];
+        if (symbol == nullptr)
+            continue;
+        layout_record.values[cell] = cell_value(symbol, layout_record.holds_code[cell]);
+        layout_record.numbers[cell] = (symbol->attrs & ATTR_ABSOLUTE) != 0;
     }
     return !spoiled && errors_at_head == recorded_errors && uses_at_head == noted_uses &&
            std::ranges::all_of(early_reads, kept_its_kind) && list_sections();
@@ -135,10 +154,12 @@ static bool is_defined_in_this_pass(const Symbol *symbol)
 
 static void note_read(Symbol *symbol)
 {
-    if (symbol->cell != 0 || is_defined_in_this_pass(symbol))
-        return;
-    early_reads.push_back(kind_of(symbol));
-    cell_of(symbol);
+    if (symbol->cell == 0 && !is_defined_in_this_pass(symbol)) {
+        early_reads.push_back(kind_of(symbol));
+        cell_of(symbol);
+    }
+    if (symbol->cell != 0)
+        ++layout_record.reads[symbol->cell];
 }
 
 uint32_t record_read(Symbol *symbol)
@@ -293,13 +314,27 @@ static void record_inherited_code(Symbol *symbol, Symbol *base)
     item->target = code_cell(symbol);
 }
 
+// Whether the value is that of an alias and a constant.
+static bool is_alias_of_alias(const ExprValue &value)
+{
+    const Symbol *base = layout_record.symbols[value.cell];
+    constexpr uint16_t KIND = SYM_ALIAS | SYM_BIT | SYM_WEAK | SYM_LITERAL;
+    return base != nullptr && (base->flags & KIND) == SYM_ALIAS && value.section_number == 0 &&
+           value.reloc == RELOC_NORMAL;
+}
+
 void record_equate(Symbol *symbol, const ExprValue &value)
 {
     if (!recording)
         return;
     record_inherited_code(symbol, value.symbol);
-    if (value.cell != 0)
+    if (value.cell != 0) {
         add_definition(LayoutStep::EQUATE, symbol, value);
+        if (is_alias_of_alias(value)) {
+            layout_record.items.back().detail = 1;
+            --layout_record.reads[value.cell];
+        }
+    }
     set_cell(symbol, value.value);
 }
 

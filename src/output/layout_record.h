@@ -16,7 +16,8 @@ enum class LayoutStep : uint8_t {
     PLACE,   // the cell takes the location
     LABEL,   // the same, and the pass is void if the cell held something else
     ASSIGN,  // the cell takes the value
-    EQUATE,  // the same, and the pass is void if the cell held something else
+    EQUATE,  // the same, and the pass is void if the cell held something else; with `detail` 1 an
+             // alias, which turns into a number when the symbol of the source has done so
     COMPUTE, // the cell takes what the operator `detail` makes of two cells
     GUARD,   // a decision of the recorded pass that holds for a range of values
     RESERVE, // room of `detail` times the value
@@ -41,6 +42,8 @@ struct LayoutRecord {
     std::vector<uint32_t> starts;  // as it found them, where anything reads them first
     std::vector<Symbol *> symbols; // whose cells they are, or null
     std::vector<bool> holds_code;  // the cell tells whether the symbol has ATTR_CODE, not its value
+    std::vector<bool> numbers;     // the symbol is a number, as the recorded pass left it
+    std::vector<uint32_t> reads;   // how often the symbol was read, other than by aliases of it
     std::vector<Section *> sections; // by number
 };
 extern LayoutRecord layout_record;

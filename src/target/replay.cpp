@@ -66,6 +66,11 @@ static std::vector<uint8_t> jumps;
 static std::vector<uint32_t> values_at_head;
 static std::vector<uint32_t> values;
 
+// Whether the symbols of the cells are numbers by now, and the cells of those that the pass has
+// turned into one.
+static std::vector<bool> numbers;
+static std::vector<uint32_t> turned;
+
 // The steps that the pass has to run, and those that the next one will have to.
 static Readers due;
 static Readers due_next;
@@ -86,12 +91,17 @@ static void add_due_next(Readers steps)
 }
 
 // What is read by steps above the one that sets it, they read in the next pass.
-static void change_cell(uint32_t cell, uint32_t value)
+static void note_change(uint32_t cell)
 {
     const Readers readers = layout_runs.readers[cell];
     const uint32_t setter = layout_runs.setters[cell];
     if (readers.first < setter)
         add_due_next({readers.first, std::min(readers.last, setter)});
+}
+
+static void change_cell(uint32_t cell, uint32_t value)
+{
+    note_change(cell);
     state_change += layout_runs.weights[cell] * (uint64_t{value} - values[cell]);
     values[cell] = value;
 }
@@ -178,6 +188,23 @@ static bool run_step_in_place(uint32_t step, const LayoutItem &item)
     }
 }
 
+// An alias whose source is a number is one itself: the pass in which it becomes one is void. False
+// if others than aliases have seen what it was.
+static bool turn_into_number(uint32_t cell)
+{
+    if (numbers[cell])
+        return true;
+    if (layout_record.reads[cell] != 0)
+        return false;
+    numbers[cell] = true;
+    turned.push_back(cell);
+    moved = true;
+    due.last = std::max(due.last, layout_runs.readers[cell].last);
+    note_change(cell);
+    state_change += layout_runs.weights[cell] << 32;
+    return true;
+}
+
 static bool run_step_without_place(const LayoutItem &item)
 {
     switch (item.step) {
@@ -185,6 +212,10 @@ static bool run_step_without_place(const LayoutItem &item)
         set_cell(item.target, value_of(item));
         return true;
     case LayoutStep::EQUATE:
+        if (item.detail != 0 && numbers[item.source]) {
+            set_cell(item.target, value_of(item));
+            return turn_into_number(item.target);
+        }
         move_cell(item.target, value_of(item));
         return true;
     case LayoutStep::COMPUTE:
@@ -404,12 +435,21 @@ static void begin_replayed_pass()
     due_next = layout_runs.sets_cells_again ? ALL_STEPS : NO_READERS;
 }
 
+// Takes back what the pass has done.
+static void go_back_to_head()
+{
+    values = values_at_head;
+    for (const uint32_t cell : turned)
+        numbers[cell] = false;
+    turned.clear();
+}
+
 static bool run_due_steps()
 {
     for (uint32_t step = due.first; step < layout_record.items.size() && step <= due.last; ++step) {
         const LayoutItem &item = layout_record.items[step];
         if (has_location(item)) {
-            values = values_at_head;
+            go_back_to_head();
             begin_replayed_pass();
             return run_to_the_end(due.first);
         }
@@ -422,6 +462,7 @@ static bool run_due_steps()
 static void begin_replay_from(const std::vector<uint32_t> &start)
 {
     values = start;
+    numbers.assign(values.size(), false);
     index_layout_record();
     lengths.assign(layout_record.items.size(), 0);
     jumps.assign(layout_record.items.size(), 0);
@@ -433,11 +474,13 @@ static void begin_replay_from(const std::vector<uint32_t> &start)
 void begin_replay()
 {
     begin_replay_from(layout_record.values);
+    numbers = layout_record.numbers;
 }
 
 static bool run_pass_from_head()
 {
     values_at_head = values;
+    turned.clear();
     due = due_next;
     begin_replayed_pass();
     return run_due_steps();
@@ -447,11 +490,18 @@ ReplayResult replay_pass(uint64_t *state)
 {
     const bool complete = run_pass_from_head();
     if (!complete || !moved) {
-        values.swap(values_at_head);
+        go_back_to_head();
         return complete ? ReplayResult::SETTLED : ReplayResult::DIVERGED;
     }
     *state += state_change;
     return ReplayResult::MOVED;
+}
+
+static void make_number(Symbol *symbol)
+{
+    symbol->attrs |= ATTR_DEFINED | ATTR_ABSOLUTE;
+    symbol->flags &= static_cast<uint16_t>(~SYM_ALIAS);
+    symbol->link = nullptr;
 }
 
 void store_replayed_values()
@@ -464,6 +514,8 @@ void store_replayed_values()
             symbol->value = values[cell];
         else if (values[cell] != 0)
             symbol->attrs |= ATTR_CODE;
+        if (numbers[cell] && !layout_record.numbers[cell])
+            make_number(symbol);
     }
 }
 

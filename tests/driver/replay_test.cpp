@@ -336,12 +336,32 @@ TEST(Replay, KeepsWhatPassesHandOn)
     }
 }
 
-TEST(Replay, TakesTheCodeAttributeAlongEquates)
+// Links of equates, each above what it stands for: a pass takes the value, the code attribute and
+// that it is a number one link further up.
+TEST(Replay, FollowsEquatesInReverse)
 {
     std::string chain;
     for (int link = 0; link < 20; ++link)
-        chain += "q" + std::to_string(link) + ": equ q" + std::to_string(link + 1) + "\n";
-    expect_same_outcome(chain + "q20: equ tail\n" + staircase(20), {"-p"});
+        chain += "q" + std::to_string(link) + ": equ q" + std::to_string(link + 1) + "+1\n";
+    const std::string ends[] = {"tail", "7", "$300", "outside+2", "tail-head", "late\nlate: equ 9"};
+    const std::string readers[] = {
+        "",
+        " ldw x,#q0\n",
+        " ld a,q7\n ldw x,q3\n",
+        " dc.b low(q5)\n jreq q4\n jp q8\n",
+        "b: equ q9:1\n bset b\n",
+        " xdef q0,q3\np: equ q2-1\nr: equ high(q6)\n dc.w p,r\n",
+        "v: set 3\nv: set v+q1-q2\n ds.b v\n",
+        " ifdef q5\n nop\n endif\n ifgt q5-q6\n nop\n endif\n",
+        trace_of("q0-q9"),
+    };
+    for (const std::string &end : ends) {
+        for (const std::string &reader : readers) {
+            const std::string definitions = chain + "q20: equ " + end + "\n xref outside\n";
+            expect_same_outcome(reader + definitions + staircase(20), {"-p"});
+            expect_same_outcome(definitions + reader + staircase(8), {"-l"});
+        }
+    }
 }
 
 TEST(Replay, FindsValuesThatNeverSettle)

@@ -138,12 +138,31 @@ bool is_defined_above(Symbol *symbol)
     return false;
 }
 
+// Counts the changes. What was found since the last one holds: a chain of n equates in reverse
+// order would otherwise be followed n times to its end.
+static uint32_t alias_version = 1;
+
+void note_alias_change()
+{
+    ++alias_version;
+}
+
+static bool goes_by_link(const Symbol *symbol)
+{
+    return symbol != nullptr && (symbol->flags & (SYM_ALIAS | SYM_BIT)) == SYM_ALIAS;
+}
+
 Symbol *follow_alias(Symbol *symbol)
 {
     // A link is set to the end of a chain that isn't the symbol itself: there are no circles.
-    while (symbol != nullptr && (symbol->flags & SYM_ALIAS) && (symbol->flags & SYM_BIT) == 0)
-        symbol = symbol->link;
-    return symbol;
+    Symbol *end = symbol;
+    while (goes_by_link(end))
+        end = end->alias_version == alias_version ? end->alias_end : end->link;
+    for (; goes_by_link(symbol) && symbol->alias_version != alias_version; symbol = symbol->link) {
+        symbol->alias_end = end;
+        symbol->alias_version = alias_version;
+    }
+    return end;
 }
 
 static void keep_symbol(const Symbol *old)
@@ -157,6 +176,7 @@ static void keep_symbol(const Symbol *old)
 
 void reset_symbols()
 {
+    note_alias_change();
     std::fill(std::begin(bucket_ends), std::end(bucket_ends), nullptr);
     empty_index(&symbol_index);
     shortest_symbols.fill(nullptr);

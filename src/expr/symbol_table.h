@@ -31,6 +31,8 @@ struct Symbol {
         Symbol *link;  // of an equate: the symbol that its value rests on, or null
         char *literal; // with SYM_LITERAL: the owned text
     };
+    Symbol *alias_end;       // with SYM_ALIAS: what follow_alias has found
+    uint32_t alias_version;  // when it did so
     XrefList xref;           // the lines that use the symbol
     const char *source_file; // file of the definition or of the first use; not owned
     uint32_t object_index;   // number in the object file, 0 when it has none
@@ -74,6 +76,9 @@ bool is_defined_above(Symbol *symbol);
 // symbol, whose value is no address. Gives the symbol itself if it is no alias or a bit symbol, and
 // null for an alias of nothing, which comes of an error.
 Symbol *follow_alias(Symbol *symbol);
+
+// Some symbol has become an alias, or is one no more, or stands for something else than before.
+void note_alias_change();
 
 // Between two source files: keeps registers and predefined symbols, with what their attributes have
 // gathered, and drops everything else.

@@ -22,8 +22,8 @@ static uint32_t uses_at_head;
 
 // What a symbol was when it was read ahead of its definition in the pass.
 struct EarlyRead {
-    const Symbol *symbol;
-    const Symbol *link;
+    Symbol *symbol;
+    const Symbol *alias_end; // or null
     uint16_t flags;
     uint8_t attrs;
     uint8_t section_number;
@@ -85,13 +85,13 @@ static uint32_t cell_value(const Symbol *symbol, bool holds_code)
     return holds_code ? (symbol->attrs & ATTR_CODE) != 0 : symbol->value;
 }
 
-// Only an alias is read by its link. ATTR_CODE decides nothing and has a cell where it may change.
-static EarlyRead kind_of(const Symbol *symbol)
+// ATTR_CODE decides nothing and has a cell where it may change.
+static EarlyRead kind_of(Symbol *symbol)
 {
     constexpr uint16_t BOOKKEEPING = SYM_TESTED | SYM_REPORTED;
-    const Symbol *link = (symbol->flags & SYM_ALIAS) ? symbol->link : nullptr;
+    const Symbol *end = (symbol->flags & SYM_ALIAS) ? follow_alias(symbol) : nullptr;
     constexpr uint8_t UNREAD = ATTR_REFERENCED | ATTR_CODE;
-    return {symbol, link, static_cast<uint16_t>(symbol->flags & ~BOOKKEEPING),
+    return {symbol, end, static_cast<uint16_t>(symbol->flags & ~BOOKKEEPING),
             static_cast<uint8_t>(symbol->attrs & ~UNREAD), symbol->section_number};
 }
 
@@ -100,7 +100,7 @@ static EarlyRead kind_of(const Symbol *symbol)
 static bool turned_into_number(const EarlyRead &read, const EarlyRead &now)
 {
     constexpr uint8_t NUMBER = ATTR_DEFINED | ATTR_ABSOLUTE;
-    return layout_record.reads[read.symbol->cell] == 0 && now.link == nullptr &&
+    return layout_record.reads[read.symbol->cell] == 0 && now.alias_end == nullptr &&
            read.flags == (now.flags | SYM_ALIAS) && now.attrs == (read.attrs | NUMBER) &&
            (now.flags & SYM_ALIAS) == 0 && now.section_number == read.section_number;
 }
@@ -110,7 +110,7 @@ static bool kept_its_kind(const EarlyRead &read)
     const EarlyRead now = kind_of(read.symbol);
     if (turned_into_number(read, now))
         return true;
-    return now.link == read.link && now.flags == read.flags && now.attrs == read.attrs &&
+    return now.alias_end == read.alias_end && now.flags == read.flags && now.attrs == read.attrs &&
            now.section_number == read.section_number;
 }
 
@@ -169,12 +169,9 @@ uint32_t record_read(Symbol *symbol)
         return 0;
     note_read(symbol);
     // What an alias stands for is read as well.
-    for (Symbol *end = symbol; (end->flags & (SYM_ALIAS | SYM_BIT)) == SYM_ALIAS;) {
-        end = end->link;
-        if (end == nullptr)
-            break;
+    Symbol *end = follow_alias(symbol);
+    if (end != nullptr && end != symbol)
         note_read(end);
-    }
     const bool has_value = (symbol->attrs & ATTR_DEFINED) && (symbol->flags & SYM_WEAK) == 0;
     return has_value ? symbol->cell : 0;
 }

@@ -46,6 +46,7 @@ static void take_definition_back(Symbol *symbol)
     symbol->section_number = 0;
     symbol->value = 0;
     symbol->link = nullptr;
+    note_alias_change();
 }
 
 static void keep_late_needs()
@@ -175,6 +176,7 @@ static void detach_from_weak(Symbol *symbol)
         return;
     symbol->flags |= SYM_ALIAS;
     symbol->section_number = 0;
+    note_alias_change();
 }
 
 // Lets all links of a chain of aliases lead straight to its end.
@@ -199,6 +201,7 @@ static void settle_alias(Symbol *symbol)
         return;
     symbol->section_number = target->section_number;
     symbol->flags &= static_cast<uint16_t>(~SYM_ALIAS);
+    note_alias_change();
 }
 
 // Chains end at bit symbols, so these are settled first.

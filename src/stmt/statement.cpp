@@ -115,6 +115,8 @@ static void place_label(Symbol *symbol)
     const auto number = static_cast<uint8_t>(absolute ? 0 : current_section->number);
     record_label(symbol);
     move_symbol(symbol, current_location(), number, current_section->attributes);
+    if (symbol->flags & SYM_ALIAS)
+        note_alias_change();
     symbol->flags &= static_cast<uint16_t>(~SYM_ALIAS);
     if (!absolute && current_is_debug)
         symbol->flags |= SYM_IN_DEBUG;

@@ -73,12 +73,21 @@ static void apply_bit_number(Definition *definition, Symbol *symbol)
     const ExprValue bit = {definition->bit, nullptr, 0, RELOC_ABSOLUTE};
     value->cell = record_computation(TOK_OR, *value, bit);
     value->value |= definition->bit;
+    if ((symbol->flags & SYM_BIT) == 0)
+        note_alias_change();
     symbol->flags |= SYM_BIT;
 }
 
 static bool has_flag(const Symbol *symbol, uint16_t flag)
 {
     return symbol != nullptr && (symbol->flags & flag) != 0;
+}
+
+static void end_alias(Symbol *symbol)
+{
+    if (has_flag(symbol, SYM_ALIAS))
+        note_alias_change();
+    symbol->flags &= static_cast<uint16_t>(~SYM_ALIAS);
 }
 
 // The listing shows the value in the place of the bytes.
@@ -121,7 +130,7 @@ static void define_absolute(Definition *definition, Symbol *symbol, bool is_set)
     record_assignment(symbol, definition->value);
     symbol->value = definition->value.value;
     symbol->attrs |= ATTR_DEFINED | ATTR_ABSOLUTE;
-    symbol->flags &= static_cast<uint16_t>(~SYM_ALIAS);
+    end_alias(symbol);
     set_link(symbol, nullptr);
     if (pass_number == 0 && is_set)
         symbol->flags |= SYM_SET;
@@ -142,6 +151,8 @@ static void define_alias(const Definition &definition, Symbol *symbol)
         return;
     if (uses_must_settle() && ((symbol->flags & SYM_ALIAS) == 0 || symbol->link != base))
         request_another_pass();
+    if (follow_alias(symbol) != base)
+        note_alias_change();
     symbol->flags |= SYM_ALIAS;
     symbol->link = base;
 }
@@ -157,7 +168,7 @@ static bool is_equate(const Symbol *symbol)
 static void define_place(const Definition &definition, Symbol *symbol)
 {
     Symbol *base = definition.value.symbol;
-    symbol->flags &= static_cast<uint16_t>(~SYM_ALIAS);
+    end_alias(symbol);
     set_link(symbol, is_equate(base) ? base->link : base);
 }
 

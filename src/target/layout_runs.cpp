@@ -13,6 +13,7 @@
 #include "output/section_table.h"
 #include "target/branch_choice.h"
 #include <algorithm>
+#include <ranges>
 
 LayoutRuns layout_runs;
 
@@ -202,6 +203,53 @@ static void weigh_cells()
     }
 }
 
+// A value that is assigned asks for no further pass. Unless it is always the same it tells how many
+// passes there were.
+static bool tells_passes()
+{
+    std::vector<bool> changes(layout_record.values.size(), false);
+    for (size_t cell = 0; cell < changes.size(); ++cell)
+        changes[cell] = layout_runs.setters[cell] != NO_STEP;
+    for (const LayoutItem &item : layout_record.items | std::views::reverse) {
+        if (item.step != LayoutStep::ASSIGN)
+            continue;
+        const uint32_t value = layout_record.values[item.source] + item.addend;
+        if (changes[item.source] || layout_record.values[item.target] != value)
+            return true;
+        changes[item.target] = false;
+    }
+    return false;
+}
+
+static bool reads_from_below(uint32_t step, const LayoutItem &item)
+{
+    const uint32_t setter = layout_runs.setters[item.source];
+    return item.step == LayoutStep::EQUATE && (setter == NO_STEP || setter > step);
+}
+
+// Finds the equates that nothing depends on, from the first: those below are read by those above.
+static void find_unseen_equates()
+{
+    layout_runs.unseen.clear();
+    if (layout_runs.sets_cells_again || tells_passes())
+        return;
+    const std::vector<LayoutItem> &items = layout_record.items;
+    std::vector<bool> seen(layout_record.values.size(), false);
+    for (uint32_t step = 0; step < items.size(); ++step) {
+        seen[items[step].source] = seen[items[step].source] || !reads_from_below(step, items[step]);
+        if (items[step].step == LayoutStep::COMPUTE)
+            seen[items[step].addend] = true;
+    }
+    for (uint32_t step = 0; step < items.size(); ++step) {
+        if (!reads_from_below(step, items[step]))
+            continue;
+        if (seen[items[step].target])
+            seen[items[step].source] = true;
+        else
+            layout_runs.unseen.push_back(step);
+    }
+}
+
 static bool is_odd(uint32_t step)
 {
     return layout_runs.ties[step] == Tie::ODD;
@@ -288,5 +336,6 @@ void index_layout_record()
     find_setters();
     find_ties();
     find_readers();
+    find_unseen_equates();
     find_runs();
 }

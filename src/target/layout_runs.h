@@ -67,6 +67,7 @@ struct LayoutRuns {
     std::vector<Readers> readers;  // of the cells
     std::vector<uint64_t> weights; // what a cell adds to the state, times its value
     bool sets_cells_again;         // a cell is set more than once in a pass
+    std::vector<uint32_t> unseen;  // equates on which nothing but other such equates above depends
 };
 extern LayoutRuns layout_runs;
 

@@ -37,6 +37,7 @@
 #include "target/layout_runs.h"
 #include <algorithm>
 #include <cstdlib>
+#include <ranges>
 
 // More than a branch reaches back, to a label or to a jump.
 constexpr uint32_t REACH_BACK = 128;
@@ -471,10 +472,24 @@ static void begin_replay_from(const std::vector<uint32_t> &start)
     due_next = ALL_STEPS;
 }
 
+// A chain of equates in reverse order would settle by a link a pass. Where nothing depends on it
+// nor on the number of passes, it settles from its end up before the first one. What others than
+// aliases have read doesn't turn into a number here: that ends the replay, in its pass.
+static void settle_unseen_equates()
+{
+    for (const uint32_t step : layout_runs.unseen | std::views::reverse) {
+        const LayoutItem &item = layout_record.items[step];
+        values[item.target] = value_of(item);
+        if (item.detail != 0 && numbers[item.source] && layout_record.reads[item.target] == 0)
+            numbers[item.target] = true;
+    }
+}
+
 void begin_replay()
 {
     begin_replay_from(layout_record.values);
     numbers = layout_record.numbers;
+    settle_unseen_equates();
 }
 
 static bool run_pass_from_head()
@@ -502,6 +517,7 @@ static void make_number(Symbol *symbol)
     symbol->attrs |= ATTR_DEFINED | ATTR_ABSOLUTE;
     symbol->flags &= static_cast<uint16_t>(~SYM_ALIAS);
     symbol->link = nullptr;
+    note_alias_change();
 }
 
 void store_replayed_values()

@@ -274,4 +274,40 @@ TEST(Documents, OthersAreAsTheProgramsAre)
 {
     EXPECT_GE(expect_document("README.md"), 5U);
     EXPECT_GE(expect_document("examples/README.md"), 2U);
+    EXPECT_GE(expect_document("docs/tutorial.md"), 12U);
+}
+
+// The cells of a row of a table; an escaped bar doesn't occur.
+static Lines cells_of(const std::string &row)
+{
+    Lines cells;
+    std::istringstream stream(row.substr(1));
+    for (std::string cell; std::getline(stream, cell, '|');)
+        cells.push_back(cell);
+    return cells;
+}
+
+// A table's second column says in nvasm8's words what the first says in another assembler's.
+TEST(Documents, WordsForThoseOfOtherAssemblersAssemble)
+{
+    std::ostringstream text;
+    text << std::ifstream(TREE / "docs/from-other-assemblers.md").rdbuf();
+    const std::regex quoted("`([^`]+)`");
+    size_t count = 0;
+    for (const std::string &row : lines_of(text.str())) {
+        if (!row.starts_with("| `"))
+            continue;
+        const std::string cell = cells_of(row)[1];
+        if (cell.find('`') == std::string::npos)
+            continue;
+        // Names that the rows use and don't define.
+        std::string source = "SIZE: set 16\n xref reset\nlabel: nop\n";
+        if (cell.find("SIZE:") != std::string::npos)
+            source.clear();
+        for (std::sregex_iterator line(cell.begin(), cell.end(), quoted), end; line != end; ++line)
+            source += (*line)[1].str() + "\n";
+        EXPECT_EQ(assemble(source, {}, {{"regs.inc", " nop\n"}}).err, "") << row;
+        count++;
+    }
+    EXPECT_GE(count, 70U);
 }

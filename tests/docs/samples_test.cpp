@@ -1,17 +1,16 @@
 // The documents are true: every indented block of their text is run as it stands, in the order of
-// the text, and what it shows is compared line by line. What a block is, its text says:
+// the text, and what it shows is compared line by line. What a block is can be seen:
 //
-//   "$ command"           a session: commands, each with what it prints; "cat" of a source that
-//   isn't
-//                         there yet writes it
-//   lead "`name`:"        the block is that file
-//   a line of a listing   a listing: the source is its source column, where a missing line number
-//                         stands for "mlist on"; a lead "`-m`:" gives options
-//   words of the tree     commands for who has the sources (cmake, scripts): only looked up
+// - It begins with "$ ": a session, commands with what each prints. The first "cat" of a source or
+//   layout shows what that must hold, and writes it.
+// - It begins with a line of a listing: its source column is the source, where a missing line is
+//   "mlist on". The text above may end in options: "With `-m`:".
+// - The text above ends in a name: "`blink.s`:". The block is that file.
+// - It has commands for who has the source tree, cmake and scripts: these are only looked up.
 //
 // A block that is none of these fails. A chapter ("## ") of the manual has a directory of its own,
-// the other documents have one each, with examples/ in it. Tabs count as blanks up to the next
-// column of 8, since the documents have none, and blanks at the ends of lines don't count.
+// any other document has one for all of it, with a copy of examples/. In what is printed a tab is
+// as good as blanks to the next column of 8, and blanks at the ends of lines don't count.
 #include "support/run.h"
 #include <filesystem>
 #include <fstream>
@@ -22,9 +21,9 @@
 using Lines = std::vector<std::string>;
 
 struct Block {
-    size_t line = 0; // where it begins in the document
-    std::string lead;
-    Lines lines; // without the indentation
+    size_t line = 0;  // where it begins in the document
+    std::string lead; // the last line of text above, if no other block stands between
+    Lines lines;      // without the indentation
 };
 
 struct Step {
@@ -86,6 +85,7 @@ static std::vector<std::vector<Block>> blocks_of(const Lines &document, bool cut
         if (cut_at_chapters && document[i].starts_with("## "))
             chapters.emplace_back();
         if (!is_indented(document[i])) {
+            EXPECT_FALSE(document[i].starts_with("```")) << "line " << i + 1 << ": indent samples";
             lead = document[i].empty() ? lead : document[i];
             continue;
         }
@@ -197,8 +197,8 @@ static std::vector<Step> steps_of(const Block &block)
 // The programs under their names, a day that doesn't change, and a programmer without a board.
 static std::string preparation()
 {
-    return "exec 2>&1\nmkdir .bin && cp -r " + (TREE / "examples").string() +
-           " .\n"
+    return "exec 2>&1\nmkdir .bin && cp -r '" + (TREE / "examples").string() +
+           "' .\n"
            "cat >.bin/stm8flash <<'END'\n#!/bin/sh\nfor image; do :; done\ntest -s $image\nEND\n"
            "chmod +x .bin/stm8flash\n"
            "export SOURCE_DATE_EPOCH=1798761600 LC_ALL=C PATH=$PWD/.bin:${NVASM8%/*}:$PATH\n";
@@ -216,7 +216,8 @@ static std::vector<Lines> run_steps(const std::vector<Step> &steps)
         if (line.starts_with("@@"))
             outputs.emplace_back();
     }
-    outputs.resize(steps.size(), {"@@nothing"});
+    outputs.back().emplace_back("@@cut off");
+    outputs.resize(steps.size(), {"@@not run"});
     return outputs;
 }
 
@@ -234,7 +235,7 @@ static void expect_steps(const std::string &document, const std::vector<Step> &s
             document + ":" + std::to_string(steps[i].line) + ": " + steps[i].command;
         EXPECT_EQ(joined(output), joined(as_seen(steps[i].expected))) << place;
         // What fails says so.
-        EXPECT_TRUE(status == "0" || !output.empty()) << place << " ended with " << status;
+        EXPECT_TRUE(status == "0" || !output.empty()) << place << ": status " << status;
     }
 }
 

@@ -151,35 +151,27 @@ static uint64_t hash_carried_state()
     return mix(hash, static_cast<uint32_t>(recording.repeat_nesting));
 }
 
-// The values are added up, so that replay can tell what its changes come to.
-static uint64_t hash_values()
+// What the passes move. The values are added up, so that replay can tell what its changes come to.
+struct State {
+    uint64_t values;
+    uint64_t kinds;
+    uint32_t symbols; // how many there are
+};
+
+static State look_at_symbols()
 {
-    uint64_t sum = 0;
+    State state = {0, hash_carried_state(), 0};
     for (const Section *section = section_list; section != nullptr; section = section->next)
-        sum += state_weight(section) * section->base_address;
-    for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next)
-        sum += state_weight(symbol) * symbol->value;
-    return sum;
-}
-
-static uint64_t hash_kinds()
-{
-    uint64_t hash = 0;
+        state.values += state_weight(section) * section->base_address;
     for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
-        hash = mix(hash, uint32_t{symbol->flags} << 16 | uint32_t{symbol->attrs} << 8 |
-                             symbol->section_number);
+        state.values += state_weight(symbol) * symbol->value;
+        state.kinds = mix(state.kinds, uint32_t{symbol->flags} << 16 |
+                                           uint32_t{symbol->attrs} << 8 | symbol->section_number);
         if (symbol->flags & SYM_ALIAS)
-            hash = mix(hash, reinterpret_cast<uintptr_t>(symbol->link));
+            state.kinds = mix(state.kinds, reinterpret_cast<uintptr_t>(symbol->link));
+        ++state.symbols;
     }
-    return hash;
-}
-
-static uint32_t count_symbols()
-{
-    uint32_t count = 0;
-    for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next)
-        ++count;
-    return count;
+    return state;
 }
 
 static void report_unsettled_labels()
@@ -226,19 +218,17 @@ static uint64_t hash_pass_boundary()
 enum class Replays { SETTLED, DIVERGED, ENDLESS };
 
 // Passes over the record of the text pass before, which was void.
-static Replays run_replays(Course *course)
+static Replays run_replays(Course *course, State state)
 {
-    const uint64_t kinds = mix(hash_carried_state(), hash_kinds());
-    uint64_t values = hash_values();
     begin_replay();
     for (;;) {
-        const ReplayResult result = replay_pass(&values);
+        const ReplayResult result = replay_pass(&state.values);
         if (result != ReplayResult::MOVED) {
             store_replayed_values();
             return result == ReplayResult::SETTLED ? Replays::SETTLED : Replays::DIVERGED;
         }
         ++pass_number;
-        if (!advance(course, kinds + values)) {
+        if (!advance(course, state.kinds + state.values)) {
             store_replayed_values();
             return Replays::ENDLESS;
         }
@@ -269,14 +259,15 @@ void run_passes_until_settled()
             begin_layout_record();
         if (!run_pass())
             break;
-        course.passes_max = DRIFTING_PASSES_MAX + count_symbols();
-        if (!advance(&course, mix(hash_carried_state(), hash_kinds()) + hash_values())) {
+        const State state = look_at_symbols();
+        course.passes_max = DRIFTING_PASSES_MAX + state.symbols;
+        if (!advance(&course, state.kinds + state.values)) {
             report_unsettled_labels();
             break;
         }
         if (!records || !can_replay(state_at_head))
             continue;
-        const Replays replays = run_replays(&course);
+        const Replays replays = run_replays(&course, state);
         if (replays == Replays::ENDLESS) {
             report_unsettled_labels();
             break;

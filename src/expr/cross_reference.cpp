@@ -1,10 +1,11 @@
-// Uses are noted in every pass. Line ordinals repeat from pass to pass, so that the later passes
-// find their entries present.
+// Uses are noted in every pass, without -c only the first one of a symbol. Line ordinals repeat
+// from pass to pass, so that the later passes find their entries present.
 
 #include "expr/cross_reference.h"
 
 #include "base/memory.h"
 #include "base/position.h"
+#include "base/settings.h"
 #include "expr/symbol_table.h"
 #include <algorithm>
 
@@ -86,8 +87,9 @@ void record_xref(Symbol *symbol)
     XrefList *list = &symbol->xref;
     if (list->head == nullptr)
         symbol->source_file = current_file_name();
-    if (!is_noted(list, line_ordinal))
-        append_line(list, line_ordinal);
+    else if (!settings.opt_xref || is_noted(list, line_ordinal))
+        return;
+    append_line(list, line_ordinal);
 }
 
 void free_xref(Symbol *symbol)

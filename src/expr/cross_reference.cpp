@@ -82,14 +82,21 @@ static bool is_noted(XrefList *list, uint32_t line)
     list->highest = std::max(list->highest, line);
 }
 
+static void note_first_use(Symbol *symbol)
+{
+    ++noted_uses;
+    symbol->source_file = current_file_name();
+    symbol->xref.is_used = true;
+    symbol->xref.first = line_ordinal;
+}
+
 void record_xref(Symbol *symbol)
 {
     XrefList *list = &symbol->xref;
-    if (list->head == nullptr)
-        symbol->source_file = current_file_name();
-    else if (!settings.opt_xref || is_noted(list, line_ordinal))
-        return;
-    append_line(list, line_ordinal);
+    if (!list->is_used)
+        note_first_use(symbol);
+    if (settings.opt_xref && !is_noted(list, line_ordinal))
+        append_line(list, line_ordinal);
 }
 
 void free_xref(Symbol *symbol)

@@ -13,8 +13,11 @@ struct XrefChunk {
     uint32_t lines[XREF_CHUNK_ENTRIES]; // line_ordinal of each use
 };
 
-// The uses of one symbol: full chunks, then one that may have room.
+// The uses of one symbol: the first one, and under -c all of them, in full chunks and then one that
+// may have room.
 struct XrefList {
+    uint32_t first; // its line, if the symbol is_used
+    bool is_used;
     XrefChunk *head;
     XrefChunk *tail;
     XrefChunk *hint;  // where the last use was found: the next one is likely there or after it

@@ -24,27 +24,17 @@ constexpr uint16_t SYM_KEPT = 0x1000;       // gets a record, as a later pass wa
 // The section attributes that a label takes over from its section.
 constexpr uint8_t ATTR_FROM_SECTION = ATTR_ZPAGE | ATTR_BIT | ATTR_LONG | ATTR_CODE;
 
-// Records live from the first mention to the end of the source file, through all passes.
+// Records live from the first mention to the end of the source file, through all passes. What
+// every use of a symbol looks at stands first, together in memory.
 struct Symbol {
     Symbol *next;
-    union {
-        Symbol *link;  // of an equate: the symbol that its value rests on, or null
-        char *literal; // with SYM_LITERAL: the owned text
-    };
-    Symbol *alias_end;       // with SYM_ALIAS: what follow_alias has found
-    uint32_t alias_version;  // when it did so
-    XrefList xref;           // the lines that use the symbol
-    const char *source_file; // file of the definition or of the first use; not owned
-    uint32_t object_index;   // number in the object file, 0 when it has none
-    uint32_t def_ordinal;    // line_ordinal of the definition
-    uint32_t data_size;      // bytes of data after the label, for debug information
-    uint32_t def_line;       // 0 while undefined, and for local labels
-    uint32_t scope;          // of a local label
-    uint32_t ref_line;       // line of the first reference, 0 while there is none
-    uint32_t defined_in;     // pass_number of the last definition and of the last use
+    uint64_t last_word;  // of the name, for lookups
+    uint32_t scope;      // of a local label
+    uint32_t value;      // a bit symbol holds byte address times 8 plus bit number
+    uint32_t cell;       // of the layout record: whose value moves, 0 for none
+    uint32_t defined_in; // pass_number of the last definition and of the last use
     uint32_t used_in;
-    uint32_t cell;          // of the layout record: whose value moves, 0 for none
-    uint32_t value;         // a bit symbol holds byte address times 8 plus bit number
+    uint32_t ref_line;      // line of the first reference, 0 while there is none
     uint16_t flags;         // SYM_ bits
     uint8_t attrs;          // ATTR_ bits
     uint8_t declared_attrs; // those that `xref` and its kin declare
@@ -52,7 +42,18 @@ struct Symbol {
     uint8_t section_number; // 0 for none
     uint8_t name_length;    // modulo 256
     const char *name;       // `name_length` bytes without end mark, inside the record
-    uint64_t last_word;     // of the name, for lookups
+    XrefList xref;          // the lines that use the symbol
+    union {
+        Symbol *link;  // of an equate: the symbol that its value rests on, or null
+        char *literal; // with SYM_LITERAL: the owned text
+    };
+    Symbol *alias_end;       // with SYM_ALIAS: what follow_alias has found
+    uint32_t alias_version;  // when it did so
+    uint32_t object_index;   // number in the object file, 0 when it has none
+    const char *source_file; // file of the definition or of the first use; not owned
+    uint32_t def_ordinal;    // line_ordinal of the definition
+    uint32_t data_size;      // bytes of data after the label, for debug information
+    uint32_t def_line;       // 0 while undefined, and for local labels
 };
 
 // Head of the one list of all symbols. Its order is that of the symbols in the object file: the

@@ -131,7 +131,7 @@ static uint32_t reference_line(const Symbol *symbol)
 {
     if (symbol->ref_line != 0)
         return symbol->ref_line;
-    return symbol->xref.head != nullptr ? symbol->xref.head->lines[0] : definition_line(symbol);
+    return symbol->xref.is_used ? symbol->xref.first : definition_line(symbol);
 }
 
 static const char *symbol_file(const Symbol *symbol)

@@ -335,10 +335,9 @@ static void cut_file(int descriptor, off_t size)
         return;
 }
 
-// The file that is being written beside its target, null most of the time. The signal handler
-// deletes it, so that signals wait while it comes and goes.
-static std::string temporary_name;
-static const char *volatile pending_temporary;
+// The temporary files that there are: new contents of outputs, and old ones until all outputs are
+// in place. The signal handler deletes them, so that signals wait while the list changes.
+static std::vector<std::string> pending_temporaries;
 
 // The signals that end a process in good order; SIGINT has a status of its own.
 static const int ending_signals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGXCPU};
@@ -363,48 +362,58 @@ static void release_signals(const sigset_t &old)
     sigprocmask(SIG_SETMASK, &old, nullptr);
 }
 
-// Creates a file of a new name in `directory`. Gives its descriptor, or -1.
-static int create_temporary(const std::string &directory)
+// Makes a file of a new name in `directory` by `make`, which sets errno. Gives its name; empty if
+// there is none.
+template <typename Make> static std::string make_temporary(const std::string &directory, Make make)
 {
     constexpr int NAMES_MAX = 100; // what killed runs may have left under our number
-    int descriptor = -1;
-    for (int i = 0; i < NAMES_MAX && descriptor < 0; ++i) {
-        temporary_name =
-            directory + ".nvasm8-" + std::to_string(getpid()) + "-" + std::to_string(i);
-        sigset_t old;
-        hold_signals(&old);
-        descriptor = open(temporary_name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        const int error = errno;
-        if (descriptor >= 0)
-            pending_temporary = temporary_name.c_str();
-        release_signals(old);
-        if (descriptor < 0 && error != EEXIST)
-            return -1;
+    sigset_t old;
+    hold_signals(&old);
+    std::string made;
+    const size_t first = pending_temporaries.size();
+    for (size_t i = 0; i < NAMES_MAX; ++i) {
+        // Listed before it is there: the list may take memory, and with it the process.
+        const std::string &name = pending_temporaries.emplace_back(
+            directory + ".nvasm8-" + std::to_string(getpid()) + "-" + std::to_string(first + i));
+        if (make(name.c_str())) {
+            made = name;
+            break;
+        }
+        const bool taken = errno == EEXIST;
+        pending_temporaries.pop_back();
+        if (!taken)
+            break;
     }
-    return descriptor;
+    const int error = errno;
+    release_signals(old);
+    errno = error;
+    return made;
 }
 
-static void remove_temporary()
+// Moves a temporary file to where it is to stay.
+static bool rename_temporary(const std::string &name, const std::string &target)
 {
-    sigset_t old;
-    hold_signals(&old);
-    if (pending_temporary != nullptr)
-        unlink(pending_temporary);
-    pending_temporary = nullptr;
-    release_signals(old);
+    if (rename(name.c_str(), target.c_str()) != 0)
+        return false;
+    std::erase(pending_temporaries, name);
+    return true;
 }
 
-// Renames the temporary file; it is gone in any case.
-static bool rename_temporary(const std::string &target)
+static void delete_temporaries()
 {
+    for (const std::string &name : pending_temporaries)
+        unlink(name.c_str());
+}
+
+static void remove_temporaries()
+{
+    const int error = errno;
     sigset_t old;
     hold_signals(&old);
-    const bool renamed = rename(temporary_name.c_str(), target.c_str()) == 0;
-    if (!renamed)
-        unlink(temporary_name.c_str());
-    pending_temporary = nullptr;
+    delete_temporaries();
+    pending_temporaries.clear();
     release_signals(old);
-    return renamed;
+    errno = error;
 }
 
 // Permissions must be the same; another user's file becomes ours where the host doesn't let us give
@@ -417,28 +426,56 @@ static bool take_over_permissions(int descriptor, const struct stat &status)
     return false;
 }
 
-enum class Replacement { DONE, IMPOSSIBLE, FAILED };
+// How an output comes to its place.
+enum class OutputWay {
+    REPLACE,   // a temporary file is renamed
+    OVERWRITE, // the file itself is written: the directory doesn't let us do it otherwise
+    STREAM,    // a device, a pipe, or the file that a standard stream leads to
+};
 
-// Writes a temporary file and renames it to `target`, which has the given status if it exists.
-// IMPOSSIBLE: the directory doesn't let us.
-static Replacement replace_file(const std::string &target, const struct stat *status,
-                                std::span<const Piece> pieces)
+// An output on its way.
+struct StagedOutput {
+    const Output *output = nullptr;
+    OutputWay way = OutputWay::REPLACE;
+    bool exists = false;
+    struct stat status = {};
+    std::string target;       // where the path leads to
+    std::string temporary;    // the new contents
+    std::string backup;       // another name of the old file
+    bool linked = false;      // which has its own name, too, until it is replaced
+    std::vector<uint8_t> old; // what was overwritten
+    bool placed = false;
+};
+
+static int create_file(const char *name)
 {
-    const int descriptor = create_temporary(directory_of(target));
-    if (descriptor < 0)
-        return Replacement::IMPOSSIBLE;
-    if (status != nullptr && !take_over_permissions(descriptor, *status)) {
+    return open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+}
+
+// Writes the temporary file. False when the output can't be written at all.
+static bool write_temporary(StagedOutput *staged)
+{
+    int descriptor = -1;
+    staged->temporary = make_temporary(directory_of(staged->target), [&](const char *name) {
+        descriptor = create_file(name);
+        return descriptor >= 0;
+    });
+    if (descriptor < 0) {
+        staged->way = OutputWay::OVERWRITE;
+        return true;
+    }
+    if (staged->exists && !take_over_permissions(descriptor, staged->status)) {
         close(descriptor);
-        remove_temporary();
-        return Replacement::IMPOSSIBLE;
+        staged->way = OutputWay::OVERWRITE;
+        return true;
     }
+    const std::span<const Piece> pieces = staged->output->pieces;
     const bool written = write_range(descriptor, pieces, 0, total_size(pieces));
+    const int error = errno;
     const bool closed = close(descriptor) == 0;
-    if (!written || !closed) {
-        remove_temporary();
-        return Replacement::FAILED;
-    }
-    return rename_temporary(target) ? Replacement::DONE : Replacement::IMPOSSIBLE;
+    if (!written)
+        errno = error;
+    return written && closed;
 }
 
 // Writes over a file of `old_size` bytes. What goes beyond its end comes first: a disk that is full
@@ -510,22 +547,179 @@ static bool leads_to(const std::string &path, const struct stat &status)
            found.st_ino == status.st_ino;
 }
 
+// Finds the way of an output and writes its temporary file, if it has one. False when it can't be
+// written.
+static bool stage_output(StagedOutput *staged)
+{
+    const char *path = staged->output->path;
+    staged->exists = read_status(path, &staged->status);
+    if (!staged->exists && errno != ENOENT)
+        return false;
+    if (staged->exists &&
+        (!S_ISREG(staged->status.st_mode) || standard_stream_of(staged->status))) {
+        staged->way = OutputWay::STREAM;
+        return true;
+    }
+    const std::optional<std::string> target = follow_links(path);
+    if (!target || (staged->exists && !leads_to(*target, staged->status))) {
+        staged->way = OutputWay::OVERWRITE;
+        return true;
+    }
+    staged->target = *target;
+    return write_temporary(staged);
+}
+
+// Gives the old file a second name. Where the host has no such, an empty file keeps the name free
+// until the old one can move there.
+static bool keep_old_file(StagedOutput *staged)
+{
+    const std::string directory = directory_of(staged->target);
+    staged->backup = make_temporary(
+        directory, [&](const char *name) { return link(staged->target.c_str(), name) == 0; });
+    staged->linked = !staged->backup.empty();
+    if (!staged->linked) {
+        staged->backup = make_temporary(directory, [](const char *name) {
+            const int descriptor = create_file(name);
+            return descriptor >= 0 && close(descriptor) == 0;
+        });
+    }
+    return !staged->backup.empty();
+}
+
+static bool keep_old_bytes(StagedOutput *staged)
+{
+    const int descriptor =
+        persist([&] { return open(staged->output->path, O_RDONLY | O_NOCTTY | O_CLOEXEC); });
+    if (descriptor < 0)
+        return false;
+    uint8_t block[16384];
+    ssize_t size = 0;
+    while ((size = persist([&] { return read(descriptor, block, sizeof block); })) > 0)
+        staged->old.insert(staged->old.end(), block, block + size);
+    close(descriptor);
+    return size == 0;
+}
+
+// Keeps what take_back needs.
+static bool keep_old(StagedOutput *staged)
+{
+    if (!staged->exists || staged->way == OutputWay::STREAM)
+        return true;
+    if (staged->way == OutputWay::REPLACE && keep_old_file(staged))
+        return true;
+    staged->way = OutputWay::OVERWRITE;
+    return keep_old_bytes(staged);
+}
+
+// Renames the temporary file to its place. False with everything as it was.
+static bool replace_file(StagedOutput *staged)
+{
+    const bool moves = !staged->backup.empty() && !staged->linked;
+    if (moves && rename(staged->target.c_str(), staged->backup.c_str()) != 0)
+        return false;
+    if (rename_temporary(staged->temporary, staged->target))
+        return true;
+    if (moves && !rename_temporary(staged->backup, staged->target))
+        std::erase(pending_temporaries, staged->backup);
+    return false;
+}
+
+static bool place_staged(StagedOutput *staged)
+{
+    if (staged->way == OutputWay::REPLACE) {
+        staged->placed = replace_file(staged);
+        if (staged->placed)
+            return true;
+        if (!staged->backup.empty() && !keep_old_bytes(staged))
+            return false;
+        staged->way = OutputWay::OVERWRITE;
+    }
+    staged->placed = overwrite_file(
+        staged->output->path, staged->exists ? &staged->status : nullptr, staged->output->pieces);
+    return staged->placed;
+}
+
+// Puts back what was there, as far as the host lets us.
+static void take_back(const StagedOutput &staged)
+{
+    if (!staged.placed)
+        return;
+    if (!staged.exists) {
+        std::remove(staged.output->path);
+    } else if (staged.way == OutputWay::REPLACE) {
+        // If it can't go back it is left under its other name.
+        if (!rename_temporary(staged.backup, staged.target))
+            std::erase(pending_temporaries, staged.backup);
+    } else {
+        const Piece old(staged.old);
+        struct stat status;
+        if (read_status(staged.output->path, &status))
+            overwrite_file(staged.output->path, &status, {&old, 1});
+    }
+}
+
+// Files get their temporaries first, and what can't be taken back is written then: after that
+// nothing is left that usually fails.
+static bool stage_outputs(std::vector<StagedOutput> *staged, size_t *at)
+{
+    for (*at = 0; *at < staged->size(); ++*at) {
+        if (!stage_output(&(*staged)[*at]))
+            return false;
+    }
+    for (*at = 0; *at < staged->size(); ++*at) {
+        const StagedOutput &one = (*staged)[*at];
+        if (one.way == OutputWay::STREAM &&
+            !write_stream(one.output->path, one.status, one.output->pieces))
+            return false;
+    }
+    return true;
+}
+
+// What is needed to go back is kept for all before the first changes, so that no want of memory or
+// room comes between two. The last needs nothing: it is in place, or as it was.
+static bool place_outputs(std::vector<StagedOutput> *staged, size_t *at)
+{
+    for (*at = 0; *at + 1 < staged->size(); ++*at) {
+        if (!keep_old(&(*staged)[*at]))
+            return false;
+    }
+    for (*at = 0; *at < staged->size(); ++*at) {
+        StagedOutput &one = (*staged)[*at];
+        if (one.way == OutputWay::STREAM || place_staged(&one))
+            continue;
+        const int error = errno;
+        for (size_t i = *at; i > 0; --i)
+            take_back((*staged)[i - 1]);
+        errno = error;
+        return false;
+    }
+    return true;
+}
+
+std::optional<OutputFailure> write_outputs(std::span<const Output> outputs)
+{
+    std::vector<StagedOutput> staged(outputs.size());
+    for (size_t i = 0; i < outputs.size(); ++i)
+        staged[i].output = &outputs[i];
+    size_t at = 0;
+    errno = 0;
+    bool done = stage_outputs(&staged, &at);
+    if (done) {
+        sigset_t old;
+        hold_signals(&old);
+        done = place_outputs(&staged, &at);
+        remove_temporaries();
+        release_signals(old);
+    } else {
+        remove_temporaries();
+    }
+    return done ? std::nullopt : std::optional(OutputFailure{at, errno});
+}
+
 bool write_output(const char *path, std::span<const Piece> pieces)
 {
-    struct stat status;
-    const bool exists = read_status(path, &status);
-    if (!exists && errno != ENOENT)
-        return false;
-    if (exists && (!S_ISREG(status.st_mode) || standard_stream_of(status)))
-        return write_stream(path, status, pieces);
-    const struct stat *old = exists ? &status : nullptr;
-    const std::optional<std::string> target = follow_links(path);
-    if (!target || (exists && !leads_to(*target, status)))
-        return overwrite_file(path, old, pieces);
-    const Replacement replacement = replace_file(*target, old, pieces);
-    if (replacement == Replacement::IMPOSSIBLE)
-        return overwrite_file(path, old, pieces);
-    return replacement == Replacement::DONE;
+    const Output output{path, pieces};
+    return !write_outputs({&output, 1});
 }
 
 // Whether nothing is left under the name that is ours to delete.
@@ -552,8 +746,7 @@ bool remove_output(const char *path)
 
 static void on_ending_signal(int signal)
 {
-    if (pending_temporary != nullptr)
-        unlink(pending_temporary);
+    delete_temporaries();
     if (signal == SIGINT)
         _exit(2);
     // Its own disposition is back; it ends the process when this function returns.
@@ -588,7 +781,7 @@ void occupy_standard_streams()
 
 void end_process(int status)
 {
-    remove_temporary();
+    remove_temporaries();
     std::exit(status);
 }
 

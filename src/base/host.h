@@ -76,6 +76,20 @@ using Piece = std::span<const uint8_t>;
 // or is where standard output or standard error leads, too. False when it could not be written.
 bool write_output(const char *path, std::span<const Piece> pieces);
 
+struct Output {
+    const char *path = nullptr;
+    std::span<const Piece> pieces;
+};
+
+struct OutputFailure {
+    size_t output = 0; // which of them
+    int error = 0;     // errno of it, 0 if the host gave none
+};
+
+// The same for several outputs, all or none: if one fails, the others are as they were before, but
+// for what was written to devices and pipes.
+std::optional<OutputFailure> write_outputs(std::span<const Output> outputs);
+
 // Deletes a file that an earlier run has written; anything but a regular file (a device, say) is
 // left. False when that failed.
 bool remove_output(const char *path);

@@ -327,6 +327,13 @@ TEST(Errors, LeaveOldOutputsAndAreAllShown)
     EXPECT_EQ(run.files.at("x.hex"), "old\n");
     EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 51);
     EXPECT_NE(run.err.find("nvlink8: 70 errors more are not shown\n"), std::string::npos);
+    for (const char *const map : {"d", "none/map", "/dev/full"}) {
+        const auto failed = link_sources({" nop\n"}, "--map " + std::string(map),
+                                         "mkdir d; echo old >x.hex; trap 'ls -A >list' EXIT");
+        EXPECT_EQ(failed.status, 1) << map;
+        EXPECT_EQ(failed.files.at("x.hex"), "old\n") << map;
+        EXPECT_EQ(failed.files.at("list").find(".nvasm8"), std::string::npos) << map;
+    }
 }
 
 TEST(Inputs, DamagedAndForeignOnesAreRefused)

@@ -4,8 +4,9 @@
 #include "nvlink8/linker.h"
 
 #include "base/host.h"
+#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
+#include <cstring>
 #include <new>
 
 static constexpr int STATUS_ERROR = 1;
@@ -13,7 +14,7 @@ static constexpr int STATUS_ERROR = 1;
 static void out_of_memory()
 {
     std::fputs("nvlink8: no memory\n", stderr);
-    std::exit(STATUS_ERROR);
+    end_process(STATUS_ERROR);
 }
 
 static int print(const std::string &output)
@@ -33,30 +34,39 @@ static std::string device_list(const Options &options)
     return list;
 }
 
-// Nothing is written unless everything can be, as far as that can be known ahead.
+static void report_failure(const FinishedFile &file, int error, Messages *messages)
+{
+    const char *reason = path_kind(file.path.c_str()) == PathKind::DIRECTORY ? "it is a directory"
+                         : error != 0                                        ? std::strerror(error)
+                                      : "the host gives no reason";
+    add_error(messages, "can't write %s: %s", file.path.c_str(), reason);
+}
+
+// All outputs or none.
 static void write_files(const std::vector<FinishedFile> &files, Messages *messages)
 {
+    std::vector<Piece> contents;
+    std::vector<Output> outputs;
     for (const FinishedFile &file : files) {
+        errno = 0;
         if (!takes_output(file.path.c_str()))
-            add_error(messages, "can't write %s", file.path.c_str());
+            report_failure(file, errno, messages);
+        contents.emplace_back(reinterpret_cast<const uint8_t *>(file.contents.data()),
+                              file.contents.size());
     }
     if (!messages->errors.empty())
         return;
-    for (const FinishedFile &file : files) {
-        const Piece piece{reinterpret_cast<const uint8_t *>(file.contents.data()),
-                          file.contents.size()};
-        if (!write_output(file.path.c_str(), {&piece, 1})) {
-            add_error(messages, "can't write %s", file.path.c_str());
-            return;
-        }
-    }
+    for (size_t i = 0; i < files.size(); ++i)
+        outputs.push_back({files[i].path.c_str(), {&contents[i], 1}});
+    if (const auto failure = write_outputs(outputs))
+        report_failure(files[failure->output], failure->error, messages);
 }
 
 int main(int argc, char **argv)
 {
     std::set_new_handler(out_of_memory);
-    occupy_standard_streams();
     route_signals();
+    occupy_standard_streams();
     const std::vector<std::string> arguments(argv + 1, argv + argc);
     Options options;
     Messages messages;

@@ -17,7 +17,7 @@ static const char *const FACTS = R"(
 stm8af526?  17ff 4000-43ff  ffff | stm8af528?  17ff 4000-47ff 17fff
 stm8af52a?  17ff 4000-47ff 27fff | stm8af6213   3ff 4000-427f  8fff
 stm8af6223   3ff 4000-427f  9fff | stm8af6223a  3ff 4000-427f  9fff
-stm8af6226   3ff 4000-427f  9fff | stm8af624?   7ff 4000-41ff  bfff
+stm8af6226   7ff 4000-427f  9fff | stm8af624?   7ff 4000-41ff  bfff
 stm8af6266   7ff 4000-43ff  ffff | stm8af6268   7ff 4000-43ff  ffff
 stm8af6269  17ff 4000-43ff  ffff | stm8af628?  17ff 4000-47ff 17fff
 stm8af62a?  17ff 4000-47ff 27fff | stm8al313?   7ff 1000-13ff  9fff
@@ -33,7 +33,7 @@ stm8l151?2   3ff 1000-10ff  8fff | stm8l151?3   3ff 1000-10ff  9fff
 stm8l151?4   7ff 1000-13ff  bfff | stm8l151?6   7ff 1000-13ff  ffff
 stm8l151?8   fff 1000-17ff 17fff | stm8l152?4   7ff 1000-13ff  bfff
 stm8l152?6   7ff 1000-13ff  ffff | stm8l152?8   fff 1000-17ff 17fff
-stm8l162?8   fff 1000-17ff 17fff | stm8s001j3   3ff 4000-407f  9fff
+stm8l162?8   7ff 1000-17ff 17fff | stm8s001j3   3ff 4000-407f  9fff
 stm8s003?3   3ff 4000-407f  9fff | stm8s005?6   7ff 4000-407f  ffff
 stm8s007c8  17ff 4000-407f 17fff | stm8s103?3   3ff 4000-427f  9fff
 stm8s103f2   3ff 4000-427f  8fff | stm8s105?4   7ff 4000-43ff  bfff
@@ -45,7 +45,6 @@ stm8s207rb  17ff 4000-47ff 27fff | stm8s207s8  17ff 4000-45ff 17fff
 stm8s207sb  17ff 4000-45ff 27fff | stm8s208?8  17ff 4000-47ff 17fff
 stm8s208?b  17ff 4000-47ff 27fff | stm8s208c6  17ff 4000-47ff  ffff
 stm8s208r6  17ff 4000-47ff  ffff | stm8s208s6  17ff 4000-45ff  ffff
-stm8s208s8  17ff 4000-45ff 17fff | stm8s208sb  17ff 4000-45ff 27fff
 stm8s903?3   3ff 4000-427f  9fff | stm8splnb1   3ff 4000-427f  9fff
 stm8tl5??4   fff -          bfff
 )";
@@ -103,7 +102,7 @@ TEST(Devices, PartNumbersFindTheClosestLayout)
 {
     const std::vector<std::pair<std::string, std::string>> cases{
         {"stm8s103f3p6", "stm8s103_3"},   {"STM8S103F2U6", "stm8s103f2"},
-        {"stm8s208sbt6", "stm8s208sb"},   {"stm8s208mbt6b", "stm8s208_b"},
+        {"stm8s208sbt6", "stm8s208_b"},   {"stm8s208mbt6b", "stm8s208_b"},
         {"stm8af6223aay", "stm8af6223a"}, {"stm8af6223pcx", "stm8af6223"},
         {"stm8s105?6", "stm8s105_6"}};
     for (const auto &[part, layout] : cases) {

@@ -258,8 +258,8 @@ TEST(Errors, NamePlaceValueAndRemedy)
     const Case cases[] = {
         {{" xref.l far1\n nop\n ldw x,#far1\n", far},
          "--place far=0x10000",
-         "a.o: .text+0x2: far1: value 0x10004 doesn't fit a word; write plow(...) for its low "
-         "word, "
+         "a.o: .text+0x2: far1: value 0x10004 doesn't fit a word, -0x8000 to 0xffff; write "
+         "plow(...) for its low word, "
          "or use callf, jpf or ldf, which take three bytes"},
         {{" xref.l far1\n call far1\n", far},
          "--place far=0x10000",
@@ -312,11 +312,89 @@ TEST(Errors, NamePlaceValueAndRemedy)
         {{" nop\n"}, "--checksum sum=0x8000+1@0x300", "--checksum: 0x300 lies in RAM"},
         {{" nop\n"}, "--map ./x.hex", "the output ./x.hex would be written over x.hex"},
         {{" nop\n"}, "--export a.o a.o", "the output a.o would be written over a.o"},
-        {{" nop\n"}, "--define v=010", "--define v=010: expected NAME=VALUE"},
+        {{" nop\n"}, "--define v=010", "--define v=010: expected NAME=VALUE or ADDRESS:BIT"},
+        {{" nop\n"}, "a.o -o", "-o: expected FILE"},
+        {{" nop\n"},
+         "--map m --map m --map n",
+         "--map n: it was m before, and there can be one only"},
+        {{" nop\n"},
+         "--device stm8s130f3p6",
+         "--device stm8s130f3p6: no layout of this name; is stm8s103?3 meant? --device help lists "
+         "those there are"},
+        {{" nop\n"},
+         "--region e=0x3ff+2,rom --region ram=0x100-0x3ff",
+         "regions ram, 0x100-0x3ff, ram, and e, 0x3ff-0x400, rom, overlap; --region changes "
+         "either"},
+        {{" nop\n"}, "--fill ram=1", "--fill ram=0x1: region ram is RAM, where nothing is stored"},
+        {{" nop\n"},
+         "--entry e --define e=0x1000000",
+         "--entry e: 0x1000000 is no address; the last is 0xffffff"},
+        {{" switch .bss\n ds.b 2\n"},
+         "--place .bss=0x8000",
+         "section .bss, 2 bytes of variables at 0x8000, lies in region flash, which is ROM"},
+        {{"v: section abs,code\n org $ffff\n dc.b 1,2\n"},
+         "--region flash=0x8000-0x10fff",
+         "section v of a.o, 0xffff-0x10000, is code and crosses a boundary of 64 KiB; its org is "
+         "to "
+         "be moved"},
+        {{" .scheck $18000\n dc.b 1\n"},
+         "",
+         "a.o: .text+0x0: 0: value 0x18000 lies in another 64 KiB than the place, 0x8000; use "
+         "callf "
+         "or jpf"},
+        {{"u: section bss\n ds.b 1\nw: section bss\n ds.b 1\n"},
+         "--overlay u,w --place u=ram --place w=0x200",
+         "sections u and w share an address by --overlay, and --place u=ram and --place w=0x200 "
+         "give "
+         "them two"},
+        {{"u: section bss\n ds.b 1\nw: section bss\n ds.b 1\n"},
+         "--overlay u,w --overlay w",
+         "section w can't share its address by two --overlay"},
+        {{" xref b\n dc.w b\n"},
+         "--define b=0x50:3",
+         "a.o: symbol b is not a bit symbol here, but a bit symbol in --define, which defines it"},
+        {{" wdef v\n switch .ubsct\nv: ds.b 1\n", " xdef v\n switch .bss\nv: ds.b 1\n"},
+         "",
+         "a.o: symbol v is a zero page address here, but not a zero page address in b.o, which "
+         "defines it"},
+        {{" xref counter\n ldw x,counter\n xref alpha\n dc.w alpha\n", " xdef conuter\nconuter:\n"},
+         "--define alpah=1",
+         "undefined symbol alpha: a.o: .text+0x3; is alpah meant?"},
         {{" nop\n"}, "--frob", "unknown option --frob; --help lists the options"},
     };
     for (const Case &c : cases)
         EXPECT_EQ(first_error(c.sources, c.arguments), c.expected) << c.sources[0];
+}
+
+TEST(Errors, AreOnlyWarningsWhereASlipIsLikely)
+{
+    const Case cases[] = {
+        {{" nop\n"}, "--place k=0x9000", "--place k=0x9000: there is no section k"},
+        {{" nop\n"},
+         "--load b.?:.t*=flash",
+         "--load b.?:.t*=flash: there is no section .t* of b.?"},
+        {{" nop\n"}, "--align k=2", "--align k=2: there is no section k"},
+        {{" nop\n"}, "--keep k", "--keep k: there is no section k"},
+        {{" nop\n"}, "--overlay k", "--overlay k: there is no section k"},
+        {{"v: section abs\n org $8000\n dc.b 1\n"},
+         "--place v=0x9000",
+         "--place v=0x9000: section v of a.o is absolute and stays"},
+        {{" nop\n"},
+         "--region r=0xff-0x1ff,ram",
+         "regions ram, 0x100-0x7ff, ram, and r, 0xff-0x1ff, ram, overlap; --region changes either"},
+        {{" xbit b\n bset b\n"},
+         "--define b=0x283",
+         "a.o: symbol b is a bit symbol here, and --define gives it a plain number, which is "
+         "taken as 0x50:3; --define b=ADDRESS:BIT says so"},
+    };
+    for (const Case &c : cases) {
+        const auto run = link_sources(c.sources, c.arguments);
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_NE(run.err.find("warning: " + std::string(c.expected) + "\n"), std::string::npos)
+            << run.err;
+    }
+    // A layout may speak of more than a program has.
+    EXPECT_EQ(link_sources({" nop\n"}, "@l", "echo --place k=0x9000 --keep m >l").err, "");
 }
 
 TEST(Errors, LeaveOldOutputsAndAreAllShown)
@@ -364,6 +442,10 @@ TEST(Options, StandInFilesToo)
         "--format ihex, srec or bin\n");
     EXPECT_EQ(image({" xref v,__stack_top\n dc.w v,__stack_top\n"}, "@d/l.txt # .o", layout),
               "9000: 08 00 03 ff");
+    EXPECT_EQ(image({" nop\n"}, "@l", "printf '\\357\\273\\277--place .text=0x9000' >l"),
+              "9000: 9d");
+    EXPECT_EQ(first_error({" nop\n"}, "@l", "printf '\\n\"\" b' >l"),
+              "l:2: an empty word, which is neither an option nor a file");
 }
 
 TEST(Outputs, HaveTheirFormats)
@@ -382,6 +464,10 @@ TEST(Outputs, HaveTheirFormats)
     EXPECT_EQ(run.files.at("low.txt"), "S00A00006E766C696E6B382B\nS1058000010277\nS90380007C\n");
     EXPECT_EQ(run.files.at("x.bin").size(), 0x8001U);
     EXPECT_EQ(run.files.at("x.def"), "--define go=0x8000\n");
+    EXPECT_EQ(link_sources({" xdef b\n switch .bss\nv: ds.b 2\nb: equ v+1:7\n"}, "--export x.def")
+                  .files.at("x.def"),
+              "--define b=0x101:7\n");
+    EXPECT_EQ(image({" xbit b\n bset b\n"}, "--define b=0x101:7"), "8000: 72 1e 01 01");
     EXPECT_EQ(run.files.at("x.d"), "x.hex: \\\n a.o\na.o:\n");
     EXPECT_NE(run.files.at("x.map").find("  008000  go                       a.o\n"),
               std::string::npos);

@@ -6,6 +6,7 @@
 #include "nvlink8/numbers.h"
 #include "nvlink8/words.h"
 #include <algorithm>
+#include <map>
 
 // The command line on its way into Options.
 struct Reader {
@@ -16,6 +17,7 @@ struct Reader {
     std::optional<ImageFormat> format; // of the outputs that follow
     std::vector<std::string> only;
     Task task = Task::LINK;
+    std::map<std::string, std::string> given_once; // values of options that have one
 };
 
 // An option as it was given.
@@ -25,16 +27,21 @@ struct Given {
     Word word; // the value; where the option stands
 };
 
-static void refuse(Reader *reader, const Given &given, const char *reason)
+// The option and its value as messages name them, with the file that says so.
+static std::string title(const Given &given)
 {
-    const std::string &origin = given.word.origin;
-    add_error(&reader->messages, "%s%s%s %s: %s", origin.c_str(), origin.empty() ? "" : ": ",
-              given.name, given.word.text.c_str(), reason);
+    return (given.word.origin.empty() ? "" : given.word.origin + ": ") + given.name +
+           (given.word.text.empty() ? "" : " ") + given.word.text;
+}
+
+static void refuse(Reader *reader, const Given &given, const std::string &reason)
+{
+    add_error(&reader->messages, "%s: %s", title(given).c_str(), reason.c_str());
 }
 
 static void refuse_form(Reader *reader, const Given &given)
 {
-    refuse(reader, given, text("expected %s", given.value_name).c_str());
+    refuse(reader, given, std::string("expected ") + given.value_name);
 }
 
 static std::vector<std::string> split(std::string_view list)
@@ -65,7 +72,8 @@ static bool cut_assignment(const std::string &word, std::string *left, std::stri
     return true;
 }
 
-static bool read_patterns(const std::string &list, std::vector<SectionPattern> *patterns)
+static bool read_patterns(const Given &given, const std::string &list,
+                          std::vector<SectionPattern> *patterns)
 {
     for (const std::string &part : split(list)) {
         const size_t colon = part.rfind(':');
@@ -74,6 +82,8 @@ static bool read_patterns(const std::string &list, std::vector<SectionPattern> *
         pattern.section = colon == std::string::npos ? part : part.substr(colon + 1);
         if (pattern.section.empty() || colon == 0)
             return false;
+        if (given.word.origin.empty())
+            pattern.option = title(given);
         patterns->push_back(pattern);
     }
     return true;
@@ -95,14 +105,12 @@ static void read_place_rule(Reader *reader, const Given &given, bool load)
     std::string right;
     PlaceRule rule;
     rule.load = load;
-    if (!cut_assignment(given.word.text, &left, &right) || !read_patterns(left, &rule.patterns) ||
-        !read_where(right, &rule.where)) {
+    if (!cut_assignment(given.word.text, &left, &right) ||
+        !read_patterns(given, left, &rule.patterns) || !read_where(right, &rule.where)) {
         refuse_form(reader, given);
         return;
     }
-    rule.origin = given.word.origin.empty() ? "" : given.word.origin + ": ";
-    rule.origin += std::string(given.name) + " " + given.word.text;
-    rule.from_file = !given.word.origin.empty();
+    rule.origin = title(given);
     reader->options.places.push_back(std::move(rule));
 }
 
@@ -189,10 +197,11 @@ static void take_region(Reader *reader, const Given &given)
         if (region.name == name) {
             region.range = *range;
             region.ram = ram;
+            region.given = true;
             return;
         }
     }
-    options.regions.push_back({name, *range, ram, {}});
+    options.regions.push_back({name, *range, ram, {}, true});
 }
 
 static void take_align(Reader *reader, const Given &given)
@@ -202,7 +211,7 @@ static void take_align(Reader *reader, const Given &given)
     std::vector<SectionPattern> patterns;
     const bool cut = cut_assignment(given.word.text, &left, &right);
     const auto alignment = cut ? read_number(right, ADDRESS_MAX) : std::nullopt;
-    if (!alignment || *alignment == 0 || !read_patterns(left, &patterns)) {
+    if (!alignment || *alignment == 0 || !read_patterns(given, left, &patterns)) {
         refuse_form(reader, given);
         return;
     }
@@ -263,28 +272,43 @@ static void take_checksum(Reader *reader, const Given &given)
     reader->options.checksums.push_back(rule);
 }
 
+// A bit is ADDRESS:NUMBER, all else a plain number.
+static bool read_symbol_value(const std::string &word, Definition *definition)
+{
+    const size_t colon = word.find(':');
+    definition->bit = colon != std::string::npos;
+    if (!definition->bit) {
+        const auto value = read_signed_number(word);
+        definition->value = value.value_or(0);
+        return value.has_value();
+    }
+    const auto address = read_number(std::string_view(word).substr(0, colon), ADDRESS_MAX);
+    const auto number = read_number(std::string_view(word).substr(colon + 1), 7);
+    definition->value = 8 * address.value_or(0) + number.value_or(0);
+    return address && number;
+}
+
 static void take_define(Reader *reader, const Given &given)
 {
-    std::string name;
-    std::string value_text;
-    const bool cut = cut_assignment(given.word.text, &name, &value_text);
-    const auto value = cut ? read_signed_number(value_text) : std::nullopt;
-    if (!value) {
+    Definition definition;
+    std::string value;
+    if (!cut_assignment(given.word.text, &definition.name, &value) ||
+        !read_symbol_value(value, &definition)) {
         refuse_form(reader, given);
         return;
     }
-    reader->options.definitions.push_back({name, *value});
+    reader->options.definitions.push_back(definition);
 }
 
 static void take_overlay(Reader *reader, const Given &given)
 {
-    if (!read_patterns(given.word.text, &reader->options.overlays.emplace_back()))
+    if (!read_patterns(given, given.word.text, &reader->options.overlays.emplace_back()))
         refuse_form(reader, given);
 }
 
 static void take_keep(Reader *reader, const Given &given)
 {
-    if (!read_patterns(given.word.text, &reader->options.keeps))
+    if (!read_patterns(given, given.word.text, &reader->options.keeps))
         refuse_form(reader, given);
 }
 
@@ -376,7 +400,10 @@ static void take_device(Reader *reader, const Given &given)
     }
     const std::string path = find_device(all_directories(*reader), given.word.text);
     if (path.empty()) {
-        refuse(reader, given, "no layout of this name; --device help lists those there are");
+        const std::string near = near_device(all_directories(*reader), given.word.text);
+        refuse(reader, given,
+               "no layout of this name; " + (near.empty() ? near : "is " + near + " meant? ") +
+                   "--device help lists those there are");
         return;
     }
     std::vector<Word> words = read_option_file(path, &reader->messages, &options.option_files);
@@ -389,6 +416,7 @@ struct OptionRow {
     const char *value_name; // null: the option has no value
     void (*take)(Reader *, const Given &);
     const char *help;
+    bool once = false; // a second one must say the same
 };
 
 static constexpr OptionRow OPTION_ROWS[] = {
@@ -402,19 +430,19 @@ static constexpr OptionRow OPTION_ROWS[] = {
     {"--align", "SECTIONS=NUMBER", take_align, "alignment of a section's start"},
     {"--fill", "BYTE or REGION=BYTE", take_fill, "fills gaps, or all of a region"},
     {"--checksum", "crc16, crc32 or sum, =RANGE@ADDRESS", take_checksum, "stores a checksum"},
-    {"--device", "NAME", take_device, "reads the layout of a device; help lists them"},
-    {"--define", "NAME=VALUE", take_define, "defines a public symbol"},
-    {"--entry", "NAME", take_entry, "where the program starts"},
+    {"--device", "NAME", take_device, "reads the layout of a device; help lists them", true},
+    {"--define", "NAME=VALUE or ADDRESS:BIT", take_define, "defines a public symbol"},
+    {"--entry", "NAME", take_entry, "where the program starts", true},
     {"--undefined", "NAME", take_undefined, "a symbol that is wanted in any case"},
     {"-l", "NAME", take_library, "links libNAME.a"},
     {"-L", "DIRECTORY", take_directory, "where -l and --device look"},
     {"--gc-sections", nullptr, take_gc_sections, "drops sections that nothing reaches"},
     {"--keep", "SECTIONS", take_keep, "sections that are not dropped"},
     {"--stack", "SIZE", take_stack, "room to be left at the end of region ram"},
-    {"--map", "FILE", take_map, "writes a map of the program"},
-    {"--export", "FILE", take_export, "writes the public symbols as --define lines"},
-    {"--depfile", "FILE", take_depfile, "writes a dependency rule for make"},
-    {"--verbose", nullptr, take_verbose, "tells what was pulled and dropped"},
+    {"--map", "FILE", take_map, "writes a map of the program", true},
+    {"--export", "FILE", take_export, "writes the public symbols as --define lines", true},
+    {"--depfile", "FILE", take_depfile, "writes a dependency rule for make", true},
+    {"--verbose", nullptr, take_verbose, "tells what was linked of archives, what was dropped"},
     {"--help", nullptr, take_help, "prints this text"},
     {"--version", nullptr, take_version, "prints the version"},
 };
@@ -448,6 +476,16 @@ static bool is_option(const OptionRow &row, const std::string &word,
     return true;
 }
 
+// Whether an option that may be given once wasn't given yet. Another value is reported.
+static bool is_first(Reader *reader, const Given &given)
+{
+    const auto [before, first] =
+        reader->given_once.try_emplace(given.name, path_of(given.word, given.word.text));
+    if (!first && before->second != path_of(given.word, given.word.text))
+        refuse(reader, given, "it was " + before->second + " before, and there can be one only");
+    return first;
+}
+
 static void read_option(Reader *reader, const Word &word)
 {
     for (const OptionRow &row : OPTION_ROWS) {
@@ -460,9 +498,11 @@ static void read_option(Reader *reader, const Word &word)
             given.word.text = *value;
         else if (row.value_name != nullptr && reader->next < reader->words.size())
             given.word = reader->words[reader->next++];
-        if ((row.value_name == nullptr) == !given.word.text.empty())
-            refuse_form(reader, {row.name, row.value_name ? row.value_name : "no value", word});
-        else
+        if (row.value_name == nullptr && !given.word.text.empty())
+            refuse(reader, given, "this option has no value");
+        else if (row.value_name != nullptr && given.word.text.empty())
+            refuse_form(reader, given);
+        else if (!row.once || is_first(reader, given))
             row.take(reader, given);
         return;
     }
@@ -492,6 +532,42 @@ static void check_region_names(const Options &options, const std::vector<std::st
     }
 }
 
+static std::string region_title(const Region &region)
+{
+    return text("%s, 0x%x-0x%x, %s", region.name.c_str(), region.range.first, region.range.last,
+                region.ram ? "ram" : "rom");
+}
+
+static bool holds(AddressRange outer, AddressRange inner)
+{
+    return outer.first <= inner.first && inner.last <= outer.last;
+}
+
+// A region may be a part of another, for a boot loader say. What else overlaps is a slip, and of
+// two kinds at once if the layout says so.
+static void compare_regions(const Region &one, const Region &other, Messages *messages)
+{
+    if (one.range.first > other.range.last || other.range.first > one.range.last)
+        return;
+    if (one.ram == other.ram && (holds(one.range, other.range) || holds(other.range, one.range)))
+        return;
+    auto report = one.ram != other.ram && one.given && other.given ? add_error : add_warning;
+    report(messages, "regions %s, and %s, overlap; --region changes either",
+           region_title(one).c_str(), region_title(other).c_str());
+}
+
+static void check_regions(const std::vector<Region> &regions, Messages *messages)
+{
+    for (size_t i = 0; i < regions.size(); ++i) {
+        for (size_t j = 0; j < i; ++j)
+            compare_regions(regions[j], regions[i], messages);
+        if (regions[i].ram && regions[i].fill) {
+            add_error(messages, "--fill %s=0x%x: region %s is RAM, where nothing is stored",
+                      regions[i].name.c_str(), *regions[i].fill, regions[i].name.c_str());
+        }
+    }
+}
+
 // What can only be judged when everything was read.
 static void check_options(const Options &options, Messages *messages)
 {
@@ -499,6 +575,7 @@ static void check_options(const Options &options, Messages *messages)
         check_region_names(options, rule.where.regions, rule.origin, messages);
     for (const OutputFile &output : options.outputs)
         check_region_names(options, output.only, "--only for " + output.path, messages);
+    check_regions(options.regions, messages);
     if (options.inputs.empty())
         add_error(messages, "no object file; --help lists the options");
     if (options.outputs.empty() && options.map_path.empty() && options.export_path.empty())
@@ -508,11 +585,11 @@ static void check_options(const Options &options, Messages *messages)
 Task read_command_line(std::span<const std::string> arguments, Options *options, Messages *messages)
 {
     options->regions = {
-        {"zpage", {0x00, 0xFF}, true, {}},
-        {"ram", {0x100, 0x7FF}, true, {}},
-        {"flash", {0x8000, 0xFFFF}, false, {}},
+        {"zpage", {0x00, 0xFF}, true, {}, false},
+        {"ram", {0x100, 0x7FF}, true, {}, false},
+        {"flash", {0x8000, 0xFFFF}, false, {}, false},
     };
-    Reader reader{*options, *messages, {}, 0, {}, {}, Task::LINK};
+    Reader reader{*options, *messages, {}, 0, {}, {}, Task::LINK, {}};
     reader.words = expand_words(arguments, messages, &options->option_files);
     read_words(&reader);
     if (reader.task == Task::LINK && messages->errors.empty())

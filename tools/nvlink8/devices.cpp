@@ -2,6 +2,8 @@
 // every number that begins as its name does.
 #include "nvlink8/devices.h"
 
+#include "nvlink8/spelling.h"
+
 #include "base/host.h"
 #include "base/number.h"
 #include <algorithm>
@@ -60,10 +62,15 @@ static std::string file_of(const std::string &directory, const std::string &stem
     return directory + (directory.ends_with('/') ? "" : "/") + stem + std::string(EXTENSION);
 }
 
+static std::string lower(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(), lower_case);
+    return text;
+}
+
 std::string find_device(const std::vector<std::string> &directories, const std::string &part)
 {
-    std::string wanted = part;
-    std::transform(wanted.begin(), wanted.end(), wanted.begin(), lower_case);
+    std::string wanted = lower(part);
     std::replace(wanted.begin(), wanted.end(), '?', '_');
     for (const std::string &directory : searched_directories(directories)) {
         std::string best;
@@ -92,4 +99,27 @@ std::vector<DeviceName> list_devices(const std::vector<std::string> &directories
     std::stable_sort(devices.begin(), devices.end(), by_name);
     devices.erase(std::unique(devices.begin(), devices.end(), same), devices.end());
     return devices;
+}
+
+// Each name as it would stand at the head of the part number: "?" is whatever is there.
+std::string near_device(const std::vector<std::string> &directories, const std::string &part)
+{
+    const std::string wanted = lower(part);
+    std::vector<std::string> heads;
+    const std::vector<DeviceName> devices = list_devices(directories);
+    size_t longest = 0;
+    for (const DeviceName &device : devices) {
+        std::string head = device.name;
+        for (size_t i = 0; i < std::min(head.size(), wanted.size()); ++i)
+            head[i] = head[i] == '?' ? wanted[i] : head[i];
+        longest = std::max(longest, head.size());
+        heads.push_back(head);
+    }
+    const std::vector<std::string_view> words(heads.begin(), heads.end());
+    const std::string_view near = nearest_word(wanted.substr(0, longest), words);
+    for (size_t i = 0; i < heads.size() && !near.empty(); ++i) {
+        if (near == heads[i])
+            return devices[i].name;
+    }
+    return "";
 }

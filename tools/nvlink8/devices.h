@@ -10,6 +10,10 @@
 // there is none.
 std::string find_device(const std::vector<std::string> &directories, const std::string &part);
 
+// The name of the layout that is nearest in writing to a part number that none serves. Empty if
+// none is near.
+std::string near_device(const std::vector<std::string> &directories, const std::string &part);
+
 struct DeviceName {
     std::string name; // as part numbers are written, with "?"
     std::string path;

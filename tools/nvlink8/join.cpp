@@ -16,11 +16,15 @@ struct RuleMatch {
     int precision = -1;
 };
 
+static bool is_plain(const std::string &section)
+{
+    return section.find_first_of("*?") == std::string::npos;
+}
+
 // A pattern with a file tells more than one without, a plain name more than one with * or ?.
 static int precision_of(const SectionPattern &pattern)
 {
-    const bool plain = pattern.section.find_first_of("*?") == std::string::npos;
-    return (pattern.file.empty() ? 0 : 2) + (plain ? 1 : 0);
+    return (pattern.file.empty() ? 0 : 2) + (is_plain(pattern.section) ? 1 : 0);
 }
 
 // The most precise rule counts, of equally precise ones the last, so that a command line can change
@@ -140,53 +144,113 @@ static void align_blocks(Joiner *joiner)
     }
 }
 
-static bool is_overlaid(const Joiner &joiner, const Block &block,
-                        const std::vector<SectionPattern> &patterns)
+static const std::string &file_of(const Joiner &joiner, const Block &block)
 {
-    const InputSection &first = joiner.program.pieces[block.pieces.front()];
-    return any_pattern_matches(patterns, joiner.program.objects[first.object].name, block.name);
+    return joiner.program.objects[joiner.program.pieces[block.pieces.front()].object].name;
+}
+
+// Two addresses for what shares one, both by name, can't be meant.
+static void compare_places(Joiner *joiner, const Block &leader, const Block &block)
+{
+    const std::vector<PlaceRule> &rules = joiner->options.places;
+    if (leader.place_rule == block.place_rule || leader.place_rule == NONE ||
+        block.place_rule == NONE)
+        return;
+    for (const Block *one : {&leader, &block}) {
+        if (!is_plain(rules[one->place_rule].patterns[one->place_pattern].section))
+            return;
+    }
+    add_error(&joiner->messages,
+              "sections %s and %s share an address by --overlay, and %s and %s give them two",
+              escaped(leader.name).c_str(), escaped(block.name).c_str(),
+              rules[leader.place_rule].origin.c_str(), rules[block.place_rule].origin.c_str());
+}
+
+// The blocks that an --overlay is about.
+static std::vector<uint32_t> overlaid_blocks(Joiner *joiner,
+                                             const std::vector<SectionPattern> &patterns)
+{
+    std::vector<uint32_t> members;
+    for (uint32_t number = 0; number < joiner->program.blocks.size(); ++number) {
+        const Block &block = joiner->program.blocks[number];
+        if (block.absolute || !any_pattern_matches(patterns, file_of(*joiner, block), block.name))
+            continue;
+        if (block.overlay == NONE)
+            members.push_back(number);
+        else
+            add_error(&joiner->messages, "section %s can't share its address by two --overlay",
+                      escaped(block.name).c_str());
+    }
+    return members;
 }
 
 // All blocks of an overlay follow one of them: the first with a --place, or else the first.
 static void overlay_blocks(Joiner *joiner, const std::vector<SectionPattern> &patterns)
 {
     std::vector<Block> &blocks = joiner->program.blocks;
-    uint32_t leader = NONE;
-    std::vector<uint32_t> members;
-    for (uint32_t number = 0; number < blocks.size(); ++number) {
-        const Block &block = blocks[number];
-        if (block.absolute || block.overlay != NONE || !is_overlaid(*joiner, block, patterns))
-            continue;
-        members.push_back(number);
-        if (leader == NONE || (blocks[leader].place_rule == NONE && block.place_rule != NONE))
-            leader = number;
-    }
-    for (const uint32_t member : members)
+    const std::vector<uint32_t> members = overlaid_blocks(joiner, patterns);
+    if (members.empty())
+        return;
+    const auto placed = std::find_if(members.begin(), members.end(), [&](uint32_t member) {
+        return blocks[member].place_rule != NONE;
+    });
+    const uint32_t leader = placed == members.end() ? members.front() : *placed;
+    for (const uint32_t member : members) {
         blocks[member].overlay = leader;
+        compare_places(joiner, blocks[leader], blocks[member]);
+    }
 }
 
-static bool has_effect(const Program &program, uint32_t rule, uint32_t pattern)
+static bool names_a_section(const Joiner &joiner, const SectionPattern &pattern)
 {
-    return std::any_of(program.blocks.begin(), program.blocks.end(), [&](const Block &block) {
-        return (block.place_rule == rule && block.place_pattern == pattern) ||
-               (block.load_rule == rule && block.load_pattern == pattern);
+    const std::vector<InputSection> &pieces = joiner.program.pieces;
+    return std::any_of(pieces.begin(), pieces.end(), [&](const InputSection &piece) {
+        return piece.has_room && pattern_matches(pattern, joiner.program.objects[piece.object].name,
+                                                 section_of(joiner.program, piece).name);
     });
 }
 
-// A slip in a name on the command line. Layouts may well speak of sections that a program lacks.
-static void warn_of_idle_rules(const Joiner &joiner)
+static void warn_of_idle_pattern(const Joiner &joiner, const SectionPattern &pattern)
 {
-    const std::vector<PlaceRule> &rules = joiner.options.places;
-    for (uint32_t r = 0; r < rules.size(); ++r) {
-        for (uint32_t p = 0; p < rules[r].patterns.size() && !rules[r].from_file; ++p) {
-            const std::string &section = rules[r].patterns[p].section;
-            if (section.find_first_of("*?") == std::string::npos &&
-                !has_effect(joiner.program, r, p)) {
-                add_warning(&joiner.messages, "%s: no section %s is placed by it",
-                            rules[r].origin.c_str(), section.c_str());
-            }
+    if (pattern.option.empty() || names_a_section(joiner, pattern))
+        return;
+    const std::string file = pattern.file.empty() ? "" : " of " + pattern.file;
+    add_warning(&joiner.messages, "%s: there is no section %s%s", pattern.option.c_str(),
+                pattern.section.c_str(), file.c_str());
+}
+
+// Absolute sections can't be moved, and are stored where they run.
+static void warn_of_absolute(const Joiner &joiner, const PlaceRule &rule,
+                             const SectionPattern &pattern)
+{
+    for (const Block &block : joiner.program.blocks) {
+        const std::string &file = file_of(joiner, block);
+        if (block.absolute && !pattern.option.empty() && is_plain(pattern.section) &&
+            pattern_matches(pattern, file, block.name)) {
+            add_warning(&joiner.messages, "%s: section %s of %s is absolute and stays",
+                        rule.origin.c_str(), escaped(block.name).c_str(), file.c_str());
         }
     }
+}
+
+// Slips in names on the command line.
+static void warn_of_idle_patterns(const Joiner &joiner)
+{
+    const Options &options = joiner.options;
+    for (const PlaceRule &rule : options.places) {
+        for (const SectionPattern &pattern : rule.patterns) {
+            warn_of_idle_pattern(joiner, pattern);
+            warn_of_absolute(joiner, rule, pattern);
+        }
+    }
+    for (const auto &patterns : options.overlays) {
+        for (const SectionPattern &pattern : patterns)
+            warn_of_idle_pattern(joiner, pattern);
+    }
+    for (const SectionPattern &pattern : options.keeps)
+        warn_of_idle_pattern(joiner, pattern);
+    for (const AlignRule &rule : options.alignments)
+        warn_of_idle_pattern(joiner, rule.pattern);
 }
 
 void join_sections(const Options &options, Program *program, Messages *messages)
@@ -199,5 +263,5 @@ void join_sections(const Options &options, Program *program, Messages *messages)
     align_blocks(&joiner);
     for (const auto &patterns : options.overlays)
         overlay_blocks(&joiner, patterns);
-    warn_of_idle_rules(joiner);
+    warn_of_idle_patterns(joiner);
 }

@@ -22,6 +22,19 @@ static std::optional<uint32_t> entry_address(const Options &options, const Progr
     return program.symbols[program.symbol_numbers.at(options.entry)].value;
 }
 
+static void check_entry(const Options &options, const Program &program, Messages *messages)
+{
+    if (options.entry.empty())
+        return;
+    const Symbol &symbol = program.symbols[program.symbol_numbers.at(options.entry)];
+    if (symbol.attributes & ATTR_BIT) {
+        add_error(messages, "--entry %s: a bit, no address", options.entry.c_str());
+    } else if (symbol.value > ADDRESS_MAX) {
+        add_error(messages, "--entry %s: 0x%x is no address; the last is 0x%x",
+                  options.entry.c_str(), symbol.value, ADDRESS_MAX);
+    }
+}
+
 static std::vector<FinishedFile> finish_files(const Options &options, const Program &program,
                                               const Image &image)
 {
@@ -86,6 +99,7 @@ std::vector<FinishedFile> link_program(const Options &options, Messages *message
     report_undefined(options, program, messages);
     if (place_sections(options, &program, messages)) {
         settle_symbols(options, &program);
+        check_entry(options, program, messages);
         relocate(&program, messages);
     }
     if (!messages->errors.empty())

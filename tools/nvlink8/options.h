@@ -20,12 +20,16 @@ struct Region {
     AddressRange range;
     bool ram = false;
     std::optional<uint8_t> fill; // of all that stays free in it
+    bool given = false;          // not one of the defaults
 };
 
 // One of the names in SECTIONS. `file` is empty where any file is meant; both may hold * and ?.
 struct SectionPattern {
     std::string file;
     std::string section;
+    // The option as the command line has it. Empty where a file says it: layouts may well speak of
+    // sections that a program lacks.
+    std::string option;
 };
 
 // WHERE: an address, or regions that are filled one after the other.
@@ -40,7 +44,6 @@ struct PlaceRule {
     std::vector<SectionPattern> patterns;
     Where where;
     std::string origin; // for messages: "--place .text=flash", with the file that says so
-    bool from_file = false;
 };
 
 struct AlignRule {
@@ -67,6 +70,7 @@ struct OutputFile {
 struct Definition {
     std::string name;
     uint32_t value = 0;
+    bool bit = false; // the value is 8 * address + number of the bit
 };
 
 // An object or archive, or what -l names.

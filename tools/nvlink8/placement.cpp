@@ -224,8 +224,11 @@ static void place_absolute(Placer *placer)
         set_address(&block, section.address, false);
         check_regions(placer, block, block.address, block.size);
         if (is_page_bound(block) && crosses_page(block.address, block.size)) {
-            add_warning(&placer->messages, "%s crosses a boundary of 64 KiB",
-                        title(*placer, block).c_str());
+            add_error(&placer->messages,
+                      "%s, 0x%x-0x%llx, is code and crosses a boundary of 64 KiB; its org is to "
+                      "be moved",
+                      title(*placer, block).c_str(), block.address,
+                      static_cast<unsigned long long>(block.address + block.size - 1));
         }
         // Two files may well name the same registers.
         const bool registers = (block.attributes & SECATTR_BSS) &&
@@ -454,6 +457,30 @@ static void report_unplaced(Placer *placer)
     }
 }
 
+// EEPROM can be written, and RAM that a debugger loads is declared rom to have its bytes in the
+// image.
+static bool takes_variables(const Region &region)
+{
+    return region.ram || region.name == "eeprom" || region.name == "ram" || region.name == "zpage";
+}
+
+// An absolute section only names what is there.
+static void check_variables_in_rom(Placer *placer)
+{
+    for (const Block &block : placer->program.blocks) {
+        const bool variables = (block.attributes & SECATTR_BSS) && block.size != 0;
+        if (!variables || !block.placed || block.absolute)
+            continue;
+        const Region *region = region_at(placer->options, block.address);
+        if (region != nullptr && !takes_variables(*region)) {
+            add_error(&placer->messages,
+                      "%s, %llu bytes of variables at 0x%x, lies in region %s, which is ROM",
+                      title(*placer, block).c_str(), static_cast<unsigned long long>(block.size),
+                      block.address, region->name.c_str());
+        }
+    }
+}
+
 // RAM holds nothing when the power comes.
 static void check_bytes_in_ram(Placer *placer)
 {
@@ -565,6 +592,7 @@ bool place_sections(const Options &options, Program *program, Messages *messages
     load_defaults(&placer);
     report_unplaced(&placer);
     check_bytes_in_ram(&placer);
+    check_variables_in_rom(&placer);
     check_stored_overlays(&placer);
     check_checksums(&placer);
     check_stack(&placer);

@@ -14,7 +14,6 @@ struct Target {
     uint32_t base = 0; // the value is this plus the addend
     bool zero_page = false;
     bool bit = false;
-    bool absolute = false;
 };
 
 struct PieceRelocator {
@@ -65,7 +64,6 @@ static Target target_of(const PieceRelocator &relocator, uint32_t index)
     if (index == 0) {
         Target target;
         target.known = true;
-        target.absolute = true;
         return target;
     }
     if (index <= relocator.input.object.sections.size())
@@ -127,7 +125,8 @@ static void relocate_word(PieceRelocator *relocator, const ObjectRelocation &rel
     const uint32_t value = target.base + relocation.addend;
     if (checked && !fits(target.base, relocation.addend, 16, INT16_MIN, UINT16_MAX)) {
         report_range(relocator, relocation, value,
-                     "doesn't fit a word; write plow(...) for its low word, or use callf, jpf or "
+                     "doesn't fit a word, -0x8000 to 0xffff; write plow(...) for its low word, or "
+                     "use callf, jpf or "
                      "ldf, which take three bytes");
     }
     store(relocator, relocation.offset, 2, value);
@@ -141,8 +140,10 @@ static void relocate_bit(PieceRelocator *relocator, const ObjectRelocation &relo
     const uint32_t address = value >> 3;
     if (address > UINT16_MAX) {
         report_range(relocator, relocation, value,
-                     "is a bit above 0xffff, where bit instructions don't reach; place its section "
-                     "lower");
+                     text("is a bit of 0x%x, and bit instructions reach 0 to 0xffff; place its "
+                          "section lower",
+                          address)
+                         .c_str());
     }
     uint8_t *field = &relocator->section.contents[relocation.offset];
     field[0] = static_cast<uint8_t>(field[0] + 2 * (value & 7));
@@ -167,8 +168,6 @@ static uint32_t check_distance(const PieceRelocator &relocator, const ObjectRelo
 static void check_page(PieceRelocator *relocator, const ObjectRelocation &relocation,
                        const Target &target)
 {
-    if (target.absolute)
-        return;
     const uint32_t value = target.base + check_distance(*relocator, relocation);
     const uint32_t place = relocator->piece.address + relocation.offset;
     if (value >> PAGE_BITS == place >> PAGE_BITS)

@@ -26,8 +26,12 @@ std::string export_text(const Program &program)
     std::sort(symbols.begin(), symbols.end(),
               [](const Symbol *a, const Symbol *b) { return a->name < b->name; });
     std::string lines;
-    for (const Symbol *symbol : symbols)
-        lines += text("--define %s=0x%x\n", quoted(symbol->name).c_str(), symbol->value);
+    for (const Symbol *symbol : symbols) {
+        lines += "--define " + quoted(symbol->name);
+        lines += symbol->attributes & ATTR_BIT
+                     ? text("=0x%x:%u\n", symbol->value >> 3, symbol->value & 7)
+                     : text("=0x%x\n", symbol->value);
+    }
     return lines;
 }
 

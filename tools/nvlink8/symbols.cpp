@@ -46,6 +46,8 @@ static void define_from_command_line(const Options &options, Program *program, M
         }
         symbol.origin = SymbolOrigin::COMMAND_LINE;
         symbol.attributes = ATTR_DEFINED | ATTR_PUBLIC | ATTR_ABSOLUTE;
+        if (definition.bit)
+            symbol.attributes |= ATTR_BIT;
         symbol.value = definition.value;
     }
 }
@@ -128,16 +130,43 @@ static void compare_attributes(const Program &program, const InputObject &input,
     }
 }
 
-static void compare_externals(const Program &program, Messages *messages)
+// A plain number may well stand for a bit, as 8 * address + number of the bit. More likely it was
+// meant to be the address.
+static void warn_of_plain_bit(const InputObject &input, const Symbol &symbol, Messages *messages)
 {
-    for (const InputObject &input : program.objects) {
-        for (size_t record = 0; record < input.symbols.size(); ++record) {
+    const std::string name = escaped(symbol.name);
+    add_warning(
+        messages,
+        "%s: symbol %s is a bit symbol here, and --define gives it a plain number, which is "
+        "taken as 0x%x:%u; --define %s=ADDRESS:BIT says so",
+        input.name.c_str(), name.c_str(), symbol.value >> 3, symbol.value & 7, name.c_str());
+}
+
+// What a file doesn't define itself, or defines weakly and gets from elsewhere.
+static void compare_use(const Program &program, uint32_t object, uint32_t record,
+                        Messages *messages)
+{
+    const InputObject &input = program.objects[object];
+    const ObjectSymbol &use = input.object.symbols[record];
+    const Symbol &symbol = program.symbols[input.symbols[record]];
+    const bool plain = symbol.origin == SymbolOrigin::COMMAND_LINE && (use.attrs & ATTR_BIT) &&
+                       (symbol.attributes & ATTR_BIT) == 0;
+    if (plain)
+        warn_of_plain_bit(input, symbol, messages);
+    else if (symbol.origin == SymbolOrigin::COMMAND_LINE ||
+             (symbol.origin == SymbolOrigin::OBJECT && symbol.object != object))
+        compare_attributes(program, input, use, symbol, messages);
+}
+
+static void compare_uses(const Program &program, Messages *messages)
+{
+    for (uint32_t object = 0; object < program.objects.size(); ++object) {
+        const InputObject &input = program.objects[object];
+        for (uint32_t record = 0; record < input.symbols.size(); ++record) {
             const ObjectSymbol &use = input.object.symbols[record];
-            if (input.symbols[record] == NONE || (use.attrs & ATTR_DEFINED))
-                continue;
-            const Symbol &symbol = program.symbols[input.symbols[record]];
-            if (symbol.origin == SymbolOrigin::OBJECT)
-                compare_attributes(program, input, use, symbol, messages);
+            if (input.symbols[record] != NONE &&
+                ((use.attrs & ATTR_DEFINED) == 0 || is_weak_definition(use)))
+                compare_use(program, object, record, messages);
         }
     }
 }
@@ -155,7 +184,7 @@ void resolve_symbols(const Options &options, Program *program, Messages *message
         kept_symbol_number(program, name);
     if (!options.entry.empty())
         kept_symbol_number(program, options.entry);
-    compare_externals(*program, messages);
+    compare_uses(*program, messages);
 }
 
 // A made symbol takes part only if the program wants it and has none of its own.

@@ -1,8 +1,8 @@
 // Undefined names, with all their uses and the defined name that is nearest in writing. Only uses
 // in what takes room count: debug information may speak of anything.
+#include "nvlink8/spelling.h"
 #include "nvlink8/symbols.h"
 
-#include <algorithm>
 #include <map>
 
 // The places that use a name, as text.
@@ -45,45 +45,15 @@ static Uses find_uses(const Program &program)
     return uses;
 }
 
-// How many characters are to be changed, added or taken away, at most `max` + 1.
-static size_t edit_distance(std::string_view a, std::string_view b, size_t max)
-{
-    std::vector<size_t> row(b.size() + 1);
-    for (size_t j = 0; j <= b.size(); ++j)
-        row[j] = j;
-    for (size_t i = 1; i <= a.size(); ++i) {
-        size_t diagonal = row[0];
-        size_t least = row[0] = i;
-        for (size_t j = 1; j <= b.size(); ++j) {
-            const size_t changed = diagonal + (a[i - 1] != b[j - 1]);
-            diagonal = row[j];
-            row[j] = std::min({changed, row[j] + 1, row[j - 1] + 1});
-            least = std::min(least, row[j]);
-        }
-        if (least > max)
-            return max + 1;
-    }
-    return row[b.size()];
-}
-
-// The defined name that differs least, of equals the first in the order of the alphabet. Empty if
-// none is near.
+// The defined name that is nearest in writing. Empty if none is near.
 static std::string_view near_name(const Program &program, std::string_view name)
 {
-    size_t best = std::max<size_t>(1, name.size() / 4) + 1;
-    std::string_view found;
+    std::vector<std::string_view> names;
     for (const Symbol &symbol : program.symbols) {
-        const size_t longer = std::max(symbol.name.size(), name.size());
-        const size_t shorter = std::min(symbol.name.size(), name.size());
-        if (symbol.origin == SymbolOrigin::UNDEFINED || longer - shorter > best)
-            continue;
-        const size_t distance = edit_distance(name, symbol.name, best);
-        if (distance < best || (distance == best && !found.empty() && symbol.name < found)) {
-            best = distance;
-            found = symbol.name;
-        }
+        if (symbol.origin != SymbolOrigin::UNDEFINED)
+            names.push_back(symbol.name);
     }
-    return found;
+    return nearest_word(name, names);
 }
 
 static void report_name(const Program &program, const std::string &name, const std::string &uses,
@@ -109,6 +79,9 @@ void report_undefined(const Options &options, const Program &program, Messages *
         demand(options.entry, "--entry");
     for (const std::string &name : options.undefined)
         demand(name, "--undefined");
+    std::map<std::string_view, std::string> by_name;
     for (const auto &[symbol, places] : uses)
-        report_name(program, std::string(program.symbols[symbol].name), places, messages);
+        by_name.emplace(program.symbols[symbol].name, places);
+    for (const auto &[name, places] : by_name)
+        report_name(program, std::string(name), places, messages);
 }

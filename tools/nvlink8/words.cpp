@@ -8,6 +8,9 @@
 // Deeper nesting is a file that asks for itself.
 static constexpr int NESTING_MAX = 16;
 
+// Some editors begin a text file with it.
+static constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
+
 struct WordReader {
     const std::string &path;
     std::string directory;
@@ -65,6 +68,16 @@ static Word take_word(WordReader *reader, Messages *messages)
     return word;
 }
 
+static void add_word(Word word, std::vector<Word> *words, Messages *messages)
+{
+    if (word.text.empty()) {
+        add_error(messages, "%s%san empty word, which is neither an option nor a file",
+                  word.origin.c_str(), word.origin.empty() ? "" : ": ");
+        return;
+    }
+    words->push_back(std::move(word));
+}
+
 static void add_words_of_file(const std::string &path, const std::string &origin, int depth,
                               std::vector<Word> *words, Messages *messages,
                               std::vector<std::string> *files)
@@ -88,13 +101,15 @@ static void add_words_of_file(const std::string &path, const std::string &origin
         return;
     }
     WordReader reader{path, directory_of(path), contents};
+    if (reader.rest.starts_with(BYTE_ORDER_MARK))
+        reader.rest.remove_prefix(BYTE_ORDER_MARK.size());
     for (skip_to_word(&reader); !reader.rest.empty(); skip_to_word(&reader)) {
         Word word = take_word(&reader, messages);
         if (word.text.starts_with('@'))
             add_words_of_file(path_of(word, word.text.substr(1)), word.origin, depth + 1, words,
                               messages, files);
         else
-            words->push_back(std::move(word));
+            add_word(std::move(word), words, messages);
     }
 }
 
@@ -114,7 +129,7 @@ std::vector<Word> expand_words(std::span<const std::string> arguments, Messages 
         if (argument.starts_with('@'))
             add_words_of_file(argument.substr(1), "", 1, &words, messages, files);
         else
-            words.push_back({argument, "", ""});
+            add_word({argument, "", ""}, &words, messages);
     }
     return words;
 }

@@ -112,5 +112,9 @@ TEST(Devices, PartNumbersFindTheClosestLayout)
         EXPECT_NE(run.files["rule"].find("/" + layout + ".layout"), std::string::npos)
             << part << ": " << run.files["rule"] << run.err;
     }
-    EXPECT_NE(run_shell("\"$NVLINK8\" --device stm8s1 -o x.hex prog.o").status, 0);
+    const std::string linker = "\"$NVLINK8\" -L " + DEVICES.string() + " -o x.hex prog.o --device ";
+    EXPECT_EQ(run_shell(linker + "stm8s1").status, 1);
+    EXPECT_EQ(run_shell(linker + "STM8S130F3P6").err,
+              "nvlink8: error: --device STM8S130F3P6: no layout of this name; is stm8s103?3 meant? "
+              "--device help lists those there are\n");
 }

@@ -141,6 +141,11 @@ TEST(Symbols, StrongDefinitionsReplaceWeakOnes)
     EXPECT_EQ(image({weak}), "8000: 9d 81 80 01 80 02 cd 80 01");
     EXPECT_EQ(image({weak, other}), "8000: 9d 81 80 01 80 02 cd 80 01 9a");
     EXPECT_EQ(image({weak, strong}), "8000: 9d 81 80 09 80 0a cd 80 09 9b");
+    // The distance of its check counts from where the weak one was.
+    EXPECT_EQ(image({" wdef hook\n nop\nhook: ret\n call hook\n",
+                     "k: section code\n xdef hook\nhook: sim\n"},
+                    "--place k=0x20000 --place .text=0x20100"),
+              "20000: 9b\n20100: 9d 81 cd 00 00");
     EXPECT_EQ(image({weak}, "--define hook=0x8100"), "8000: 9d 81 81 00 81 01 cd 81 00");
 }
 
@@ -245,6 +250,9 @@ TEST(GarbageCollection, KeepsWhatRootsReach)
               "8000: 00 00 80 04 cd 80 07 81");
     EXPECT_EQ(image({" nop\n", " xdef go\ngo: rim\n"}, "--gc-sections --entry go"), "8000: 9a");
     EXPECT_EQ(image({" nop\nk: section\n dc.b 7\n"}, "--gc-sections --keep k"), "8000: 07");
+    EXPECT_EQ(image({" xref d\n xdef go\ngo: rim\n .scheck d\n", "k: section\n xdef d\nd: nop\n"},
+                    "--gc-sections --entry go"),
+              "8000: 9a");
     EXPECT_EQ(image({" ldw x,#__start_t\n xref __start_t\n", "t: section\n dc.w 1\n"},
                     "--gc-sections --keep .text"),
               "8000: ae 80 03 00 01");
@@ -317,10 +325,6 @@ TEST(Errors, NamePlaceValueAndRemedy)
         {{" nop\n"},
          "--map m --map m --map n",
          "--map n: it was m before, and there can be one only"},
-        {{" nop\n"},
-         "--device stm8s130f3p6",
-         "--device stm8s130f3p6: no layout of this name; is stm8s103?3 meant? --device help lists "
-         "those there are"},
         {{" nop\n"},
          "--region e=0x3ff+2,rom --region ram=0x100-0x3ff",
          "regions ram, 0x100-0x3ff, ram, and e, 0x3ff-0x400, rom, overlap; --region changes "

@@ -4,7 +4,7 @@
 
 // The outputs, in the order in which they give way to those before them: an object never does to a
 // listing, so that what stands under the name of an object is one.
-enum class OutputKind { OBJECT, LISTING, VERILOG, ERRORS };
+enum class OutputKind { OBJECT, LISTING, VERILOG, DEPENDENCIES, ERRORS };
 
 // Notes a file that is read, or will be.
 void note_input(const char *path);

@@ -30,6 +30,8 @@ static void claim_outputs(std::span<char *const> sources)
     }
     if (settings.verilog_file_name != nullptr)
         claim_output(OutputKind::VERILOG, nullptr, settings.verilog_file_name);
+    if (settings.depfile_name != nullptr)
+        claim_output(OutputKind::DEPENDENCIES, nullptr, settings.depfile_name);
 }
 
 void claim_run_files(std::span<char *const> sources)

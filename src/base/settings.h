@@ -46,5 +46,9 @@ struct Settings {
     bool debug_no_path;              // -xp: no directories in debug records
     bool debug_full;                 // -xx: symbol table in .debug
     bool opt_debug_lines;            // -x: line records
+    bool explain;                    // --explain: messages are gathered and get notes
+    bool warn;                       // --warn: warnings
+    bool warnings_count;             // --warn=error: warnings count as errors
+    const char *depfile_name;        // --depfile: file for a dependency rule, or null
 };
 extern Settings settings;

@@ -28,6 +28,8 @@ static bool has_too_many_sources(int source_count, char **sources)
         option = "-o";
     else if (settings.listing_name_option != nullptr)
         option = "+l";
+    else if (settings.depfile_name != nullptr)
+        option = "--depfile";
     if (option == nullptr || source_count <= 1)
         return false;
     print_file_error_prefix(sources[0]);

@@ -2,9 +2,12 @@
 
 #include "driver/command_line.h"
 
+#include "base/host.h"
+#include "base/output_files.h"
 #include "base/settings.h"
 #include "driver/include_paths.h"
 #include "driver/options.h"
+#include <cstdio>
 
 // The text of the banner after the maker's name.
 static constexpr const char *title_text = "STM8 Macro-Assembler";
@@ -61,6 +64,45 @@ static const OptionDescriptor option_table[] = {
     flag("x   include line debug info", &settings.opt_debug_lines),
 };
 
+// What stands on standard output ends with the process only if it could be written.
+[[noreturn]] static void end_after_output()
+{
+    end_process(flush_standard_output() ? 0 : 1);
+}
+
+static void print_long_options()
+{
+    std::printf(
+        "usage: %s [options] files\n\n"
+        "    --explain        notes below each message: the line, where it comes from, what "
+        "to do\n"
+        "    --warn           warn of what is allowed but rarely meant\n"
+        "    --warn=error     the same; warnings count as errors\n"
+        "    --depfile=FILE   write a dependency rule for make beside the object\n"
+        "    --help           this text\n"
+        "    --version        name and version\n"
+        "\n"
+        "%s -help lists the other options. The manual is docs/manual.md; man nvasm8 is "
+        "shorter.\n",
+        settings.program_name, settings.program_name);
+    end_after_output();
+}
+
+static void print_name_and_version()
+{
+    std::printf("%s %s\n", settings.program_name, NVASM8_VERSION);
+    end_after_output();
+}
+
+static const LongOption long_options[] = {
+    {"explain", &settings.explain, nullptr, nullptr},
+    {"warn", &settings.warn, nullptr, nullptr},
+    {"warn=error", &settings.warnings_count, nullptr, nullptr},
+    {"depfile=", nullptr, &settings.depfile_name, nullptr},
+    {"help", nullptr, nullptr, print_long_options},
+    {"version", nullptr, nullptr, print_name_and_version},
+};
+
 constexpr int32_t ARRAY_CAPACITY = 128;
 
 static const char *define_items[ARRAY_CAPACITY];
@@ -70,7 +112,7 @@ void read_settings(int *argc, char ***argv)
 {
     settings.define_list = {define_items, ARRAY_CAPACITY, 0};
     settings.include_list = {include_items, ARRAY_CAPACITY, 0};
-    parse_options(argc, argv, title_text, "files", option_table);
+    parse_options(argc, argv, title_text, "files", option_table, long_options);
 }
 
 void imply_settings()
@@ -83,6 +125,8 @@ void imply_settings()
         settings.opt_old_syntax = true;
     if (settings.opt_make_deps)
         settings.listing_enabled = false;
+    if (settings.warnings_count)
+        settings.warn = true;
 }
 
 void imply_listing()

@@ -5,7 +5,7 @@
 void read_settings(int *argc, char ***argv);
 
 // Applies what options imply and needs no file: -xx sets -x, -x clears -p, -mi sets -m, -md clears
-// -l, in this order.
+// -l, in this order; --warn=error sets --warn.
 void imply_settings();
 
 // Applies what options imply for the listing: -c, +l and -u set -l; +v sets -l and -a. Comes after

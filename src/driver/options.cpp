@@ -161,8 +161,32 @@ static const char *match_any_option(std::span<const OptionDescriptor> options, c
     end_process(1);
 }
 
+// Takes a whole word "--...", or returns false for one that is no long option: the short ones are
+// tried with it then.
+static bool take_long_option(const char *text, std::span<const LongOption> options)
+{
+    if (std::strncmp(text, "--", 2) != 0)
+        return false;
+    const std::string_view word = text + 2;
+    for (const LongOption &option : options) {
+        if (option.name != nullptr && word.starts_with(option.word) && word != option.word) {
+            *option.name = text + 2 + option.word.size();
+            return true;
+        }
+        if (option.name != nullptr || word != option.word)
+            continue;
+        if (option.flag != nullptr)
+            *option.flag = true;
+        else
+            option.action();
+        return true;
+    }
+    return false;
+}
+
 void parse_options(int *argc, char ***argv, const char *title, const char *files_word,
-                   std::span<const OptionDescriptor> options)
+                   std::span<const OptionDescriptor> options,
+                   std::span<const LongOption> long_options)
 {
     WordList words = {*argc, *argv};
     if (words.count > 0) {
@@ -186,6 +210,10 @@ void parse_options(int *argc, char ***argv, const char *title, const char *files
         ++words.words;
         if (std::strcmp(text, "--") == 0)
             break;
+        if (take_long_option(text, long_options)) {
+            option_seen = true;
+            continue;
+        }
         if (text[0] == '-')
             ++text;
         if (std::strncmp(text, "help", 4) == 0)

@@ -15,6 +15,7 @@
 #include "expr/symbol_table.h"
 #include "input/input_stack.h"
 #include "input/macro.h"
+#include "listing/depfile.h"
 #include "listing/listing.h"
 #include "listing/side_outputs.h"
 #include "output/debug_info.h"
@@ -156,11 +157,16 @@ static void finish_outputs()
         write_option_record();
         build_object_file(target_machine);
     }
+    if (has_object_file())
+        build_depfile();
     close_listing();
     if (!flush_standard_output())
         ++error_count;
+    if (error_count != 0 || !has_object_file())
+        return;
+    place_object_file();
     if (error_count == 0)
-        place_object_file();
+        place_depfile();
 }
 
 // Under -md the sizing pass writes the rule, and nothing else happens.
@@ -178,6 +184,7 @@ int32_t assemble_source_file()
     if (is_generated_source(source_file_name))
         debug_lines = false;
     forget_files();
+    reset_depfile();
     forget_late_needs();
     forget_section_stacks();
     init_sections();

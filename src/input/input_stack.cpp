@@ -13,6 +13,7 @@
 #include "input/macro.h"
 #include "input/source_reader.h"
 #include "input/source_span.h"
+#include "listing/depfile.h"
 #include "listing/listing.h"
 #include "listing/side_outputs.h"
 #include <algorithm>
@@ -290,6 +291,7 @@ static void enter_file(std::FILE *file, const char *opened_name)
     // Made first: memory may end here, and then the present file must not stand on the stack as
     // well.
     SourceReader *reader = open_reader(file);
+    skip_byte_order_mark(reader);
     if (current_file != nullptr || current_expansion != nullptr)
         push_input();
     ++open_files;
@@ -297,6 +299,7 @@ static void enter_file(std::FILE *file, const char *opened_name)
     current_opened_name = opened_name;
     current_expansion = nullptr;
     note_input(opened_name);
+    add_depfile_input(opened_name);
     if (pass_number == 0 && settings.opt_make_deps && !has_file_record(opened_name))
         add_dependency(opened_name);
     // Without any record the main source has not been opened in the sizing pass.

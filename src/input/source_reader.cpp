@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <string_view>
 
 // Small enough for a thousand nested files.
 constexpr size_t BLOCK_SIZE = 32768;
@@ -81,6 +82,14 @@ static void read_block(SourceReader *reader)
     }
     reader->end = block + size;
     reader->ended = size < BLOCK_SIZE;
+}
+
+void skip_byte_order_mark(SourceReader *reader)
+{
+    constexpr std::string_view MARK = "\xEF\xBB\xBF";
+    read_block(reader);
+    if (std::string_view(reader->next, characters_left(reader)).starts_with(MARK))
+        reader->next += MARK.size();
 }
 
 // Reads a line that needs the next block, has a carriage return or doesn't fit.

@@ -13,6 +13,9 @@ constexpr size_t READER_ROOM_MAX = 512;
 // Begins to read an open file, which the reader takes over.
 SourceReader *open_reader(std::FILE *file);
 
+// Steps over a UTF-8 byte order mark at the head of the file, where nothing was read yet.
+void skip_byte_order_mark(SourceReader *reader);
+
 // Closes the file. Null is allowed.
 void close_reader(SourceReader *reader);
 

@@ -6,6 +6,7 @@
 
 #include "base/file_names.h"
 #include "base/output_files.h"
+#include "base/pass_state.h"
 #include "base/settings.h"
 #include "expr/symbol_table.h"
 #include "output/debug_info.h"
@@ -149,8 +150,10 @@ static void append_area(Bytes *head, uint32_t count, uint32_t offset)
 void build_object_file(const Machine &machine)
 {
     drop_object_file();
-    if (!can_create_output(OutputKind::OBJECT, object_file_name))
+    if (!can_create_output(OutputKind::OBJECT, object_file_name)) {
+        error_count += settings.warnings_count ? 1 : 0;
         return;
+    }
     object_position = OBJECT_HEAD_SIZE + SECTION_ENTRY_SIZE * static_cast<uint32_t>(section_count);
     Bytes table;
     add_sections(&table);
@@ -169,9 +172,14 @@ void build_object_file(const Machine &machine)
     object_head.insert(object_head.end(), table.begin(), table.end());
 }
 
+bool has_object_file()
+{
+    return !object_head.empty();
+}
+
 void place_object_file()
 {
-    if (object_head.empty())
+    if (!has_object_file())
         return;
     std::vector<Piece> pieces = {object_head};
     pieces.insert(pieces.end(), section_pieces.begin(), section_pieces.end());

@@ -6,7 +6,9 @@
 
 #include "base/byte_stream.h"
 #include "base/file_names.h"
+#include "base/line_context.h"
 #include "base/memory.h"
+#include "base/message_queue.h"
 #include "base/pass_state.h"
 #include "base/position.h"
 #include "base/settings.h"
@@ -15,6 +17,8 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <utility>
+#include <vector>
 
 // Where diagnostics go as they come, null while they are gathered for the file of +e.
 static std::FILE *error_stream = stderr;
@@ -27,15 +31,22 @@ struct PendingError {
     const char *message;
     std::string_view text;
     std::string copy;
+    size_t column;     // how far the line was read
+    std::string notes; // under --explain
 };
 static PendingError pending_error;
+
+// Whether the last error that was recorded is the pending one.
+static bool last_is_pending;
+
+static NoteMaker note_maker;
 
 uint32_t recorded_errors;
 
 static std::array<std::span<const char>, 2> changing_buffers;
 
 static bool messages_held;
-static std::string held_messages;
+static std::vector<Message> held_messages;
 
 void send_diagnostics_to(std::FILE *stream)
 {
@@ -78,9 +89,11 @@ static bool may_change(const char *text)
 
 void record_error(const char *message, std::string_view text)
 {
-    if (pass_number == 0 || pending_error.message != nullptr)
+    last_is_pending = pass_number != 0 && pending_error.message == nullptr;
+    if (!last_is_pending)
         return;
     ++recorded_errors;
+    pending_error.column = settings.explain ? reading_column() : NO_COLUMN;
     pending_error.message = message;
     pending_error.text = text;
     if (text.data() == nullptr || may_change(text.data()))
@@ -94,6 +107,23 @@ void force_error(const char *message, std::string_view text)
     ++pass_number;
     record_error(message, text);
     --pass_number;
+}
+
+void explain_error_lines(std::string_view notes)
+{
+    if (settings.explain && last_is_pending)
+        pending_error.notes += notes;
+}
+
+void explain_error(std::string_view note)
+{
+    explain_error_lines(note_line(note));
+}
+
+void explain_range(uint32_t value, int32_t lowest, int32_t highest)
+{
+    explain_error("the value is " + std::to_string(static_cast<int32_t>(value)) + ", allowed are " +
+                  std::to_string(lowest) + " to " + std::to_string(highest));
 }
 
 bool error_pending()
@@ -121,34 +151,63 @@ std::string pending_text()
     return message_text(pending_error.message, pending_error.text);
 }
 
-static void print_diagnostic(const std::string &line)
+static void write_text(const std::string &text)
+{
+    if (error_stream != nullptr)
+        std::fputs(text.c_str(), error_stream);
+    else
+        stream_put_text(&gathered_errors, text);
+}
+
+void print_message(Message message)
 {
     if (messages_held)
-        held_messages += line;
-    else if (error_stream != nullptr)
-        std::fputs(line.c_str(), error_stream);
+        held_messages.push_back(std::move(message));
+    else if (settings.explain)
+        queue_message(std::move(message));
     else
-        stream_put_text(&gathered_errors, line);
+        write_text(message.line);
+}
+
+void print_queued_messages()
+{
+    if (settings.explain)
+        write_text(take_queued_messages());
+}
+
+// Memory ends here: what waits is shown now.
+static void show_waiting_messages()
+{
+    release_messages();
+    print_queued_messages();
+}
+
+void set_note_maker(const NoteMaker &maker)
+{
+    note_maker = maker;
+    set_exhaustion_hook(show_waiting_messages);
 }
 
 void hold_messages()
 {
     messages_held = true;
-    set_exhaustion_hook(release_messages);
+    set_exhaustion_hook(show_waiting_messages);
 }
 
 void drop_messages()
 {
     messages_held = false;
-    set_exhaustion_hook(nullptr);
+    set_exhaustion_hook(settings.explain ? show_waiting_messages : nullptr);
     held_messages.clear();
 }
 
 void release_messages()
 {
-    const std::string messages_now = held_messages;
+    std::vector<Message> messages_now;
+    messages_now.swap(held_messages);
     drop_messages();
-    print_diagnostic(messages_now);
+    for (Message &message : messages_now)
+        print_message(std::move(message));
 }
 
 static std::string error_head(const char *file, uint32_t line)
@@ -157,14 +216,32 @@ static std::string error_head(const char *file, uint32_t line)
            std::to_string(static_cast<int32_t>(line)) + '\t';
 }
 
-static void print_error_line(const std::string &text)
+static std::string made_notes(const char *message, std::string_view text)
+{
+    return note_maker.notes != nullptr ? note_maker.notes(message, text) : std::string();
+}
+
+static void print_error_line(const std::string &text, std::string notes)
 {
     const SourcePosition position = source_position();
     const std::string head = settings.eclipse_style
                                  ? std::string(position.file) + ':' +
                                        std::to_string(static_cast<int32_t>(position.line)) + ":1: "
                                  : error_head(position.file, position.line);
-    print_diagnostic(head + text + '\n');
+    print_message({line_ordinal, head + text + '\n', std::move(notes)});
+}
+
+static std::string pending_notes()
+{
+    if (!settings.explain)
+        return {};
+    size_t column = pending_error.column;
+    // The place that recorded the error knows better.
+    const bool is_told = !pending_error.notes.empty();
+    if (note_maker.column != nullptr)
+        column = note_maker.column(pending_error.message, pending_error.text, column);
+    return context_notes(line_context_at(column)) + pending_error.notes +
+           (is_told ? "" : made_notes(pending_error.message, pending_error.text));
 }
 
 static bool settle_error(bool prints)
@@ -174,7 +251,7 @@ static bool settle_error(bool prints)
     // A pass that will be repeated is void: an error that is real comes back in the next one.
     if (!pass_must_repeat) {
         if (prints)
-            print_error_line(pending_text());
+            print_error_line(pending_text(), pending_notes());
         ++error_count;
     }
     pending_error = {};
@@ -193,13 +270,13 @@ void flush_listed_error()
 
 void report_at_line(const char *message, const char *text)
 {
-    print_error_line(message_text(message, text));
+    print_error_line(message_text(message, text), made_notes(message, text));
     ++error_count;
 }
 
 void report_without_line(const char *message, const char *text)
 {
-    print_diagnostic(message_text(message, text) + '\n');
+    print_message({0, message_text(message, text) + '\n', made_notes(message, text)});
     ++error_count;
 }
 
@@ -213,6 +290,13 @@ void print_file_error_prefix(const char *file)
 
 void print_direct_error(const char *file, uint32_t line, const char *message, std::string_view text)
 {
-    print_diagnostic(error_head(file, line) + message_text(message, text) + '\n');
+    LineContext place;
+    if (note_maker.place != nullptr)
+        place = note_maker.place(message, text);
+    std::string notes;
+    if (place.line != 0 && (place.line != line || place.file != file))
+        notes = note_line("the line is " + place.file + ':' + std::to_string(place.line));
+    print_message({place.ordinal, error_head(file, line) + message_text(message, text) + '\n',
+                   notes + context_notes(place) + made_notes(message, text)});
     ++error_count;
 }

@@ -9,6 +9,8 @@
 #include <string_view>
 
 struct ByteStream;
+struct LineContext;
+struct Message;
 
 // The messages that several places raise. The texts are printf formats: "%.*s" takes a text that
 // need not be terminated, "%s" a terminated text.
@@ -60,6 +62,26 @@ void record_error(const char *message, std::string_view text = {});
 // Remembers an error in every pass: for what only the sizing pass can see, or must see too.
 void force_error(const char *message, std::string_view text = {});
 
+// Adds a line of notes to the error that the last call of record_error or force_error has
+// remembered, or nothing if that one came too late or under no --explain.
+void explain_error(std::string_view note);
+
+// The same with whole lines of notes.
+void explain_error_lines(std::string_view notes);
+
+// The same for a value out of its range.
+void explain_range(uint32_t value, int32_t lowest, int32_t highest);
+
+// Who knows more under --explain: lines of notes for a message with its text, and the line that a
+// message found between the passes is about.
+struct NoteMaker {
+    std::string (*notes)(const char *message, std::string_view text);
+    LineContext (*place)(const char *message, std::string_view text);
+    // Where the caret of a message goes when the line was read up to `column`.
+    size_t (*column)(const char *message, std::string_view text, size_t column);
+};
+void set_note_maker(const NoteMaker &maker);
+
 // How many errors record_error has taken in this run, counted or not.
 extern uint32_t recorded_errors;
 
@@ -84,6 +106,12 @@ void report_at_line(const char *message, const char *text);
 
 // Prints an error that has no line, and counts it. `text` as above.
 void report_without_line(const char *message, const char *text);
+
+// Prints a message, or queues it under --explain.
+void print_message(Message message);
+
+// Prints the messages queued so far.
+void print_queued_messages();
 
 // Diagnostics wait from here on until they are released or dropped. They count
 // at once.

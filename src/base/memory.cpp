@@ -12,6 +12,7 @@ static size_t held_bytes;
 static size_t held_bytes_max = size_t{2} << 30;
 
 static void (*exhaustion_hook)();
+static void (*exhaustion_epilogue)();
 
 constexpr size_t HEAD_SIZE = alignof(std::max_align_t);
 
@@ -25,11 +26,18 @@ void set_exhaustion_hook(void (*hook)())
     exhaustion_hook = hook;
 }
 
+void set_exhaustion_epilogue(void (*hook)())
+{
+    exhaustion_epilogue = hook;
+}
+
 void out_of_memory()
 {
     if (exhaustion_hook != nullptr)
         exhaustion_hook();
     std::fputs("no memory\n", stderr);
+    if (exhaustion_epilogue != nullptr)
+        exhaustion_epilogue();
     end_process(1);
 }
 

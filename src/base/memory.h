@@ -21,6 +21,9 @@ void *xalloc(size_t size, void *first_word);
 // is to see.
 void set_exhaustion_hook(void (*hook)());
 
+// Has `hook` called after "no memory", to say more.
+void set_exhaustion_epilogue(void (*hook)());
+
 // Ends the process as exhausted memory does.
 [[noreturn]] void out_of_memory();
 

@@ -11,6 +11,7 @@
 #include "driver/command_line.h"
 #include "driver/debug_prologue.h"
 #include "driver/source_file.h"
+#include "explain/notes.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
 #include "input/input_stack.h"
@@ -81,7 +82,11 @@ int run_assembler(int argc, char **argv)
         return 1;
     make_include_list();
     install_keywords();
-    if (!define_symbols())
+    if (settings.explain || settings.warn)
+        install_notes();
+    const bool defined = define_symbols();
+    print_queued_messages();
+    if (!defined)
         return 1;
     debug_lines = settings.opt_debug_lines;
     if (debug_lines)

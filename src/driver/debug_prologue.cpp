@@ -47,6 +47,6 @@ void expand_debug_prologue(uint32_t line_total)
     std::snprintf(argument, sizeof argument, "%s,%ld\n", name,
                   static_cast<long>(static_cast<int32_t>(line_total)));
     line_cursor = argument;
-    expand_macro(prologue, {});
+    expand_macro(prologue, {}, {});
     line_cursor = "";
 }

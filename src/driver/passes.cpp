@@ -30,9 +30,11 @@
 
 #include "base/diagnostics.h"
 #include "base/file_names.h"
+#include "base/line_context.h"
 #include "base/pass_state.h"
 #include "base/position.h"
 #include "base/settings.h"
+#include "base/warnings.h"
 #include "driver/debug_prologue.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
@@ -78,6 +80,7 @@ void prepare_passes()
 static void reset_state_for_pass()
 {
     begin_pass();
+    drop_warnings();
     forced_pass_flags &= BRANCH_OPTIMISATION;
     reset_listing_for_pass();
     reset_statements_for_pass();
@@ -127,6 +130,8 @@ bool run_pass()
         process_statement(line);
 
     source_line_total = current_line();
+    forget_statement_text();
+    warn_of_open_body();
     if (debug_lines)
         close_debug_scopes();
     if (pass_number != 0)

@@ -9,9 +9,12 @@
 #include "base/pass_state.h"
 #include "base/position.h"
 #include "base/settings.h"
+#include "base/warnings.h"
 #include "driver/option_record.h"
 #include "driver/passes.h"
+#include "explain/source_warnings.h"
 #include "expr/lexer.h"
+#include "expr/name_places.h"
 #include "expr/symbol_table.h"
 #include "input/input_stack.h"
 #include "input/macro.h"
@@ -99,6 +102,7 @@ static void size_source_again()
     // Each time turns the order of the kept symbols round: now it is again that of the first
     // sizing.
     reset_symbols();
+    forget_name_places();
     forget_files();
     forget_section_stacks();
     init_sections();
@@ -178,6 +182,15 @@ static int32_t finish_rule()
     return input_failed() ? error_count : 0;
 }
 
+// Warnings come ahead of the outputs, which they may forbid.
+static void tell_warnings()
+{
+    warn_of_names();
+    const int32_t count = print_warnings();
+    if (settings.warnings_count)
+        error_count += count;
+}
+
 int32_t assemble_source_file()
 {
     derive_file_names();
@@ -194,7 +207,9 @@ int32_t assemble_source_file()
     prepare_passes();
     if (settings.opt_make_deps) {
         begin_rule(object_file_name);
-        return finish_rule();
+        const int32_t errors = finish_rule();
+        print_queued_messages();
+        return errors;
     }
     size_source();
     assemble_sized_source();
@@ -202,7 +217,9 @@ int32_t assemble_source_file()
     if (error_count == 0)
         report_broken_numbering();
     report_missed_file();
+    tell_warnings();
     finish_outputs();
+    print_queued_messages();
     return error_count;
 }
 
@@ -211,4 +228,5 @@ void forget_source_file()
     drop_layout_record();
     forget_macros();
     reset_symbols();
+    forget_name_places();
 }

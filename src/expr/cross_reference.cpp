@@ -6,6 +6,7 @@
 #include "base/memory.h"
 #include "base/position.h"
 #include "base/settings.h"
+#include "expr/name_places.h"
 #include "expr/symbol_table.h"
 #include <algorithm>
 
@@ -88,6 +89,7 @@ static void note_first_use(Symbol *symbol)
     symbol->source_file = current_file_name();
     symbol->xref.is_used = true;
     symbol->xref.first = line_ordinal;
+    note_use_place(symbol, symbol->name_length);
 }
 
 void record_xref(Symbol *symbol)

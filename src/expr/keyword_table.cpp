@@ -30,11 +30,6 @@ static uint64_t folded_last_word(std::string_view name)
     return last_word(name) | 0x2020202020202020;
 }
 
-static std::string_view keyword_name(const Keyword *keyword)
-{
-    return {keyword->name, keyword->name_length};
-}
-
 Keyword *add_keyword(std::string_view full_name, uint8_t argument, uint16_t flags)
 {
     char room[FOLDED_ROOM];
@@ -76,7 +71,7 @@ static Keyword *keyword_in(const NameIndex<Keyword>::Slot *slot)
     const std::string_view name = fold_name(full_name, room);
     const uint64_t last = folded_last_word(name);
     const auto is_wanted = [name, last](const Keyword *keyword) {
-        return keyword->last_word == last && is_same_name(keyword_name(keyword), name);
+        return keyword->last_word == last && is_same_name(keyword_name(*keyword), name);
     };
     return keyword_in(find_slot(keyword_index, hash_name(name, last), is_wanted));
 }
@@ -118,6 +113,14 @@ void undo_macro(Keyword *keyword)
 static bool is_macro(const Keyword *keyword)
 {
     return (keyword->flags & KW_MACRO) != 0;
+}
+
+void visit_keywords(void (*visit)(const Keyword &))
+{
+    for (size_t i = 0; i < keyword_index.size; ++i) {
+        if (const Keyword *keyword = keyword_index.slots[i].record)
+            visit(*keyword);
+    }
 }
 
 void visit_macros(void (*visit)(Keyword *))

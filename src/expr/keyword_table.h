@@ -62,6 +62,12 @@ struct Keyword {
     uint64_t last_word; // of the name, folded, for lookups
 };
 
+// In lower case.
+inline std::string_view keyword_name(const Keyword &keyword)
+{
+    return {keyword.name, keyword.name_length};
+}
+
 // Set by an expansion line that asks for the keyword under a macro of the same name; cleared at
 // the end of the statement.
 extern bool bypass_macro;
@@ -80,6 +86,9 @@ void shadow_keyword(Keyword *keyword);
 
 // Whether the keyword is a directive, or a macro over one: a word "stem.x" is then looked up whole.
 bool is_directive_stem(const Keyword *keyword);
+
+// Calls `visit` for each keyword, macros and overridden ones included.
+void visit_keywords(void (*visit)(const Keyword &));
 
 // Calls `visit` for each macro.
 void visit_macros(void (*visit)(Keyword *));

@@ -4,8 +4,11 @@
 #include "input/conditional.h"
 
 #include "base/diagnostics.h"
+#include "base/line_context.h"
 #include "base/memory.h"
 #include "base/pass_state.h"
+#include "base/position.h"
+#include "base/warnings.h"
 #include "expr/evaluator.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
@@ -25,6 +28,15 @@ struct CondFrame {
 
 static CondFrame *cond_stack;
 static uint32_t frame_counter;
+
+// Where the frames of cond_stack were opened, outermost first, while the run keeps contexts.
+struct Opening {
+    LineContext context;
+    const FilePosition *file;
+};
+static std::vector<Opening> openings;
+
+static std::string last_closed;
 
 // What the `argument` of an opening keyword asks; an odd number from IF_SAME on inverts the even
 // one below it.
@@ -138,6 +150,8 @@ static void if_directive(const Statement &statement)
     frame->number = ++frame_counter;
     frame->skipped = skipped;
     cond_stack = frame;
+    if (keeps_contexts())
+        openings.push_back({line_context(), current_position});
     if (skipped)
         return;
     frame->taken = read_condition(statement.keyword->argument);
@@ -158,20 +172,61 @@ static void else_directive(const Statement &)
 static void pop_frame()
 {
     cond_stack = xfree(cond_stack, cond_stack->next);
+    if (openings.empty())
+        return;
+    last_closed = place_of(openings.back().context) + ", ended at " + place_of(line_context());
+    openings.pop_back();
+}
+
+// An endif that ends what another file has opened is likely that of another conditional, and the
+// file has lost its own.
+static void warn_of_other_file()
+{
+    if (openings.back().file == current_position)
+        return;
+    warn_at(openings.back().context, "if without endif in its file",
+            "the endif at " + place_of(line_context()) +
+                " ends it: end it in the file that it begins in");
 }
 
 static void endif_directive(const Statement &)
 {
-    if (cond_stack == nullptr)
+    if (cond_stack == nullptr) {
         record_error("bad endif");
-    else
-        pop_frame();
+        return;
+    }
+    if (warns())
+        warn_of_other_file();
+    pop_frame();
+}
+
+std::vector<LineContext> open_conditionals()
+{
+    std::vector<LineContext> contexts;
+    for (auto opening = openings.rbegin(); opening != openings.rend(); ++opening)
+        contexts.push_back(opening->context);
+    return contexts;
+}
+
+const std::string &last_closed_conditional()
+{
+    return last_closed;
+}
+
+static void warn_of_open_conditionals()
+{
+    for (const Opening &opening : openings)
+        warn_at(opening.context, "if without endif",
+                "end it with endif, each if with its own; the endif of an if that stands inside of "
+                "it may be the one that is missing");
 }
 
 void close_open_conditionals()
 {
+    last_closed.clear();
     if (cond_stack == nullptr)
         return;
+    warn_of_open_conditionals();
     record_error("unclosed if");
     if (lists_line())
         list_error();

@@ -133,6 +133,16 @@ Expansion *visit_suspended_expansions(bool (*stops)(Expansion *))
     return nullptr;
 }
 
+std::vector<InputLevel> input_levels()
+{
+    std::vector<InputLevel> levels = {{current_expansion, current_position}};
+    for (const InputSource *input = input_stack; input != nullptr; input = input->next) {
+        const FileRecord *record = input->file_record;
+        levels.push_back({input->expansion, record != nullptr ? &record->position : nullptr});
+    }
+    return levels;
+}
+
 // The line that can't be read is the one after the last; the file ends there.
 static void report_read_error()
 {

@@ -4,8 +4,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 struct Expansion;
+struct FilePosition;
 
 // Room for a line and its end mark: at most 511 characters of a source line are read at once.
 constexpr size_t LINE_ROOM = 512;
@@ -42,6 +44,15 @@ void push_expansion(Expansion *expansion);
 // Offers the expansions below the current one, from the innermost outwards, files passed over,
 // until `stops` is true for one. Gives that one, or null.
 Expansion *visit_suspended_expansions(bool (*stops)(Expansion *));
+
+// A file or an expansion on the stack of inputs.
+struct InputLevel {
+    const Expansion *expansion;   // null for a file
+    const FilePosition *position; // of the file, or of the one that the expansion runs over
+};
+
+// The input at hand and those suspended below it, innermost first.
+std::vector<InputLevel> input_levels();
 
 // Empties the input at the head of a pass.
 void reset_input();

@@ -1,15 +1,20 @@
 // Macros and repeats: stored lines, run with their arguments put in.
 #pragma once
 
+#include "base/position.h"
 #include "expr/keyword_table.h"
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
+#include <vector>
 
 // One stored source line.
 struct BodyLine {
     BodyLine *next;
+    const char *file; // where it was recorded
+    uint32_t line;
     char *text; // label, newline and all, zero-terminated; inside the record
 };
 
@@ -18,6 +23,10 @@ constexpr size_t ARGUMENT_SLOTS = 64;
 // One running macro or repeat, owned by the input stack and freed at its end.
 struct Expansion {
     BodyLine *position;      // the line to be read next, or null
+    const BodyLine *running; // the line read last, or null
+    std::string_view name;   // of the macro; empty for a repeat and the debug prologue
+    SourcePosition call;     // where it was called
+    uint32_t run;            // of a repeat, counted from 0
     BodyLine *repeat_body;   // the owned body of a repeat; null in a macro
     uint32_t cond_mark;      // the conditional on top when the expansion began
     const char *param_names; // counted names, ended by a zero byte; null for positional parameters
@@ -36,12 +45,18 @@ std::span<const DirectiveRow> recording_directives();
 // `mexit` and `rexit`.
 std::span<const DirectiveRow> expansion_directives();
 
+// The names of the parameters of a running body, empty for positional ones.
+std::vector<std::string> parameter_names(const Expansion &expansion);
+
 // Drops all macros at the end of a source file, overridden keywords with them.
 void forget_macros();
 
 // Drops the macros that override a keyword, which gets its meaning back: for a source file that
 // starts over.
 void undo_macros();
+
+// Warns of a body that is still open at the end of the source.
+void warn_of_open_body();
 
 // Whether lines are being recorded, and how that is stopped at the head of a pass.
 bool is_recording_body();
@@ -63,9 +78,12 @@ void restore_recording_state(const RecordingState &state);
 // Takes a line while a body is recorded. `keyword` is that of its word, or null.
 void record_body_line(const Keyword *keyword, const char *line);
 
-// Calls a macro with the arguments at line_cursor: its expansion comes on top of the input. Records
-// "too many arguments".
-void expand_macro(BodyLine *body, std::string_view suffix);
+// Calls a macro with the arguments at line_cursor: its expansion comes on top of the input. `name`
+// must last as long as it. Records "too many arguments".
+void expand_macro(BodyLine *body, std::string_view name, std::string_view suffix);
+
+// Where the line `macro` of a macro stands; line 0 if there is no such macro.
+SourcePosition macro_place(std::string_view name);
 
 // Prepares the runs of a body, one for each item of `list`, whose text the expansion takes over.
 // Records "too many arguments".

@@ -4,15 +4,20 @@
 
 #include "base/diagnostics.h"
 #include "base/memory.h"
+#include "base/warnings.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
 #include "input/conditional.h"
 #include "input/input_stack.h"
+#include "input/line_origin.h"
 #include "input/macro.h"
 #include "input/macro_arguments.h"
 #include "input/macro_lines.h"
 #include "listing/listing.h"
+#include <algorithm>
 #include <cstring>
+#include <optional>
+#include <string>
 #include <string_view>
 
 // Counts macro calls and runs of repeats. 0 at the head of a pass, so that a call has the same
@@ -51,13 +56,48 @@ static size_t begin_expansion(Expansion *expansion, BodyLine *body)
     return length;
 }
 
-void expand_macro(BodyLine *body, std::string_view suffix)
+// The number of arguments that the body can use, or nothing if it takes any number.
+static std::optional<size_t> usable_arguments(const Expansion &expansion)
+{
+    const bool named = expansion.param_names != nullptr;
+    size_t count = parameter_names(expansion).size();
+    for (const BodyLine *line = expansion.position; line != nullptr; line = line->next) {
+        for (const char *c = line->text; *c != '\0'; ++c) {
+            if (*c != '\\' || c[1] == '\0')
+                continue;
+            ++c;
+            if (*c == '*' || *c == '#')
+                return std::nullopt;
+            if (!named)
+                count = std::max<size_t>(count, positional_number(*c));
+        }
+    }
+    return count;
+}
+
+static void warn_of_arguments(const Expansion &expansion)
+{
+    const std::optional<size_t> usable = usable_arguments(expansion);
+    if (!usable || expansion.arg_count <= *usable)
+        return;
+    const std::string name(expansion.name);
+    warn("argument " + std::to_string(*usable + 1) + " of macro " + name +
+             " is not used: " + expansion.args[*usable],
+         "the macro of " + place_text(macro_place(name)) + " uses " + std::to_string(*usable) +
+             ": remove what is too much, or put a `;` ahead of a comment");
+}
+
+void expand_macro(BodyLine *body, std::string_view name, std::string_view suffix)
 {
     skip_blanks();
     auto *expansion = new_node<Expansion>(nullptr);
+    expansion->name = name;
+    expansion->call = line_place();
     expansion->arg_text = copy_text(line_cursor);
     expansion->suffix = suffix.empty() ? '\0' : suffix.front();
     line_cursor += begin_expansion(expansion, body);
+    if (warns() && !name.empty())
+        warn_of_arguments(*expansion);
     push_expansion(expansion);
 }
 
@@ -78,6 +118,7 @@ static bool next_run(Expansion *expansion)
         return false;
     }
     expansion->position = expansion->repeat_body;
+    ++expansion->run;
     if (expansion->position != nullptr && expansion->position->text[0] == PARAMETER_LIST_MARK)
         expansion->position = expansion->position->next;
     expansion->call_number = next_call_number();
@@ -105,6 +146,7 @@ const char *next_expansion_line(Expansion *expansion)
     }
     const BodyLine *line = expansion->position;
     expansion->position = line->next;
+    expansion->running = line;
     return make_macro_line(expansion, line->text);
 }
 

@@ -4,14 +4,19 @@
 #include "input/macro_lines.h"
 
 #include "base/diagnostics.h"
+#include "base/line_context.h"
 #include "base/number.h"
 #include "base/settings.h"
+#include "base/warnings.h"
 #include "expr/keyword_table.h"
 #include "input/conditional.h"
 #include "input/input_stack.h"
+#include "input/line_origin.h"
 #include "input/macro.h"
+#include <algorithm>
 #include <cstdio>
 #include <optional>
+#include <string>
 #include <string_view>
 
 // The line made last, and the length that it isn't to exceed.
@@ -61,6 +66,34 @@ static std::optional<uint32_t> find_parameter(const Expansion *expansion, std::s
     return std::nullopt;
 }
 
+std::vector<std::string> parameter_names(const Expansion &expansion)
+{
+    std::vector<std::string> names;
+    std::string_view list = expansion.param_names != nullptr ? expansion.param_names : "";
+    while (!list.empty()) {
+        const size_t length = static_cast<unsigned char>(list[0]);
+        names.emplace_back(list.substr(1, length));
+        list.remove_prefix(std::min(list.size(), 1 + length));
+    }
+    return names;
+}
+
+// A parameter without argument leaves nothing, which may be right between quotes, as where ifc asks
+// for it.
+static void note_missing_argument(const LineWriter &line, const Expansion &expansion,
+                                  std::string_view name)
+{
+    const std::string_view text(expansion_line, line.length);
+    if (std::ranges::count(text, '"') % 2 != 0 || std::ranges::count(text, '\'') % 2 != 0)
+        return;
+    const std::string macro =
+        expansion.name.empty() ? "the repeat" : "macro " + std::string(expansion.name);
+    warn("no argument for \\" + std::string(name) + " in the call of " + macro,
+         "nothing stands in the place of \\" + std::string(name) + " here: the call at " +
+             place_text(expansion.call) + " gives " + std::to_string(expansion.arg_count) + " of " +
+             std::to_string(parameter_names(expansion).size()) + " arguments");
+}
+
 static bool is_name_character(char c)
 {
     return is_letter(c) || is_digit(c) || c == '_' || c == '.';
@@ -76,7 +109,10 @@ static const char *put_named(LineWriter *line, const Expansion *expansion, const
     while (is_name_character(*end))
         ++end;
     const auto length = static_cast<uint32_t>(end - text);
-    if (const auto index = find_parameter(expansion, {text, length}))
+    const auto index = find_parameter(expansion, {text, length});
+    if (index && *index >= expansion->arg_count && keeps_contexts())
+        note_missing_argument(*line, *expansion, {text, length});
+    if (index)
         line->put(argument(expansion, *index));
     else
         record_error("unknown macro argument %.*s", {text, length});
@@ -85,8 +121,7 @@ static const char *put_named(LineWriter *line, const Expansion *expansion, const
     return end;
 }
 
-// The number of a positional argument: 1 to 9, then A to Z; 0 for any other character.
-static uint32_t positional_number(char c)
+uint32_t positional_number(char c)
 {
     if (c >= '1' && c <= '9')
         return static_cast<uint32_t>(c - '0');

@@ -2,19 +2,24 @@
 // in the others; repeat bodies are stored in every pass and freed when the repeat ends.
 
 #include "base/diagnostics.h"
+#include "base/line_context.h"
 #include "base/memory.h"
 #include "base/number.h"
 #include "base/pass_state.h"
+#include "base/warnings.h"
 #include "expr/evaluator.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
+#include "expr/name_places.h"
 #include "input/conditional.h"
 #include "input/input_stack.h"
+#include "input/line_origin.h"
 #include "input/macro.h"
 #include "input/macro_expansion.h"
 #include "listing/listing.h"
 #include "output/layout_record.h"
 #include <cstring>
+#include <map>
 #include <string>
 
 // Where the next recorded line is linked; null while nothing is recorded.
@@ -39,6 +44,13 @@ constexpr uint8_t BY_LIST = 1;
 // Where a later pass records for a name that is no macro by then.
 static BodyLine *discarded_body;
 
+// Where the body that is recorded, or was last, began.
+static SourcePosition body_place;
+static LineContext body_head;
+
+// Where each macro is defined.
+static std::map<const Keyword *, SourcePosition> macro_definitions;
+
 // Bodies that another has replaced. They may still be running, so they stay until the source file
 // ends.
 struct RetiredBody {
@@ -50,6 +62,9 @@ static RetiredBody *retired_bodies;
 BodyLine *new_body_line(const char *text, size_t length)
 {
     auto *line = new_node<BodyLine>(nullptr, length + 1);
+    const SourcePosition place = line_place();
+    line->file = place.file;
+    line->line = place.line;
     line->text = reinterpret_cast<char *>(line + 1);
     std::memcpy(line->text, text, length);
     return line;
@@ -118,6 +133,7 @@ void undo_macros()
 void forget_macros()
 {
     visit_macros([](Keyword *keyword) { free_body(keyword->body); });
+    macro_definitions.clear();
     drop_macros();
     free_retired_bodies();
 }
@@ -169,6 +185,14 @@ static BodyLine *read_parameter_names()
     return line;
 }
 
+// Notes where the body begins.
+static void begin_body()
+{
+    body_place = line_place();
+    if (keeps_contexts())
+        body_head = line_context();
+}
+
 static void macro_directive(const Statement &statement)
 {
     const std::string_view label = statement.label;
@@ -189,6 +213,11 @@ static void macro_directive(const Statement &statement)
         shadow_keyword(keyword);
         keyword->flags = KW_MACRO;
         keyword->body = nullptr;
+    }
+    begin_body();
+    if (pass_number == 0) {
+        macro_definitions[keyword] = body_place;
+        note_macro_place(label);
     }
     body_tail = keyword->flags & KW_MACRO ? &keyword->body : &discarded_body;
     skip_blanks();
@@ -219,8 +248,25 @@ static const char *read_list_parameter()
     return list;
 }
 
+SourcePosition macro_place(std::string_view name)
+{
+    const auto found = macro_definitions.find(find_keyword(name));
+    return found != macro_definitions.end() ? found->second : SourcePosition{"", 0};
+}
+
+void warn_of_open_body()
+{
+    if (!is_recording_body() || !warns())
+        return;
+    const bool of_repeat = recording.form != RepeatForm::NONE;
+    warn_at(body_head, of_repeat ? "repeat without endr" : "macro without endm",
+            of_repeat ? "what follows was taken for the lines to be repeated; end them with endr"
+                      : "what follows was taken for the body of the macro; end it with endm");
+}
+
 static void repeat_directive(const Statement &statement)
 {
+    begin_body();
     body_tail = &repeat_body;
     if (statement.keyword->argument == BY_COUNT) {
         ExprValue count;
@@ -299,6 +345,7 @@ static void run_repeat()
     }
     recording.form = RepeatForm::NONE;
     expansion->repeat_body = body;
+    expansion->call = body_place;
     // A repeat of the source file proper is listed line by line.
     expansion->saved_mlist = mlist_flag;
     if (current_expansion == nullptr)
@@ -357,8 +404,11 @@ void record_body_line(const Keyword *keyword, const char *line)
 }
 
 // What ends a body means nothing but while one is recorded.
-static void skip_line_directive(const Statement &)
+static void skip_line_directive(const Statement &statement)
 {
+    if (warns())
+        warn(std::string(statement.word) + " ends nothing",
+             "no macro or repeat is open here: remove it, or look for what begins the body");
     skip_line();
 }
 

@@ -5,10 +5,12 @@
 
 #include "base/diagnostics.h"
 #include "base/pass_state.h"
+#include "base/warnings.h"
 #include "expr/symbol_table.h"
 #include "listing/listing.h"
 #include "output/section_table.h"
 #include <algorithm>
+#include <string>
 
 static bool is_bss()
 {
@@ -219,4 +221,17 @@ void emit_long(const ExprValue &value)
         emit_number(value.value, 4);
     else
         emit_relocated_field(RK_LONG, value, 4);
+}
+
+// The complement of a mask is a small negative number and loses nothing that anybody wants.
+void warn_of_cut_word(const ExprValue &value)
+{
+    constexpr int32_t LOWEST = -UINT16_MAX - 1;
+    const auto number = static_cast<int32_t>(value.value);
+    if (!warns() || value.reloc != RELOC_ABSOLUTE || (number >= LOWEST && number <= UINT16_MAX))
+        return;
+    warn("value " + std::to_string(number) + " is cut to " +
+             std::to_string(value.value & UINT16_MAX),
+         "a field of two bytes takes up to 65535: use a smaller value, or take a part of it as in "
+         "value&$ffff or value>>16");
 }

@@ -21,3 +21,6 @@ void emit_long(const ExprValue &value);
 // A relocation item of kind RK_ at the current location. Whoever writes the field sets the
 // section's reloc_position after it. Nothing in the sizing pass and in bss sections.
 void emit_relocation(uint8_t kind, const ExprValue &value);
+
+// Under --warn: warns of a number that a field of two bytes cuts.
+void warn_of_cut_word(const ExprValue &value);

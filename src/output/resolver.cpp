@@ -19,6 +19,8 @@
 #include <string>
 #include <vector>
 
+const Symbol *symbol_in_report;
+
 // What a further sizing pass is to keep. Sections go by their place in the order of creation, which
 // is the same in every sizing pass, symbols by name.
 static std::vector<bool> late_sections;
@@ -139,6 +141,14 @@ static const char *symbol_file(const Symbol *symbol)
     return symbol->source_file != nullptr ? symbol->source_file : current_file_name();
 }
 
+static void report_symbol(const Symbol *symbol, uint32_t line, const char *message,
+                          std::string_view text = {})
+{
+    symbol_in_report = symbol;
+    print_direct_error(symbol_file(symbol), line, message, text);
+    symbol_in_report = nullptr;
+}
+
 // Under -u the listing shows undefined symbols where they are used; here they only count.
 static void report_undefined(Symbol *symbol)
 {
@@ -146,13 +156,12 @@ static void report_undefined(Symbol *symbol)
     if (settings.undefined_in_listing)
         ++error_count;
     else
-        print_direct_error(symbol_file(symbol), reference_line(symbol), messages::NOT_DEFINED,
-                           symbol_name(*symbol));
+        report_symbol(symbol, reference_line(symbol), messages::NOT_DEFINED, symbol_name(*symbol));
 }
 
 static void report_public_alias(const Symbol *symbol)
 {
-    print_direct_error(symbol_file(symbol), definition_line(symbol), messages::BAD_RELOCATABLE);
+    report_symbol(symbol, definition_line(symbol), messages::BAD_RELOCATABLE);
 }
 
 static bool is_undefined(const Symbol &symbol)
@@ -374,8 +383,8 @@ static void report_long_weak_names()
     for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
         if (symbol->object_index != 0 && (symbol->flags & SYM_WEAK) &&
             (symbol->attrs & ATTR_DEFINED) && symbol->name_length == UINT8_MAX)
-            print_direct_error(symbol_file(symbol), definition_line(symbol),
-                               messages::BAD_SYMBOL_NAME, symbol_name(*symbol));
+            report_symbol(symbol, definition_line(symbol), messages::BAD_SYMBOL_NAME,
+                          symbol_name(*symbol));
     }
 }
 

@@ -2,6 +2,11 @@
 // numbers by which the object file knows them.
 #pragma once
 
+struct Symbol;
+
+// The symbol of the message that is being printed, null for other messages.
+extern const Symbol *symbol_in_report;
+
 // Forgets what earlier sizing passes have remembered, for a new source file.
 void forget_late_needs();
 

@@ -60,12 +60,29 @@ static void emit_item(const ExprValue &value, uint32_t item_size)
         emit_value(value, item_size == 1);
 }
 
+static void explain_byte(const ExprValue &value)
+{
+    if (value.reloc == RELOC_ABSOLUTE)
+        explain_range(value.value, -256, UINT8_MAX);
+    else
+        explain_error("an address has two bytes: write dc.w name, or dc.b low(name)");
+}
+
+static void warn_of_cut_item(const ExprValue &value, uint32_t item_size)
+{
+    if (item_size == 2)
+        warn_of_cut_word(value);
+}
+
 static void emit_expression_item(uint32_t item_size)
 {
     ExprValue value;
     parse_expression(&value);
-    if (item_size == 1 && !settings.opt_old_syntax && !fits_signed_byte(value))
+    if (item_size == 1 && !settings.opt_old_syntax && !fits_signed_byte(value)) {
         record_error(messages::VALUE_TOO_LARGE);
+        explain_byte(value);
+    }
+    warn_of_cut_item(value, item_size);
     emit_item(value, item_size);
 }
 
@@ -73,6 +90,8 @@ static void data_directive(const Statement &statement)
 {
     const uint32_t item_size = statement.keyword->argument;
     leave_offset_for_data();
+    if (settings.warn)
+        warn_of_bss();
     do {
         if (accept_token(TOK_STRING)) {
             pad_string(item_size);
@@ -96,6 +115,7 @@ static ExprValue parse_count()
     }
     if (static_cast<int32_t>(count.value) < 0) {
         record_error(messages::VALUE_TOO_LARGE);
+        explain_range(count.value, 0, INT32_MAX);
         return NONE;
     }
     record_decision(count, 0, INT32_MAX);
@@ -106,12 +126,17 @@ static void fill_directive(const Statement &statement)
 {
     const uint32_t item_size = statement.keyword->argument;
     leave_offset_for_data();
+    if (settings.warn)
+        warn_of_bss();
     const ExprValue copies = parse_count();
     expect_token(TOK_COMMA);
     ExprValue value;
     parse_expression(&value);
-    if (item_size == 1 && !fits_signed_byte(value))
+    if (item_size == 1 && !fits_signed_byte(value)) {
         record_error(messages::BAD_RELOCATABLE);
+        explain_byte(value);
+    }
+    warn_of_cut_item(value, item_size);
     record_reserve(copies, item_size);
     uint32_t count = copies.value;
     if (pass_number == 0 || (current_section->attributes & SECATTR_BSS)) {

@@ -11,6 +11,7 @@
 #include "base/settings.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
+#include "expr/name_places.h"
 #include "listing/listing.h"
 #include "output/debug_info.h"
 #include "output/section_table.h"
@@ -126,6 +127,7 @@ static Section *select_by_name(const SectionRequest &request, std::string_view n
         return nullptr;
     }
     if (pass_number == 0) {
+        note_section_place(name);
         section->attributes = request.attributes;
         if (request.number)
             bind_number(section, *request.number);

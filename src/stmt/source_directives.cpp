@@ -11,6 +11,7 @@
 #include "expr/evaluator.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
+#include "expr/name_places.h"
 #include "expr/symbol_table.h"
 #include "input/input_stack.h"
 #include "input/source_span.h"
@@ -110,7 +111,11 @@ static void source_directive(const Statement &)
 
 static void include_directive(const Statement &)
 {
-    if (next_token() != TOK_STRING) {
+    const int32_t token = next_token();
+    // Local labels don't reach across the line, whatever comes of it.
+    ++scope_number;
+    note_scope(scope_number, "include");
+    if (token != TOK_STRING) {
         record_error("bad file name");
     } else {
         open_include(token_text());
@@ -118,8 +123,6 @@ static void include_directive(const Statement &)
         reset_lexer();
         line_cursor = "";
     }
-    // Local labels don't reach across the line, whatever came of it.
-    ++scope_number;
 }
 
 // Sets the line that diagnostics show for the line below.

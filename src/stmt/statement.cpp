@@ -5,12 +5,15 @@
 #include "stmt/statement.h"
 
 #include "base/diagnostics.h"
+#include "base/line_context.h"
 #include "base/number.h"
 #include "base/pass_state.h"
 #include "base/position.h"
 #include "base/settings.h"
+#include "base/warnings.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
+#include "expr/name_places.h"
 #include "expr/symbol_table.h"
 #include "input/conditional.h"
 #include "input/macro.h"
@@ -21,6 +24,8 @@
 #include "output/layout_record.h"
 #include "output/section_table.h"
 #include "target/encoder.h"
+#include <algorithm>
+#include <string>
 
 Symbol *last_label;
 bool current_is_debug;
@@ -60,6 +65,7 @@ void note_first_definition(Symbol *symbol)
 
 void note_definition(Symbol *symbol, std::string_view name)
 {
+    note_definition_place(symbol);
     note_first_definition(symbol);
     if (symbol->multiply_defined && pass_number != 0 && lists_line())
         record_error(messages::MULTIPLY_DEFINED, name);
@@ -136,12 +142,31 @@ static void define_label(std::string_view label)
     }
     if ((symbol->flags & SYM_LOCAL) == 0)
         note_definition(symbol, label);
-    if (opens_scope(symbol, label))
+    note_definition_place(symbol);
+    if (opens_scope(symbol, label)) {
         ++scope_number;
+        note_scope(scope_number, label);
+    }
     if (settings.opt_label_syntax && label_has_colon)
         symbol->attrs |= ATTR_PUBLIC;
     place_label(symbol);
     last_label = symbol;
+}
+
+void warn_of_bss()
+{
+    // The section that the warning was about, up to the next line that stores bytes elsewhere.
+    static const Section *warned;
+    static int32_t warned_pass;
+    const bool loses_bytes = (current_section->attributes & SECATTR_BSS) != 0;
+    if (loses_bytes && (warned != current_section || pass_number != warned_pass))
+        warn_at(line_context_at(statement_text().find_first_not_of(" \t")),
+                "bytes in section " + std::string(section_name(*current_section)) +
+                    ", a bss section, are lost",
+                "a bss section is room without contents: reserve room with ds; for code put switch "
+                ".text ahead of this line, for constants a section of their own");
+    warned = loses_bytes ? current_section : nullptr;
+    warned_pass = pass_number;
 }
 
 static void run_instruction(const Keyword *keyword)
@@ -151,6 +176,8 @@ static void run_instruction(const Keyword *keyword)
         listed_line.address = current_location();
     if (debug_lines)
         debug_line_record();
+    if (settings.warn)
+        warn_of_bss();
     encode_instruction(keyword->opcodes);
 }
 
@@ -170,7 +197,7 @@ static void dispatch(const Statement &statement)
         record_error(messages::MISSING_LABEL);
         skip_line();
     } else if (keyword->flags & KW_MACRO) {
-        expand_macro(keyword->body, statement.suffix);
+        expand_macro(keyword->body, keyword_name(*keyword), statement.suffix);
     } else if (keyword->flags & KW_INSTRUCTION) {
         run_instruction(keyword);
     } else if (keyword->action != nullptr) {
@@ -191,9 +218,24 @@ static void assemble_statement(const Statement &statement)
         record_error(messages::BAD_COMMENT);
 }
 
+// In skipped code a word that no conditional knows means nothing, and what looks like a further
+// branch of the conditional isn't taken.
+static void warn_of_foreign_branch(std::string_view word)
+{
+    std::string name(word);
+    std::ranges::transform(name, name.begin(), lower_case);
+    if (name.starts_with('#') || name.starts_with('.'))
+        name.erase(0, 1);
+    if (name == "elif" || name == "elseif" || name == "elsif" || name == "elifdef")
+        warn(std::string(word) + " is no conditional and is skipped",
+             "use else and a second if inside of it, with an endif for each");
+}
+
 static void skip_statement(const Statement &statement)
 {
     const Keyword *keyword = statement.keyword;
+    if (keyword == nullptr && warns())
+        warn_of_foreign_branch(statement.word);
     if (!clist_flag || (keyword != nullptr && (keyword->flags & KW_DEBUG) && !dlist_flag))
         skip_listed_line();
     if (keyword != nullptr && (keyword->flags & KW_CONDITIONAL))
@@ -329,6 +371,8 @@ void process_statement(const char *line)
 {
     reset_lexer();
     line_cursor = line;
+    if (keeps_contexts())
+        keep_statement_text(line);
     if (lists_line())
         mark_line_start(line, current_location());
     note_debug_section();

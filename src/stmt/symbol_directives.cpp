@@ -10,6 +10,7 @@
 #include "expr/evaluator.h"
 #include "expr/keyword_table.h"
 #include "expr/lexer.h"
+#include "expr/name_places.h"
 #include "expr/symbol_table.h"
 #include "listing/listing.h"
 #include "output/emission.h"
@@ -271,13 +272,15 @@ static uint8_t external_attributes(uint8_t external)
     }
 }
 
-static void declare_external(uint8_t external, std::string_view name)
+static void declare_external(const Statement &statement, std::string_view name)
 {
     Symbol *symbol = find_symbol(name);
     if (symbol->flags & (SYM_REGISTER | SYM_LOCAL)) {
         record_error(messages::BAD_SYMBOL_NAME, name);
         return;
     }
+    const uint8_t external = statement.keyword->argument;
+    note_declaration_place(symbol, statement.word);
     note_first_definition(symbol);
     const Symbol before = *symbol;
     symbol->attrs |= ATTR_PUBLIC;
@@ -305,7 +308,7 @@ static void external_directive(const Statement &statement)
         if (name.empty())
             record_error(messages::MISSING_LABEL);
         else
-            declare_external(statement.keyword->argument, name);
+            declare_external(statement, name);
         skip_blanks();
         if (*line_cursor != ',')
             return;
@@ -313,9 +316,10 @@ static void external_directive(const Statement &statement)
     }
 }
 
-static void local_directive(const Statement &)
+static void local_directive(const Statement &statement)
 {
     ++scope_number;
+    note_scope(scope_number, statement.word);
 }
 
 // The value after the name; 1 unless it is written.

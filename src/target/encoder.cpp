@@ -4,13 +4,13 @@
 
 #include "target/encoder.h"
 
-#include "base/diagnostics.h"
 #include "output/emission.h"
 #include "target/branch_forms.h"
 #include "target/instruction.h"
 #include "target/instruction_fields.h"
 #include "target/instruction_operands.h"
 #include "target/instruction_table.h"
+#include "target/operand_forms.h"
 #include <cstddef>
 
 // The first row of the mnemonic that takes the operands, or null.
@@ -59,7 +59,7 @@ void encode_instruction(const OpcodeEntry *row)
     read_operands(&ins);
     ins.row = find_matching_row(ins);
     if (ins.row == nullptr) {
-        record_error(messages::BAD_ADDRESSING_MODE);
+        record_bad_operands(row, ins);
         return;
     }
     emit_prefix(&ins);

@@ -10,6 +10,7 @@
 #include "output/section_table.h"
 #include "target/instruction.h"
 #include "target/instruction_table.h"
+#include <string>
 
 constexpr uint8_t ID_MOV = mnemonic_number("mov");
 
@@ -108,9 +109,13 @@ static void emit_address_field(const Instruction &ins)
     if (ins.data_mode == AM_FAR || ins.data_mode == AM_FAR_X || ins.data_mode == AM_FAR_Y) {
         emit_page_byte(value);
     } else if (ins.data_mode != AM_IMM16 && !ins.byte_field && value.reloc == RELOC_ABSOLUTE) {
-        if (number > UINT16_MAX || number < INT16_MIN)
+        if (number > UINT16_MAX || number < INT16_MIN) {
             record_error(messages::VALUE_TOO_LARGE);
+            explain_range(value.value, INT16_MIN, UINT16_MAX);
+        }
         record_decision(value, static_cast<uint32_t>(INT16_MIN), UINT16_MAX);
+    } else if (ins.data_mode == AM_IMM16) {
+        warn_of_cut_word(value);
     }
     if (!is_pointer_mode(ins.data_mode) && ins.check_target && value.reloc != RELOC_ABSOLUTE &&
         value.symbol != nullptr)
@@ -124,8 +129,11 @@ static void emit_offset(const Instruction &ins)
     if (ins.second.section_number == 0 && ins.second.reloc != RELOC_ABSOLUTE)
         record_error(messages::BAD_RELOCATABLE);
     const auto offset = static_cast<int32_t>(ins.second.value - current_location() - 1);
-    if (offset < -128 || offset > 127)
+    if (offset < -128 || offset > 127) {
         record_error(messages::VALUE_TOO_LARGE);
+        explain_error("the branch is too far by this: " + std::to_string(offset) +
+                      " bytes from the next instruction, allowed are -128 to 127");
+    }
     emit_byte(static_cast<uint32_t>(offset));
 }
 

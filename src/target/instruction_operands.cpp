@@ -4,6 +4,7 @@
 #include "target/instruction_operands.h"
 
 #include "base/diagnostics.h"
+#include "base/settings.h"
 #include "expr/evaluator.h"
 #include "expr/lexer.h"
 #include "expr/symbol_table.h"
@@ -12,6 +13,8 @@
 #include "target/instruction.h"
 #include "target/instruction_table.h"
 #include "target/operand.h"
+#include "target/operand_forms.h"
+#include <string>
 
 constexpr uint8_t ID_CALL = mnemonic_number("call");
 constexpr uint8_t ID_JP = mnemonic_number("jp");
@@ -31,9 +34,11 @@ static void split_bit_symbol(Instruction *ins)
 static void take_bit_operand(Instruction *ins)
 {
     if (ins->second_mode != AM_IMM8 || ins->second.reloc != RELOC_ABSOLUTE)
-        record_error(messages::BAD_ADDRESSING_MODE);
-    if (ins->second.value > 7)
+        record_bad_operands(ins->row, *ins);
+    if (ins->second.value > 7) {
         record_error(messages::VALUE_TOO_LARGE);
+        explain_range(ins->second.value, 0, 7);
+    }
     record_use(ins->second);
     ins->bit = static_cast<uint8_t>(ins->second.value);
 }
@@ -50,6 +55,22 @@ static void settle_bit(Instruction *ins)
     ins->second_mode = AM_BIT;
 }
 
+// A branch has led out of the section.
+static void explain_section(uint8_t number)
+{
+    if (!settings.explain)
+        return;
+    std::string other = "another section";
+    for (const Section *section = section_list; section != nullptr; section = section->next) {
+        if (section->number == number)
+            other = "section " + std::string(section_name(*section));
+    }
+    explain_error("the target is in " + other + ", the branch in section " +
+                  std::string(section_name(*current_section)) +
+                  ": a branch reaches its own section alone");
+    explain_error("use jp, jpf or call to go there; to branch on a condition, branch over a jp");
+}
+
 // Finds the target of a relative branch and puts it into `second`.
 static void settle_branch_target(Instruction *ins)
 {
@@ -61,13 +82,15 @@ static void settle_branch_target(Instruction *ins)
         }
     } else {
         if (ins->first_mode != AM_SHORT && ins->first_mode != AM_LONG)
-            record_error(messages::BAD_ADDRESSING_MODE);
+            record_bad_operands(ins->row, *ins);
         ins->second = ins->first;
         ins->first_mode = AM_NONE;
     }
     ins->second_mode |= OP_REL;
-    if (ins->second.section_number != 0 && ins->second.section_number != current_section->number)
+    if (ins->second.section_number != 0 && ins->second.section_number != current_section->number) {
         record_error(messages::BAD_RELOCATABLE);
+        explain_section(ins->second.section_number);
+    }
 }
 
 void read_operands(Instruction *ins)

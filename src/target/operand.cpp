@@ -64,8 +64,10 @@ static uint8_t stack_mode(const ExprValue &value, uint8_t pointer)
 {
     if (pointer != AM_NONE)
         record_error(messages::BAD_ADDRESSING_MODE);
-    if (!fits_byte(value))
+    if (!fits_byte(value)) {
         record_error(messages::VALUE_TOO_LARGE);
+        explain_range(value.value, 0, UINT8_MAX);
+    }
     return AM_SHORT_SP;
 }
 

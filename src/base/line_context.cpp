@@ -16,6 +16,9 @@ static size_t (*column_witness)();
 
 constexpr std::string_view INDENT = "    ";
 
+// Notes are broken into lines of about this width.
+constexpr size_t NOTE_WIDTH = 92;
+
 // Of a long origin, as endless recursion has, only its ends are told.
 constexpr size_t ORIGIN_HEAD = 6;
 constexpr size_t ORIGIN_TAIL = 3;
@@ -107,21 +110,36 @@ std::string place_of(const LineContext &context)
     return text;
 }
 
-std::string note_line(std::string_view text)
+static std::string whole_line(std::string_view text)
 {
     return std::string(INDENT).append(text) + '\n';
+}
+
+std::string note_line(std::string_view text)
+{
+    std::string lines;
+    std::string indent;
+    while (text.size() > NOTE_WIDTH) {
+        const size_t blank = text.rfind(' ', NOTE_WIDTH);
+        if (blank == std::string_view::npos || blank == 0)
+            break;
+        lines += whole_line(indent.append(text.substr(0, blank)));
+        text.remove_prefix(blank + 1);
+        indent = "  ";
+    }
+    return lines + whole_line(indent.append(text));
 }
 
 std::string context_notes(const LineContext &context)
 {
     std::string notes;
     if (context.text.find_first_not_of(" \t") != std::string::npos) {
-        notes += note_line(context.text);
+        notes += whole_line(context.text);
         if (context.column != NO_COLUMN) {
             std::string caret = context.text.substr(0, context.column);
             std::ranges::replace_if(
                 caret, [](char c) { return c != '\t'; }, ' ');
-            notes += note_line(caret + '^');
+            notes += whole_line(caret + '^');
         }
     }
     for (const std::string &step : context.origin)

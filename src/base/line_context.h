@@ -47,7 +47,7 @@ size_t reading_column();
 // "file:line", and the origin after it.
 std::string place_of(const LineContext &context);
 
-// A line of notes, indented.
+// A text as a line of notes, indented, or as several if it is long.
 std::string note_line(std::string_view text);
 
 // The source line with its caret, and the origin: lines of notes.

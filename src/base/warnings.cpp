@@ -39,19 +39,20 @@ void drop_warnings()
     warnings.clear();
 }
 
-static std::string head_of(const LineContext &place)
+std::string warning_head(const std::string &file, uint32_t line)
 {
-    const std::string line = std::to_string(static_cast<int32_t>(place.line));
+    const std::string place = file + ':' + std::to_string(static_cast<int32_t>(line));
     if (settings.eclipse_style)
-        return place.file + ':' + line + ":1: warning: ";
-    return std::string("#warning ") + settings.program_name + ' ' + place.file + ':' + line + '\t';
+        return place + ":1: warning: ";
+    return std::string("#warning ") + settings.program_name + ' ' + place + '\t';
 }
 
 int32_t print_warnings()
 {
     std::set<std::string> printed;
     for (const Warning &warning : warnings) {
-        const std::string line = head_of(warning.place) + warning.text + '\n';
+        const std::string line =
+            warning_head(warning.place.file, warning.place.line) + warning.text + '\n';
         if (!printed.insert(line).second)
             continue;
         std::string notes = context_notes(warning.place);

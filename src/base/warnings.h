@@ -14,6 +14,9 @@ bool warns();
 void warn(std::string_view text, std::string_view advice);
 void warn_at(LineContext place, std::string_view text, std::string_view advice);
 
+// What stands ahead of the text of a warning.
+std::string warning_head(const std::string &file, uint32_t line);
+
 // Forgets the warnings at the head of a pass.
 void drop_warnings();
 

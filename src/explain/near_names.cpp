@@ -49,6 +49,20 @@ size_t name_distance(std::string_view name, std::string_view other)
     return row[other.size()];
 }
 
+// The parts of a name between underscores, in order: init_uart and uart_init have the same.
+static std::vector<std::string> parts_of(std::string_view name)
+{
+    std::vector<std::string> parts(1);
+    for (const char c : name) {
+        if (c == '_')
+            parts.emplace_back();
+        else
+            parts.back() += lower_case(c);
+    }
+    std::ranges::sort(parts);
+    return parts;
+}
+
 bool is_near(std::string_view name, std::string_view other)
 {
     const size_t length = std::min(name.size(), other.size());
@@ -60,7 +74,10 @@ bool is_near(std::string_view name, std::string_view other)
     else if (length < 9)
         limit = 2;
     const size_t difference = std::max(name.size(), other.size()) - length;
-    return name != other && difference <= limit && name_distance(name, other) <= limit;
+    if (name == other)
+        return false;
+    return (difference <= limit && name_distance(name, other) <= limit) ||
+           (difference == 0 && parts_of(name) == parts_of(other));
 }
 
 // What is worse about a candidate comes first: the distance, then another first letter.

@@ -10,6 +10,7 @@
 #include "base/number.h"
 #include "base/position.h"
 #include "base/settings.h"
+#include "base/warnings.h"
 #include "explain/foreign_words.h"
 #include "explain/near_names.h"
 #include "explain/statement_parts.h"
@@ -24,8 +25,10 @@
 #include "output/resolver.h"
 #include "target/operand_forms.h"
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 // What the line in hand stopped at: the cursor, or the token that was read and put back.
@@ -69,16 +72,25 @@ static std::string label_advice(const std::string &word)
     return "a label ends in a colon: " + word + ":";
 }
 
+static std::string equate_advice(const std::string &name, std::string_view value)
+{
+    const size_t start = value.find_first_not_of(":= \t");
+    return "a name gets its value by equ: " + name + ": equ " +
+           std::string(start != std::string_view::npos ? value.substr(start) : "");
+}
+
 // What a word that is no operation may be by what follows it; empty if nothing tells.
 static std::string advice_by_rest(const std::string &word, std::string_view rest)
 {
     if (rest.starts_with('=') || rest.starts_with(":="))
-        return "a name gets its value by equ: " + word + ": equ" + std::string(rest.substr(1));
+        return equate_advice(word, rest);
     const StatementParts next = take_apart(rest);
     if (!next.word.empty() && find_keyword(next.stem) != nullptr)
         return label_advice(word) + ' ' + std::string(rest);
-    if (next.label.empty() && !next.word.empty() &&
-        is_letter(next.rest.empty() ? ' ' : next.rest[0]))
+    if (!advice_for_foreign_word(next.word).empty())
+        return label_advice(word) + " and " + std::string(next.word) +
+               " is a word of other assemblers; " + advice_for_foreign_word(next.word);
+    if (next.label.empty() && !next.word.empty() && !next.rest.empty() && is_letter(next.rest[0]))
         return "if the line is a comment, put a `;` ahead of it";
     return {};
 }
@@ -108,20 +120,20 @@ static std::string notes_on_unknown_word(std::string_view word)
     std::string guess = did_you_mean(near_names(word, keyword_names()));
     if (guess.empty() && parts.stem.size() != word.size())
         guess = did_you_mean(near_names(parts.stem, keyword_names()));
-    if (!guess.empty() && foreign.empty())
+    if (!guess.empty() && foreign.empty() && by_rest.empty())
         notes += note_line(guess);
     if (parts.label.empty() && parts.rest.empty())
         notes += note_line(label_advice(name));
     if (notes.empty())
         notes = note_line("there is no instruction, directive or macro of this name; a macro must "
-                          "be defined above its first call");
+                          "be defined above its first call, a comment begins with `;`");
     return notes;
 }
 
 static std::string notes_on_not_defined(std::string_view name)
 {
     const StatementParts parts = take_apart(statement_text());
-    if (symbol_in_report == nullptr && parts.word == "switch")
+    if (symbol_in_report == nullptr && lower(parts.word) == "switch")
         return notes_on_unknown_section(name);
     return notes_on_undefined(name);
 }
@@ -131,42 +143,75 @@ static std::string notes_on_multiple(std::string_view name)
     return notes_on_second_definition(name, lower(take_apart(statement_text()).word));
 }
 
+// A bracket of one kind that has no counterpart.
+static std::string notes_on_brackets(std::string_view rest)
+{
+    std::string notes;
+    for (const auto &[pair, name] : {std::pair{"()", "parenthesis"}, std::pair{"[]", "bracket"}}) {
+        const auto opened = std::ranges::count(rest, pair[0]);
+        const auto closed = std::ranges::count(rest, pair[1]);
+        if (opened > closed)
+            notes += note_line(std::string("a closing ") + name + " is missing");
+        else if (opened < closed)
+            notes += note_line(std::string("an opening ") + name +
+                               " is missing, or a closing one is "
+                               "too much");
+    }
+    return notes;
+}
+
+static const Keyword *find_instruction(std::string_view stem)
+{
+    const Keyword *keyword = find_keyword(stem);
+    return keyword != nullptr && (keyword->flags & KW_INSTRUCTION) ? keyword : nullptr;
+}
+
 static std::string notes_on_syntax(std::string_view)
 {
-    const std::string &text = statement_text();
-    const StatementParts parts = take_apart(text);
-    std::string notes;
-    const auto opened = std::ranges::count(parts.rest, '(');
-    const auto closed = std::ranges::count(parts.rest, ')');
-    if (opened > closed)
-        notes += note_line("a closing parenthesis is missing");
-    else if (opened < closed)
-        notes += note_line("an opening parenthesis is missing");
-    else if (parts.rest.empty() || parts.rest.back() == ',' || parts.rest.back() == '#')
+    const StatementParts parts = take_apart(statement_text());
+    std::string notes = notes_on_brackets(parts.rest);
+    if (notes.empty() &&
+        (parts.rest.empty() || parts.rest.back() == ',' || parts.rest.back() == '#'))
         notes += note_line("an operand is missing at the end of the line");
     if (parts.rest.find('\\') != std::string_view::npos)
         notes +=
             note_line("a `\\` that is left in a line is no parameter of the macro: parameters "
                       "are named on the line `macro` (name: macro \\a,\\b), or are \\1, \\2...");
-    const Keyword *keyword = find_keyword(parts.stem);
-    if (keyword != nullptr && (keyword->flags & KW_INSTRUCTION))
-        notes += forms_note(keyword->opcodes, parts.first_operand);
+    if (const Keyword *instruction = find_instruction(parts.stem))
+        notes += forms_note(instruction->opcodes, parts.first_operand);
     return notes;
+}
+
+// What is special about text after a complete statement; empty if nothing is.
+static std::string notes_on_rest(const StatementParts &parts)
+{
+    if (lower(parts.word) == "macro")
+        return note_line("parameters are written with a backslash and parted by commas: macro "
+                         "\\first,\\second; a comment begins with `;`");
+    if (parts.word.empty() && (parts.rest.starts_with('=') || parts.rest.starts_with(":=")))
+        return note_line(equate_advice(std::string(parts.label), parts.rest));
+    const std::string rest = lower(parts.rest);
+    if (rest.find('(') == std::string::npos &&
+        (rest.ends_with(",x") || rest.ends_with(",y") || rest.ends_with(",sp")))
+        return note_line("an indexed operand stands in parentheses: (offset,x)");
+    return notes_on_brackets(parts.rest);
 }
 
 static std::string notes_on_comment(std::string_view)
 {
-    const StatementParts parts = take_apart(statement_text());
-    if (lower(parts.word) == "macro" && !parts.rest.empty() && parts.rest[0] != '\\')
-        return note_line("parameters are written with a backslash, parted by commas: macro "
-                         "\\first,\\second");
-    std::string notes = note_line(
-        "the statement is complete ahead of the caret; if the rest is a comment, put a `;` "
-        "ahead of it, otherwise a comma or an operator is missing");
-    const Keyword *keyword = find_keyword(parts.stem);
-    if (keyword != nullptr && (keyword->flags & KW_INSTRUCTION) &&
-        operand_forms(keyword->opcodes).front().empty())
-        notes += forms_note(keyword->opcodes, {});
+    StatementParts parts = take_apart(statement_text());
+    if (parts.label.empty() && parts.rest.starts_with(":=")) {
+        parts.label = parts.word;
+        parts.word = {};
+    }
+    std::string notes = notes_on_rest(parts);
+    if (notes.empty())
+        notes =
+            note_line("the statement is complete ahead of the caret: if the rest is a comment, put "
+                      "a `;` ahead of it, otherwise a comma or an operator is missing");
+    const Keyword *instruction = find_instruction(parts.stem);
+    if (instruction != nullptr && operand_forms(instruction->opcodes).front().empty())
+        notes += forms_note(instruction->opcodes, {});
     return notes;
 }
 
@@ -196,9 +241,8 @@ static std::string directory_of(const std::string &name)
 
 static std::string notes_on_file(std::string_view name)
 {
-    const std::string again = repeated_input();
-    if (!again.empty())
-        return note_line(again) +
+    if (const auto again = repeated_input())
+        return note_line(again->text) +
                note_line("files can't include themselves without end: put ifndef NAME, NAME: equ 1 "
                          "and endif around what is in it");
     const std::string path(name);
@@ -219,6 +263,16 @@ static std::string notes_on_file(std::string_view name)
     if (!guess.empty())
         notes += note_line(guess);
     return notes + note_line("correct the name, or name the directory of the file with -i");
+}
+
+static std::string notes_on_missing_name(std::string_view)
+{
+    const StatementParts parts = take_apart(statement_text());
+    if (lower(parts.word) == "section")
+        return note_line("to make a section write `name: section`, to go on in one `switch " +
+                         std::string(parts.rest.empty() ? ".text" : parts.rest) + "`");
+    return note_line(
+        "a name is missing: it stands ahead of the word, with a colon, or as the operand");
 }
 
 static std::string notes_on_string(std::string_view)
@@ -297,8 +351,7 @@ static constexpr NoteRow note_rows[] = {
     {"bad argument number", notes_on_number, nullptr},
     {"bad file name", nullptr, "write the name in quotes: include \"file.inc\""},
     {"bad literal definition", nullptr, "write: NAME: lit \"text\""},
-    {messages::MISSING_LABEL, nullptr,
-     "a name is missing: it stands ahead of the word, with a colon, or as the operand"},
+    {messages::MISSING_LABEL, notes_on_missing_name, nullptr},
     {messages::MISSING_STRING, nullptr,
      "ifc and ifnc compare two texts in quotes; ifdef, ifndef and defined() take a name"},
     {messages::BAD_CONSTANT, nullptr,
@@ -359,13 +412,18 @@ static std::string notes_on(const char *message, std::string_view text)
 // Memory ends mostly because something calls itself without end.
 static void explain_exhaustion()
 {
-    const std::string again = repeated_input();
-    if (!settings.explain || again.empty())
+    const auto again = repeated_input();
+    if (!again)
         return;
-    for (const std::string &note :
-         {again, std::string("a macro that calls itself must come to an end: put the call behind "
-                             "an if that is false at last")})
-        std::fputs(note_line(note).c_str(), stderr);
+    std::string text;
+    if (settings.warn)
+        text += warning_head(again->place.file, again->place.line) + again->name +
+                " calls itself without end\n";
+    if (settings.explain)
+        text +=
+            note_line(again->text) + note_line("a macro that calls itself must come to an end: put "
+                                               "the call behind an if that is false at last");
+    std::fputs(text.c_str(), stderr);
 }
 
 void install_notes()

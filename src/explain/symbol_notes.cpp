@@ -5,6 +5,7 @@
 
 #include "base/number.h"
 #include "explain/near_names.h"
+#include "explain/statement_parts.h"
 #include "expr/keyword_table.h"
 #include "expr/name_places.h"
 #include "expr/symbol_table.h"
@@ -25,7 +26,8 @@ void remember_unknown_word(std::string_view word)
 
 static bool is_known(const Symbol &symbol)
 {
-    return (symbol.attrs & (ATTR_DEFINED | ATTR_PUBLIC)) || (symbol.flags & SYM_REGISTER);
+    return (symbol.attrs & (ATTR_DEFINED | ATTR_PUBLIC)) || (symbol.flags & SYM_REGISTER) ||
+           places_of(&symbol).declaration.line != 0;
 }
 
 static std::vector<std::string> known_names(std::string_view but_for)
@@ -162,6 +164,9 @@ std::string notes_on_undefined(std::string_view name)
         return notes_on_local(*symbol);
     std::string notes;
     const LineContext &use = places_of(symbol).use;
+    if (lower(take_apart(use.text).word) == "include")
+        return notes + note_line("the name of a file stands in quotes: include \"" +
+                                 std::string(name) + '"');
     if (looks_like_comment(use))
         return notes + note_line("if it belongs to a comment, put a `;` ahead of it");
     const auto unknown = unknown_words.find(std::string(name));
@@ -210,13 +215,26 @@ static bool is_same_line(const LineContext &left, const LineContext &right)
     return left.file == right.file && left.line == right.line;
 }
 
+// Whether both are one line of one macro.
+static bool is_same_macro_line(const LineContext &left, const LineContext &right)
+{
+    if (left.origin.empty() || right.origin.empty() || !left.origin.front().starts_with("in "))
+        return false;
+    const auto body_line = [](const LineContext &context) {
+        return context.origin.front().substr(0, context.origin.front().find(", called at"));
+    };
+    return body_line(left) == body_line(right);
+}
+
 static std::string notes_on_first(const LineContext &first)
 {
     const LineContext here = line_context();
     std::string notes = note_line("first defined at " + place_of(first));
-    const std::string again = repeated_input();
-    if (!again.empty())
-        return notes + note_line(again);
+    if (const auto again = repeated_input())
+        return notes + note_line(again->text);
+    if (is_same_macro_line(first, here))
+        return notes +
+               note_line("a macro makes this name in each call: labels of its own end in \\@");
     if (!is_same_line(first, here))
         return notes + note_line("give one of them another name, or remove it");
     if (here.origin.empty() || here.origin.front().starts_with("included"))
@@ -242,6 +260,8 @@ std::string notes_on_second_definition(std::string_view name, std::string_view d
     const Symbol *symbol = find_known(name);
     if (symbol == nullptr)
         return {};
+    if (symbol->flags & SYM_REGISTER)
+        return note_line(std::string(name) + " is the name of a register: choose another name");
     if (symbol->flags & SYM_PREDEFINED)
         return note_line("-d or the assembler has defined it ahead of the source");
     const LineContext &first = places_of(symbol).definition;

@@ -81,20 +81,28 @@ static bool is_same_input(const InputLevel &left, const InputLevel &right)
            right.position != nullptr && std::strcmp(left.position->name, right.position->name) == 0;
 }
 
-std::string repeated_input()
+static RepeatedInput tell_repeated(const InputLevel &first, const SourcePosition &again)
+{
+    if (first.expansion == nullptr) {
+        const std::string name = first.position->name;
+        return {name, name + " includes itself at " + place_text(again), again};
+    }
+    const std::string name = "macro " + std::string(first.expansion->name);
+    return {name,
+            name + ", called at " + place_text(first.expansion->call) + ", calls itself at " +
+                place_text(again),
+            again};
+}
+
+std::optional<RepeatedInput> repeated_input()
 {
     const std::vector<InputLevel> levels = input_levels();
     // The outermost pair: it shows the first round.
     for (size_t outer = levels.size(); outer-- > 1;) {
         for (size_t inner = outer; inner-- > 0;) {
-            if (!is_same_input(levels[inner], levels[outer]))
-                continue;
-            const std::string again = place_text(place_in(levels[inner + 1]));
-            if (const Expansion *first = levels[outer].expansion)
-                return "macro " + std::string(first->name) + ", called at " +
-                       place_text(first->call) + ", calls itself at " + again;
-            return std::string(levels[outer].position->name) + " includes itself at " + again;
+            if (is_same_input(levels[inner], levels[outer]))
+                return tell_repeated(levels[outer], place_in(levels[inner + 1]));
         }
     }
-    return {};
+    return std::nullopt;
 }

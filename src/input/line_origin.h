@@ -3,6 +3,7 @@
 #pragma once
 
 #include "base/position.h"
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,8 +13,12 @@ SourcePosition line_place();
 // The way to the line at hand, innermost step first.
 std::vector<std::string> line_origin();
 
-// What is read over and over: a macro or a file that stands on the stack of inputs more than once,
-// told with the place that brings it up again. Empty if nothing does.
-std::string repeated_input();
+// What is read over and over: a macro or a file that stands on the stack of inputs more than once.
+struct RepeatedInput {
+    std::string name;     // "macro NAME", or the file's
+    std::string text;     // how it comes about
+    SourcePosition place; // what brings it up again
+};
+std::optional<RepeatedInput> repeated_input();
 
 std::string place_text(const SourcePosition &place);

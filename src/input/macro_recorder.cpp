@@ -20,6 +20,7 @@
 #include "output/layout_record.h"
 #include <cstring>
 #include <map>
+#include <optional>
 #include <string>
 
 // Where the next recorded line is linked; null while nothing is recorded.
@@ -47,6 +48,11 @@ static BodyLine *discarded_body;
 // Where the body that is recorded, or was last, began.
 static SourcePosition body_place;
 static LineContext body_head;
+
+struct OpenBody {
+    LineContext head;
+    bool of_repeat;
+};
 
 // Where each macro is defined.
 static std::map<const Keyword *, SourcePosition> macro_definitions;
@@ -256,12 +262,21 @@ SourcePosition macro_place(std::string_view name)
 
 void warn_of_open_body()
 {
-    if (!is_recording_body() || !warns())
-        return;
+    // What is left open in the sizing pass leaves the later ones in disorder.
+    static std::optional<OpenBody> left_open;
     const bool of_repeat = recording.form != RepeatForm::NONE;
-    warn_at(body_head, of_repeat ? "repeat without endr" : "macro without endm",
-            of_repeat ? "what follows was taken for the lines to be repeated; end them with endr"
-                      : "what follows was taken for the body of the macro; end it with endm");
+    if (pass_number == 0)
+        left_open.reset();
+    if (is_recording_body() && !left_open && keeps_contexts())
+        left_open = OpenBody{body_head, of_repeat};
+    if (!left_open)
+        return;
+    if (left_open->of_repeat)
+        warn_at(left_open->head, "repeat without endr",
+                "what follows was taken for the lines to be repeated: end them with endr");
+    else
+        warn_at(left_open->head, "macro without endm",
+                "what follows was taken for the body of the macro: end it with endm");
 }
 
 static void repeat_directive(const Statement &statement)

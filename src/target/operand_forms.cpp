@@ -99,10 +99,12 @@ std::string forms_note(const OpcodeEntry *row, std::string_view first)
 }
 
 // Why an operand doesn't fit, as far as its mode tells.
-static void explain_operand(uint8_t mode, const ExprValue &value)
+static void explain_operand(uint8_t mode, const ExprValue &value, bool takes_byte)
 {
     const bool number = value.reloc == RELOC_ABSOLUTE;
     const std::string text = std::to_string(static_cast<int32_t>(value.value));
+    if (mode == AM_IMM16 && !takes_byte)
+        return;
     if (mode == AM_IMM16 && number)
         explain_error("the value " + text + " needs two bytes: #byte takes -256 to 255");
     else if (mode == AM_IMM16)
@@ -137,19 +139,32 @@ static void explain_by_other_mnemonic(std::string_view written, const Instructio
     }
 }
 
+static void explain_operands(const OpcodeEntry *row, const Instruction &ins)
+{
+    const std::vector<std::string> forms = operand_forms(row);
+    const auto has = [&forms](std::string_view part) {
+        return std::ranges::any_of(
+            forms, [part](const std::string &form) { return form.find(part) != form.npos; });
+    };
+    const bool alone = ins.second_mode == AM_NONE;
+    if (alone && token_ahead && *token_ahead != TOK_END)
+        explain_error("operands are parted by commas: one may be missing at the caret");
+    else if (alone && has(","))
+        explain_error("an operand may be missing at the end of the line");
+    else if (!alone && ins.first_mode < AM_FIRST_MEMORY)
+        explain_operand(ins.second_mode, ins.first, has("#byte"));
+    else if (!alone)
+        explain_operand(ins.second_mode, ins.second, has("#byte"));
+    else
+        explain_operand(ins.first_mode, ins.first, has("#byte"));
+}
+
 void record_bad_operands(const OpcodeEntry *row, const Instruction &ins)
 {
     record_error(messages::BAD_ADDRESSING_MODE);
     if (!settings.explain)
         return;
-    const bool no_comma = ins.second_mode == AM_NONE && token_ahead && *token_ahead != TOK_END;
-    if (no_comma)
-        explain_error("operands are parted by commas: one may be missing at the caret");
-    else if (ins.second_mode != AM_NONE && ins.first_mode < AM_FIRST_MEMORY)
-        explain_operand(ins.second_mode, ins.first);
-    else
-        explain_operand(ins.second_mode != AM_NONE ? ins.second_mode : ins.first_mode,
-                        ins.second_mode != AM_NONE ? ins.second : ins.first);
+    explain_operands(row, ins);
     explain_by_other_mnemonic(mnemonic_names[row->mnemonic_id - 1], ins);
     const bool by_register = ins.first_mode != AM_NONE && ins.first_mode < AM_FIRST_MEMORY;
     explain_error_lines(forms_note(row, by_register ? mode_texts[ins.first_mode] : ""));

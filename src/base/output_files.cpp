@@ -116,17 +116,19 @@ static bool remove_error_file()
 bool close_error_file(bool any_errors)
 {
     send_diagnostics_to(stderr);
-    if (!any_errors)
-        return remove_error_file();
     std::vector<Piece> pieces;
     append_pieces(&gathered_diagnostics(), &pieces);
+    const bool any_warnings = settings.warn && !pieces.empty();
+    if (!any_errors && !any_warnings)
+        return remove_error_file();
     if (falls_on_another(OutputKind::ERRORS, nullptr, settings.error_file_name)) {
         std::fprintf(stderr, messages::CANT_CREATE, settings.error_file_name);
         std::fputc('\n', stderr);
     } else if (!write_output(settings.error_file_name, pieces)) {
         report_unwritten(settings.error_file_name);
     } else {
-        std::fprintf(stderr, "errors reported in %s\n", settings.error_file_name);
+        std::fprintf(stderr, "%s reported in %s\n", any_errors ? "errors" : "warnings",
+                     settings.error_file_name);
         drop_gathered_diagnostics();
         return true;
     }

@@ -25,9 +25,9 @@ void place_output(OutputKind kind, const char *name, const ByteStream &contents)
 // file can't be created.
 bool open_error_file();
 
-// Puts the file of +e in place at the end of a run with errors; at the end of one without, deletes
-// what an earlier run has left under its name. False if the diagnostics could not be written: they
-// then go to standard error.
+// Puts the file of +e in place at the end of a run with errors or warnings; at the end of one
+// without, deletes what an earlier run has left under its name. False if the diagnostics could not
+// be written: they then go to standard error.
 bool close_error_file(bool any_errors);
 
 // Hands over what was printed on standard output. False, with the reason printed once, if that

@@ -87,7 +87,7 @@ static std::string advice_by_rest(const std::string &word, std::string_view rest
     const StatementParts next = take_apart(rest);
     if (!next.word.empty() && find_keyword(next.stem) != nullptr)
         return label_advice(word) + ' ' + std::string(rest);
-    if (!advice_for_foreign_word(next.word).empty())
+    if (advice_for_foreign_word(word).empty() && !advice_for_foreign_word(next.word).empty())
         return label_advice(word) + " and " + std::string(next.word) +
                " is a word of other assemblers; " + advice_for_foreign_word(next.word);
     if (next.label.empty() && !next.word.empty() && !next.rest.empty() && is_letter(next.rest[0]))

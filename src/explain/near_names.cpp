@@ -99,8 +99,10 @@ std::vector<std::string> near_names(std::string_view name,
     near.erase(std::unique(near.begin(), near.end()), near.end());
     std::vector<std::string> names;
     for (const auto &[badness_of_name, candidate] : near) {
-        // Next to a name that is one slip away, one that is three away is no help.
-        if (names.size() < NAMES_MAX && badness_of_name <= near.front().first + 2)
+        // Next to a name that is one slip away, one that is three away is no help; next to one that
+        // differs in case, none is.
+        const size_t best = near.front().first;
+        if (names.size() < NAMES_MAX && badness_of_name <= (best == 0 ? 0 : best + 2))
             names.push_back(candidate);
     }
     return names;

@@ -139,6 +139,14 @@ static void explain_by_other_mnemonic(std::string_view written, const Instructio
     }
 }
 
+static bool needs_two_operands(const OpcodeEntry *row)
+{
+    const uint8_t id = row->mnemonic_id;
+    while (row->mnemonic_id == id && row_first_mode(row) != AM_NONE && row->second_operand != 0)
+        ++row;
+    return row->mnemonic_id != id;
+}
+
 static void explain_operands(const OpcodeEntry *row, const Instruction &ins)
 {
     const std::vector<std::string> forms = operand_forms(row);
@@ -149,7 +157,7 @@ static void explain_operands(const OpcodeEntry *row, const Instruction &ins)
     const bool alone = ins.second_mode == AM_NONE;
     if (alone && token_ahead && *token_ahead != TOK_END)
         explain_error("operands are parted by commas: one may be missing at the caret");
-    else if (alone && has(","))
+    else if (alone && needs_two_operands(row))
         explain_error("an operand may be missing at the end of the line");
     else if (!alone && ins.first_mode < AM_FIRST_MEMORY)
         explain_operand(ins.second_mode, ins.first, has("#byte"));

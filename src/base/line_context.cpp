@@ -4,7 +4,6 @@
 #include "base/line_context.h"
 
 #include "base/position.h"
-#include "base/settings.h"
 #include <algorithm>
 
 static std::string kept_text;
@@ -22,11 +21,6 @@ constexpr size_t NOTE_WIDTH = 92;
 // Of a long origin, as endless recursion has, only its ends are told.
 constexpr size_t ORIGIN_HEAD = 6;
 constexpr size_t ORIGIN_TAIL = 3;
-
-bool keeps_contexts()
-{
-    return settings.explain || settings.warn;
-}
 
 void keep_statement_text(const char *line)
 {

@@ -2,6 +2,7 @@
 // here is kept in a run that wants neither.
 #pragma once
 
+#include "base/settings.h"
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -21,7 +22,10 @@ struct LineContext {
 };
 
 // Whether this run keeps contexts.
-bool keeps_contexts();
+inline bool keeps_contexts()
+{
+    return settings.keeps_contexts;
+}
 
 // Keeps the text of the statement that begins, or forgets it, for what is reported between lines.
 void keep_statement_text(const char *line);

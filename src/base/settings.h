@@ -49,6 +49,7 @@ struct Settings {
     bool explain;                    // --explain: messages are gathered and get notes
     bool warn;                       // --warn: warnings
     bool warnings_count;             // --warn=error: warnings count as errors
+    bool keeps_contexts;             // either of them: what notes are made of is kept
     const char *depfile_name;        // --depfile: file for a dependency rule, or null
 };
 extern Settings settings;

@@ -82,7 +82,7 @@ int run_assembler(int argc, char **argv)
         return 1;
     make_include_list();
     install_keywords();
-    if (settings.explain || settings.warn)
+    if (settings.keeps_contexts)
         install_notes();
     const bool defined = define_symbols();
     print_queued_messages();

@@ -127,6 +127,7 @@ void imply_settings()
         settings.listing_enabled = false;
     if (settings.warnings_count)
         settings.warn = true;
+    settings.keeps_contexts = settings.explain || settings.warn;
 }
 
 void imply_listing()

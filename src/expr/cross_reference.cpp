@@ -83,7 +83,8 @@ static bool is_noted(XrefList *list, uint32_t line)
     list->highest = std::max(list->highest, line);
 }
 
-static void note_first_use(Symbol *symbol)
+// Not inlined: the first use is one of many.
+[[gnu::noinline]] static void note_first_use(Symbol *symbol)
 {
     ++noted_uses;
     symbol->source_file = current_file_name();

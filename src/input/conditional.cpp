@@ -30,11 +30,11 @@ static CondFrame *cond_stack;
 static uint32_t frame_counter;
 
 // Where the frames of cond_stack were opened, outermost first, while the run keeps contexts.
-struct Opening {
+struct OpenIf {
     LineContext context;
     const FilePosition *file;
 };
-static std::vector<Opening> openings;
+static std::vector<OpenIf> openings;
 
 static std::string last_closed;
 
@@ -215,7 +215,7 @@ const std::string &last_closed_conditional()
 
 static void warn_of_open_conditionals()
 {
-    for (const Opening &opening : openings)
+    for (const OpenIf &opening : openings)
         warn_at(opening.context, "if without endif",
                 "end it with endif, each if with its own; the endif of an if that stands inside of "
                 "it may be the one that is missing");

@@ -4,6 +4,7 @@
 #include "output/emission.h"
 
 #include "base/diagnostics.h"
+#include "base/line_context.h"
 #include "base/pass_state.h"
 #include "base/warnings.h"
 #include "expr/symbol_table.h"
@@ -234,4 +235,19 @@ void warn_of_cut_word(const ExprValue &value)
              std::to_string(value.value & UINT16_MAX),
          "a field of two bytes takes up to 65535: use a smaller value, or take a part of it as in "
          "value&$ffff or value>>16");
+}
+
+void warn_of_lost_bytes()
+{
+    // The section that was warned of last, until bytes go elsewhere.
+    static const Section *warned;
+    static int32_t warned_pass;
+    if (is_bss() && (warned != current_section || warned_pass != pass_number))
+        warn_at(line_context_at(statement_text().find_first_not_of(" \t")),
+                "bytes in section " + std::string(section_name(*current_section)) +
+                    ", a bss section, are lost",
+                "a bss section is room without contents: reserve room with ds; for code put switch "
+                ".text ahead of this line, for constants a section of their own");
+    warned = is_bss() ? current_section : nullptr;
+    warned_pass = pass_number;
 }

@@ -22,5 +22,9 @@ void emit_long(const ExprValue &value);
 // section's reloc_position after it. Nothing in the sizing pass and in bss sections.
 void emit_relocation(uint8_t kind, const ExprValue &value);
 
+// In a run that keeps contexts, ahead of code and data: warns if the current section is one of room
+// only, at the first line of several.
+void warn_of_lost_bytes();
+
 // Under --warn: warns of a number that a field of two bytes cuts.
 void warn_of_cut_word(const ExprValue &value);

@@ -3,6 +3,7 @@
 #include "stmt/data_directives.h"
 
 #include "base/diagnostics.h"
+#include "base/line_context.h"
 #include "base/memory.h"
 #include "base/pass_state.h"
 #include "base/settings.h"
@@ -70,7 +71,7 @@ static void explain_byte(const ExprValue &value)
 
 static void warn_of_cut_item(const ExprValue &value, uint32_t item_size)
 {
-    if (item_size == 2)
+    if (item_size == 2 && keeps_contexts())
         warn_of_cut_word(value);
 }
 
@@ -90,8 +91,8 @@ static void data_directive(const Statement &statement)
 {
     const uint32_t item_size = statement.keyword->argument;
     leave_offset_for_data();
-    if (settings.warn)
-        warn_of_bss();
+    if (keeps_contexts())
+        warn_of_lost_bytes();
     do {
         if (accept_token(TOK_STRING)) {
             pad_string(item_size);
@@ -126,8 +127,8 @@ static void fill_directive(const Statement &statement)
 {
     const uint32_t item_size = statement.keyword->argument;
     leave_offset_for_data();
-    if (settings.warn)
-        warn_of_bss();
+    if (keeps_contexts())
+        warn_of_lost_bytes();
     const ExprValue copies = parse_count();
     expect_token(TOK_COMMA);
     ExprValue value;

@@ -153,22 +153,6 @@ static void define_label(std::string_view label)
     last_label = symbol;
 }
 
-void warn_of_bss()
-{
-    // The section that the warning was about, up to the next line that stores bytes elsewhere.
-    static const Section *warned;
-    static int32_t warned_pass;
-    const bool loses_bytes = (current_section->attributes & SECATTR_BSS) != 0;
-    if (loses_bytes && (warned != current_section || pass_number != warned_pass))
-        warn_at(line_context_at(statement_text().find_first_not_of(" \t")),
-                "bytes in section " + std::string(section_name(*current_section)) +
-                    ", a bss section, are lost",
-                "a bss section is room without contents: reserve room with ds; for code put switch "
-                ".text ahead of this line, for constants a section of their own");
-    warned = loses_bytes ? current_section : nullptr;
-    warned_pass = pass_number;
-}
-
 static void run_instruction(const Keyword *keyword)
 {
     // The label of the line was still defined in the offset section.
@@ -176,8 +160,8 @@ static void run_instruction(const Keyword *keyword)
         listed_line.address = current_location();
     if (debug_lines)
         debug_line_record();
-    if (settings.warn)
-        warn_of_bss();
+    if (keeps_contexts()) [[unlikely]]
+        warn_of_lost_bytes();
     encode_instruction(keyword->opcodes);
 }
 
@@ -371,7 +355,7 @@ void process_statement(const char *line)
 {
     reset_lexer();
     line_cursor = line;
-    if (keeps_contexts())
+    if (keeps_contexts()) [[unlikely]]
         keep_statement_text(line);
     if (lists_line())
         mark_line_start(line, current_location());

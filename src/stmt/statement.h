@@ -24,9 +24,6 @@ void process_statement(const char *line);
 // listing repeats the message.
 void report_multiply_defined(Symbol *symbol, std::string_view name);
 
-// Under --warn: warns if the bytes of the line go to a section that has none.
-void warn_of_bss();
-
 // Notes where a symbol is defined, the first time.
 void note_first_definition(Symbol *symbol);
 

@@ -4,6 +4,7 @@
 #include "target/instruction_fields.h"
 
 #include "base/diagnostics.h"
+#include "base/line_context.h"
 #include "expr/evaluator.h"
 #include "output/emission.h"
 #include "output/layout_record.h"
@@ -114,7 +115,7 @@ static void emit_address_field(const Instruction &ins)
             explain_range(value.value, INT16_MIN, UINT16_MAX);
         }
         record_decision(value, static_cast<uint32_t>(INT16_MIN), UINT16_MAX);
-    } else if (ins.data_mode == AM_IMM16) {
+    } else if (ins.data_mode == AM_IMM16 && keeps_contexts()) {
         warn_of_cut_word(value);
     }
     if (!is_pointer_mode(ins.data_mode) && ins.check_target && value.reloc != RELOC_ABSOLUTE &&

@@ -96,7 +96,7 @@ static bool is_noted(XrefList *list, uint32_t line)
 void record_xref(Symbol *symbol)
 {
     XrefList *list = &symbol->xref;
-    if (!list->is_used)
+    if (!list->is_used) [[unlikely]]
         note_first_use(symbol);
     if (settings.opt_xref && !is_noted(list, line_ordinal))
         append_line(list, line_ordinal);

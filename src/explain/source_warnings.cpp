@@ -77,6 +77,12 @@ static bool is_better(const Symbol *symbol, const Symbol *than)
     return first_place(*symbol).ordinal < first_place(*than).ordinal;
 }
 
+// A constant and a label may well have one name in two cases; a slip leaves one of them unused.
+static bool is_meant(const Symbol &symbol)
+{
+    return is_defined(symbol) && (is_used(symbol) || (symbol.attrs & ATTR_PUBLIC));
+}
+
 static void warn_of_case(std::vector<const Symbol *> same)
 {
     std::ranges::sort(same, is_better);
@@ -84,7 +90,8 @@ static void warn_of_case(std::vector<const Symbol *> same)
     const std::string name(symbol_name(*same.front()));
     for (size_t i = 1; i < same.size(); ++i) {
         const LineContext &place = first_place(*same[i]);
-        const bool is_told = (same[i]->flags & SYM_REPORTED) != 0;
+        const bool is_told =
+            (same[i]->flags & SYM_REPORTED) != 0 || (is_meant(*same[i]) && is_meant(*same.front()));
         if (place.line != 0 && is_defined(*same.front()) && !is_told)
             warn_at(place,
                     "name " + std::string(symbol_name(*same[i])) + " differs from " + name +

@@ -193,6 +193,9 @@ main:	opt 1 ; comment
 	endr
 	switch .bss
 room:	ds.b 4
+ROOM:	equ 4
+	switch .text
+	ldw x,#room+ROOM
 )",
                               {"--warn=error"});
     EXPECT_EQ(run.err, "");

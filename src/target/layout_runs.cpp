@@ -291,6 +291,7 @@ static void add_moving_cell(Run *run, uint32_t cell)
 // Puts the last run into the chain of those of its section, as soon as it has a branch.
 static void chain_run(Run *run)
 {
+    run->has_branches = true;
     SectionPlaces &section = places[run->section];
     const auto number = static_cast<uint32_t>(layout_runs.runs.size() - 1);
     if (section.last_run == number)

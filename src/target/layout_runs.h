@@ -41,7 +41,8 @@ struct Ahead {
 struct Run {
     uint32_t first; // of its steps, and the one below the last
     uint32_t end;
-    uint16_t section;     // its number; 0 for steps without a location
+    uint16_t section; // its number; 0 for steps without a location
+    bool has_branches;
     bool odd;             // has steps that depend on more than distances
     bool regular;         // was run last where the jumps above went by no value that it meets
     uint32_t least_place; // in its section, if everything above were as short as it can be

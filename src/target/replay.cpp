@@ -318,9 +318,10 @@ static bool look_ahead(uint32_t step, const LayoutItem &item, const Run &run, Ah
 
 static bool run_steps(Run *run, Track *track)
 {
-    if (!track->notes_jumps)
+    if (run->has_branches && !track->notes_jumps) {
         record_jumps_above(*run);
-    track->notes_jumps = true;
+        track->notes_jumps = true;
+    }
     run->start = current_section->size;
     bool even = true;
     bool apart = true;

@@ -1,5 +1,6 @@
 // The command line of nvobj8: options and files in, the text of every file out. What is wrong with
 // a file goes to standard error and sets the exit status, but the readable rest is still shown.
+#include "nvobj8/disassemble.h"
 #include "nvobj8/print_object.h"
 
 #include <cerrno>
@@ -22,12 +23,17 @@ static const char USAGE[] = "usage: nvobj8 [options] file.o...\n"
                             "  -r  relocations\n"
                             "  -t  symbols\n"
                             "  -g  debug records, the texts and the debug symbol table\n"
+                            "  -d  alone: a source that assembles to the object again\n"
                             "  --help, --version\n"
                             "Options combine: -st is -s -t.\n";
 
+// Beside the parts of print_object.
+static constexpr unsigned DISASSEMBLE = 0x40;
+static_assert((DISASSEMBLE & PRINT_ALL) == 0);
+
 static constexpr std::pair<char, unsigned> PART_LETTERS[] = {
-    {'h', PRINT_HEAD},        {'s', PRINT_SECTIONS}, {'x', PRINT_CONTENTS},
-    {'r', PRINT_RELOCATIONS}, {'t', PRINT_SYMBOLS},  {'g', PRINT_DEBUG},
+    {'h', PRINT_HEAD},    {'s', PRINT_SECTIONS}, {'x', PRINT_CONTENTS}, {'r', PRINT_RELOCATIONS},
+    {'t', PRINT_SYMBOLS}, {'g', PRINT_DEBUG},    {'d', DISASSEMBLE},
 };
 
 static std::optional<unsigned> part_of_letter(char letter)
@@ -68,6 +74,10 @@ static std::optional<int> read_command_line(std::span<char *> words, CommandLine
             }
             command->parts |= *part;
         }
+    }
+    if ((command->parts & DISASSEMBLE) && command->parts != DISASSEMBLE) {
+        std::fprintf(stderr, "nvobj8: -d goes with no other part\n%s", USAGE);
+        return STATUS_USAGE;
     }
     if (command->files.empty()) {
         std::fprintf(stderr, "nvobj8: no object file\n%s", USAGE);
@@ -111,6 +121,13 @@ static void out_of_memory()
     std::exit(STATUS_DAMAGED);
 }
 
+// A damaged object is no source: what would be left out of it can't be told.
+static void print_source(const ObjectFile &object)
+{
+    if (object.problems.empty())
+        std::fputs(disassemble(object).c_str(), stdout);
+}
+
 // Gives whether the file was read and is sound.
 static bool show_file(const char *name, unsigned parts)
 {
@@ -120,8 +137,12 @@ static bool show_file(const char *name, unsigned parts)
         return false;
     }
     const ObjectFile object = read_object(bytes);
-    std::printf("%s: %zu bytes\n", name, bytes.size());
-    print_object(object, parts);
+    if (parts & DISASSEMBLE) {
+        print_source(object);
+    } else {
+        std::printf("%s: %zu bytes\n", name, bytes.size());
+        print_object(object, parts);
+    }
     for (const std::string &problem : object.problems)
         std::fprintf(stderr, "nvobj8: %s: %s\n", name, problem.c_str());
     return object.problems.empty();

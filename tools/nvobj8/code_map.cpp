@@ -35,7 +35,7 @@ struct Findings {
     std::vector<Place> data;
 };
 
-static bool goes_elsewhere(const OpcodeEntry &row)
+bool goes_elsewhere(const OpcodeEntry &row)
 {
     return row.mnemonic_id == ID_JP || row.mnemonic_id == ID_JPF || row.mnemonic_id == ID_CALL ||
            row.mnemonic_id == ID_CALLF;
@@ -64,10 +64,13 @@ uint32_t field_number(const DisassembledSection &section, uint32_t offset, uint8
     return high_first ? first << 8 | second : second << 8 | first;
 }
 
+// What the linker patches is an instruction all the same.
 static bool has_label_inside(const DisassembledSection &section, uint32_t begin, uint32_t end)
 {
     const auto label = section.labels.upper_bound(begin);
-    return label != section.labels.end() && label->first < end;
+    const auto relocations = relocations_between(*section.section, begin, end);
+    const bool linked_bit = !relocations.empty() && relocations.back().kind == RK_BIT;
+    return label != section.labels.end() && label->first < end && !linked_bit;
 }
 
 // A relocation in an instruction lies in a field of it; a check comes ahead of one; and what the
@@ -93,7 +96,8 @@ std::optional<DecodedInstruction> instruction_at(const DisassembledSection &sect
 {
     const auto bytes = std::span(section.section->contents).subspan(offset);
     const auto instruction = decode_instruction(bytes);
-    if (!instruction || has_label_inside(section, offset, offset + instruction->size))
+    if (!instruction || has_label_inside(section, offset, offset + instruction->size) ||
+        field_around(*section.section, offset) != nullptr)
         return std::nullopt;
     for (const ObjectRelocation &relocation :
          relocations_between(*section.section, offset, offset + instruction->size)) {
@@ -350,6 +354,18 @@ static bool reads_as_code(const DisassembledSection &section, uint32_t begin, ui
     return ends || (is_in(section, end) && section.uses[end] == ByteUse::INSTRUCTION);
 }
 
+// Takes all of a piece that reads as code, which may be several routines.
+static void follow_piece(DisassembledProgram *program, DisassembledSection *section, uint32_t begin,
+                         uint32_t end)
+{
+    while (begin < end) {
+        const uint32_t size = instruction_at(*section, begin)->size;
+        if (section->uses[begin] == ByteUse::DATA)
+            follow_all(program, {{section, begin}});
+        begin += size;
+    }
+}
+
 // Tries what is left between `begin` and `end`, the last label first, since what comes ahead of it
 // may run on into it.
 static void follow_rest(DisassembledProgram *program, DisassembledSection *section, uint32_t begin,
@@ -362,10 +378,9 @@ static void follow_rest(DisassembledProgram *program, DisassembledSection *secti
     const auto &data = section->data_addresses;
     starts.insert(data.lower_bound(begin), data.lower_bound(end));
     for (auto start = starts.rbegin(); start != starts.rend(); ++start) {
-        const uint32_t piece_end = end;
+        if (!data.contains(*start) && reads_as_code(*section, *start, end))
+            follow_piece(program, section, *start, end);
         end = *start;
-        if (!data.contains(*start) && reads_as_code(*section, *start, piece_end))
-            follow_all(program, {{section, *start}});
     }
 }
 
@@ -385,9 +400,25 @@ static void follow_rests(DisassembledProgram *program, DisassembledSection *sect
     }
 }
 
+// What the linker patches as a bit instruction is one, whatever comes after it.
+static void take_linked_bits(DisassembledSection *section)
+{
+    for (const ObjectRelocation &relocation : section->section->relocations) {
+        if (relocation.kind != RK_BIT || relocation.offset == 0)
+            continue;
+        const uint32_t offset = relocation.offset - 1;
+        const auto instruction = instruction_at(*section, offset);
+        if (instruction && is_free(*section, offset, instruction->size))
+            mark(section, offset, instruction->size, ByteUse::INSTRUCTION,
+                 ByteUse::INSTRUCTION_REST);
+    }
+}
+
 void find_code(DisassembledProgram *program)
 {
     follow_all(program, sure_entries(program));
+    for (DisassembledSection &section : program->sections)
+        take_linked_bits(&section);
     follow_labels(program);
     for (DisassembledSection &section : program->sections) {
         if (is_code_section(section))

@@ -11,5 +11,8 @@ void find_code(DisassembledProgram *program);
 std::optional<DecodedInstruction> instruction_at(const DisassembledSection &section,
                                                  uint32_t offset);
 
+// Whether its operand is where the program goes on: jp, jpf, call, callf.
+bool goes_elsewhere(const OpcodeEntry &row);
+
 // The number that a field of 1 to 3 bytes holds, in the section's order of bytes.
 uint32_t field_number(const DisassembledSection &section, uint32_t offset, uint8_t size);

@@ -16,8 +16,7 @@ constexpr size_t COMMENT_COLUMN = 40;
 
 struct Line {
     uint32_t offset;
-    std::string text;
-    std::string comment;
+    std::string text; // as it is written, with its end
 };
 
 // The lines of a section, in order.
@@ -27,13 +26,7 @@ struct Lines {
     std::vector<Line> lines;
 };
 
-static void add_line(Lines *lines, uint32_t offset, const std::string &text,
-                     const std::string &comment = "")
-{
-    lines->lines.push_back({offset, text, comment});
-}
-
-static std::string indented(const std::string &text, const std::string &comment)
+static std::string indented(const std::string &text, const std::string &comment = "")
 {
     std::string line = std::string(INDENT, ' ') + text;
     if (!comment.empty()) {
@@ -41,6 +34,17 @@ static std::string indented(const std::string &text, const std::string &comment)
         line += "; " + comment;
     }
     return line + "\n";
+}
+
+static std::string equate(const std::string &name, const std::string &value)
+{
+    return name + ": equ " + value + "\n";
+}
+
+static void add_line(Lines *lines, uint32_t offset, const std::string &text,
+                     const std::string &comment = "")
+{
+    lines->lines.push_back({offset, indented(text, comment)});
 }
 
 static std::string byte_list(std::span<const uint8_t> bytes)
@@ -169,6 +173,16 @@ static std::string unsaid(const Lines &lines, const ObjectRelocation &relocation
            hex_number(relocation.addend);
 }
 
+// Labels of symbols where no line can begin are equates, in the line after.
+static void add_inner_labels(Lines *lines, uint32_t begin, uint32_t end)
+{
+    const auto &labels = lines->section->labels;
+    for (auto it = labels.upper_bound(begin); it != labels.end() && it->first < end; ++it) {
+        const std::string place = with_distance("*", static_cast<int32_t>(it->first - end));
+        lines->lines.push_back({end, equate(lines->program->symbol_names[it->second], place)});
+    }
+}
+
 static void add_relocated_field(Lines *lines, const ObjectRelocation &relocation)
 {
     const uint32_t end = relocation.offset + relocation.field_size;
@@ -178,20 +192,15 @@ static void add_relocated_field(Lines *lines, const ObjectRelocation &relocation
                                known_bits(relocation));
     if (!address) {
         const auto bytes = std::span(lines->section->section->contents);
-        add_line(lines, relocation.offset,
-                 "dc.b    " + byte_list(bytes.subspan(relocation.offset, relocation.field_size)),
+        const auto field = bytes.subspan(relocation.offset, relocation.field_size);
+        add_line(lines, relocation.offset, field.empty() ? "" : "dc.b    " + byte_list(field),
                  unsaid(*lines, relocation));
     } else {
         const bool is_short = (address->attributes & ATTR_ZPAGE) != 0;
         add_line(lines, relocation.offset,
                  formatted(part_format(relocation.kind, is_short), address->text));
     }
-    // No line can begin in the field, so that labels of symbols there are equates.
-    for (auto it = lines->section->labels.upper_bound(relocation.offset);
-         it != lines->section->labels.end() && it->first < end; ++it)
-        add_line(lines, end,
-                 lines->program->symbol_names[it->second] + ": equ " +
-                     with_distance("*", static_cast<int32_t>(it->first - end)));
+    add_inner_labels(lines, relocation.offset, end);
 }
 
 // A check that belongs to no instruction. One of a plain number is about nothing, one of an
@@ -260,6 +269,7 @@ static uint32_t add_instruction(Lines *lines, uint32_t offset)
             add_check(lines, check);
     }
     add_line(lines, offset, *text, bytes_comment(*section, offset, instruction->size));
+    add_inner_labels(lines, offset, end);
     return end;
 }
 
@@ -312,15 +322,16 @@ static std::string equates_at_end(const DisassembledProgram &program,
 {
     std::string text;
     const uint32_t end = section.section->size;
+    const auto from_end = [end](uint32_t offset) {
+        return with_distance("*", static_cast<int32_t>(offset - end));
+    };
     for (auto it = section.labels.upper_bound(end); it != section.labels.end(); ++it)
-        text += program.symbol_names[it->second] + ": equ " +
-                with_distance("*", static_cast<int32_t>(it->first - end)) + "\n";
+        text += equate(program.symbol_names[it->second], from_end(it->first));
     for (size_t i = 0; i < program.object.symbols.size(); ++i) {
         const ObjectSymbol &symbol = program.object.symbols[i];
         if (symbol.section_number == section.number && is_bit_equate(program, symbol))
-            text += program.symbol_names[i] + ": equ " +
-                    with_distance("*", static_cast<int32_t>((symbol.value >> 3) - end)) + ":" +
-                    std::to_string(symbol.value & 7) + "\n";
+            text += equate(program.symbol_names[i],
+                           from_end(symbol.value >> 3) + ":" + std::to_string(symbol.value & 7));
     }
     return text;
 }
@@ -348,8 +359,7 @@ static std::string written(const DisassembledProgram &program, const Disassemble
             text += labels_at(program, section, line.offset);
         has_labels = true;
         last = line.offset;
-        text += line.text.find(": equ ") != std::string::npos ? line.text + "\n"
-                                                              : indented(line.text, line.comment);
+        text += line.text;
     }
     if (!has_labels || last != section.section->size)
         text += labels_at(program, section, section.section->size);
@@ -409,7 +419,7 @@ static std::string selection(const DisassembledProgram &program, const Disassemb
     std::string text = section.name + ": section " + (is_new ? "new," : "") +
                        attribute_words(section.attributes) + "\n";
     if ((section.attributes & SECATTR_ABS) && section.address != 0)
-        text += indented("org     " + hex_number(section.address), "");
+        text += indented("org     " + hex_number(section.address));
     return text;
 }
 
@@ -419,17 +429,15 @@ static std::string declaration(const DisassembledProgram &program, size_t positi
     const ObjectSymbol &symbol = program.object.symbols[position];
     if ((symbol.attrs & ATTR_PUBLIC) == 0)
         return "";
+    const DisassembledSection *home = home_of(program, symbol);
     uint8_t declared = symbol.attrs;
-    if ((symbol.attrs & ATTR_DEFINED) && symbol.section_number != 0)
-        declared &=
-            static_cast<uint8_t>(~program.sections[symbol.section_number - 1U].section->attributes);
-    if (is_bit_equate(program, symbol) || home_of_absolute(program, symbol) != nullptr)
+    if (home != nullptr)
+        declared &= static_cast<uint8_t>(~home->section->attributes);
+    if (is_bit_equate(program, symbol))
         declared &= static_cast<uint8_t>(~ATTR_BIT);
-    if (home_of_absolute(program, symbol) != nullptr && (symbol.attrs & ATTR_ABSOLUTE))
-        declared = 0;
     const std::string &name = program.symbol_names[position];
     std::string text;
-    const auto declare = [&](const char *directive) { text += indented(directive + name, ""); };
+    const auto declare = [&](const char *directive) { text += indented(directive + name); };
     if (declared & ATTR_BIT)
         declare((declared & ATTR_ZPAGE) ? "xbit.b  " : "xbit    ");
     else if (declared & ATTR_ZPAGE)
@@ -452,13 +460,12 @@ static std::string number_equates(const DisassembledProgram &program)
         constexpr uint8_t PUBLIC_NUMBER = ATTR_DEFINED | ATTR_PUBLIC | ATTR_ABSOLUTE;
         const bool is_number =
             (symbol.attrs & PUBLIC_NUMBER) == PUBLIC_NUMBER && symbol.section_number == 0;
-        if (!is_number || home_of_absolute(program, symbol) != nullptr)
+        if (!is_number || home_of(program, symbol) != nullptr)
             continue;
-        text += program.symbol_names[i] + ": equ ";
-        if (is_bit_equate(program, symbol))
-            text += hex_number(symbol.value >> 3) + ":" + std::to_string(symbol.value & 7) + "\n";
-        else
-            text += hex_number(symbol.value) + "\n";
+        const std::string bit = ":" + std::to_string(symbol.value & 7);
+        text += equate(program.symbol_names[i], is_bit_equate(program, symbol)
+                                                    ? hex_number(symbol.value >> 3) + bit
+                                                    : hex_number(symbol.value));
     }
     return text;
 }
@@ -470,7 +477,7 @@ static std::string last_references(DisassembledProgram *program)
     std::string text;
     size_t count = 0;
     const auto refer = [&](const std::string &name) {
-        text += program->prefix + "_use_" + std::to_string(++count) + ": equ " + name + "\n";
+        text += equate(program->prefix + "_use_" + std::to_string(++count), name);
     };
     for (size_t i = 0; i < program->object.symbols.size(); ++i) {
         const ObjectSymbol &symbol = program->object.symbols[i];
@@ -495,8 +502,7 @@ static std::string text_statements(const char *directive, std::string_view text,
         const char quote = text[0] == '"' ? '\'' : '"';
         constexpr size_t STRING_MAX = 128;
         const std::string_view piece = text.substr(0, std::min(text.find(quote), STRING_MAX));
-        statements +=
-            indented(std::string(directive) + " " + quote + std::string(piece) + quote, "");
+        statements += indented(std::string(directive) + " " + quote + std::string(piece) + quote);
         text.remove_prefix(piece.size());
     }
     return ended ? statements + indented(directive, "") : statements;

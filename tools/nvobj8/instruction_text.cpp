@@ -17,7 +17,7 @@ struct FieldInPlace {
     uint32_t instruction_at;
     uint32_t at;
     const OperandField *field;
-    bool is_jump; // asks for a check, and has one for each label that it names
+    const OpcodeEntry *row;
 };
 
 // A value as it is written, and the size of the operand that it makes.
@@ -209,16 +209,34 @@ static std::optional<ValueText> jump_value(const FieldInPlace &place,
     return std::nullopt;
 }
 
+// The other jumps and calls are far ones.
+static bool asks_for_check(const FieldInPlace &place)
+{
+    return (place.row->mnemonic_id == ID_JP || place.row->mnemonic_id == ID_CALL) &&
+           !is_pointer(place.field->mode);
+}
+
+// A number; of a jump to an absolute address the label there.
+static ValueText plain_value(const FieldInPlace &place)
+{
+    const uint32_t number = field_number(*place.section, place.at, place.field->size);
+    const uint8_t mode = place.field->mode;
+    ValueText value = number_text(number);
+    if (goes_elsewhere(*place.row) && (mode == AM_LONG || mode == AM_FAR))
+        value.text = code_text(place.program, number).value_or(value.text);
+    return value;
+}
+
 static std::optional<ValueText> value_text(const FieldInPlace &place)
 {
     const uint8_t size = place.field->size;
     const auto relocations =
         relocations_between(*place.section->section, place.at, place.at + size);
     if (relocations.empty())
-        return number_text(field_number(*place.section, place.at, size));
+        return plain_value(place);
     if (size == 3)
         return far_value(place, relocations);
-    if (place.is_jump && !is_pointer(place.field->mode))
+    if (asks_for_check(place))
         return jump_value(place, relocations);
     if (relocations.size() != 1)
         return std::nullopt;
@@ -297,13 +315,11 @@ operand_texts(DisassembledProgram *program, DisassembledSection *section, uint32
               const DecodedInstruction &instruction)
 {
     const OpcodeEntry &row = *instruction.row;
-    const bool is_jump = row.mnemonic_id == ID_JP || row.mnemonic_id == ID_CALL;
     std::array<OperandText, 2> operands = {fieldless_text(first_mode_of(row)),
                                            fieldless_text(second_mode_of(row))};
     for (size_t i = 0; i < instruction.field_count; ++i) {
         const OperandField &field = instruction.fields[i];
-        const auto value =
-            value_text({program, section, offset, offset + field.at, &field, is_jump});
+        const auto value = value_text({program, section, offset, offset + field.at, &field, &row});
         // With a bit symbol it would be the linker's bit.
         if (!value || (is_bit_instruction(row) && (value->attributes & ATTR_BIT)))
             return std::nullopt;
@@ -337,13 +353,19 @@ static std::string joined(const OpcodeEntry &row, const std::vector<std::string>
     return text;
 }
 
-static std::string target_text(DisassembledProgram *program, DisassembledSection *section,
-                               uint32_t offset, const DecodedInstruction &instruction)
+// Nothing for what no operand of a plain branch can be: a number above $FFFF.
+static std::optional<std::string> target_text(DisassembledProgram *program,
+                                              DisassembledSection *section, uint32_t offset,
+                                              const DecodedInstruction &instruction)
 {
     const uint8_t byte = section->section->contents[offset + instruction.branch_at];
     const int32_t distance = static_cast<int8_t>(byte);
-    return branch_text(program, section, offset,
-                       offset + instruction.size + static_cast<uint32_t>(distance));
+    const uint32_t target = offset + instruction.size + static_cast<uint32_t>(distance);
+    const bool is_number = (section->section->attributes & SECATTR_ABS) != 0;
+    if (is_number && !is_bit_instruction(*instruction.row) &&
+        target + section->section->address > UINT16_MAX)
+        return std::nullopt;
+    return branch_text(program, section, offset, target);
 }
 
 // A bit instruction whose bit only the linker knows names the bit alone.
@@ -378,7 +400,11 @@ std::optional<std::string> instruction_text(DisassembledProgram *program,
                 written.push_back(operand.text);
         }
     }
-    if (instruction.branch_at != 0)
-        written.push_back(target_text(program, section, offset, instruction));
+    if (instruction.branch_at != 0) {
+        const auto target = target_text(program, section, offset, instruction);
+        if (!target)
+            return std::nullopt;
+        written.push_back(*target);
+    }
     return joined(row, written);
 }

@@ -49,36 +49,68 @@ std::span<const ObjectRelocation> relocations_between(const ObjectSection &secti
     return {first, std::lower_bound(first, all.end(), std::max(begin, end), lies_ahead)};
 }
 
-bool is_bit_equate(const DisassembledProgram &program, const ObjectSymbol &symbol)
+const ObjectRelocation *field_around(const ObjectSection &section, uint32_t offset)
 {
-    if ((symbol.attrs & (ATTR_DEFINED | ATTR_BIT)) != (ATTR_DEFINED | ATTR_BIT))
-        return false;
-    if (symbol.section_number != 0)
-        return (program.sections[symbol.section_number - 1U].section->attributes & SECATTR_BIT) ==
-               0;
-    return home_of_absolute(program, symbol) == nullptr;
+    constexpr uint32_t FIELD_MAX = 4;
+    const uint32_t begin = offset < FIELD_MAX ? 0 : offset - FIELD_MAX + 1;
+    for (const ObjectRelocation &relocation : relocations_between(section, begin, offset)) {
+        if (relocation.offset + relocation.field_size > offset)
+            return &relocation;
+    }
+    return nullptr;
 }
 
-const DisassembledSection *home_of_absolute(const DisassembledProgram &program,
-                                            const ObjectSymbol &symbol)
+// Whether the symbol can be a label of the section: it has the attributes of the section, and
+// others only where `xref.b` and its kin declare them.
+static bool takes_after(const ObjectSymbol &symbol, const ObjectSection &section)
+{
+    constexpr uint8_t DECLARED = ATTR_ZPAGE | ATTR_LONG;
+    const auto missing = static_cast<uint8_t>(section.attributes & ~symbol.attrs);
+    const auto more = static_cast<uint8_t>(symbol.attrs & ~section.attributes);
+    return (missing & ATTR_OF_SECTION) == 0 && (more & ATTR_OF_SECTION & ~DECLARED) == 0;
+}
+
+static const DisassembledSection *home_of_absolute(const DisassembledProgram &program,
+                                                   const ObjectSymbol &symbol)
 {
     for (const DisassembledSection &place : program.sections) {
         const ObjectSection &section = *place.section;
         const uint32_t offset = symbol.value - section.address;
-        const bool alike = ((section.attributes ^ symbol.attrs) & ATTR_OF_SECTION) == 0;
-        if ((section.attributes & SECATTR_ABS) && alike && offset <= section.size)
+        if ((section.attributes & SECATTR_ABS) && takes_after(symbol, section) &&
+            offset <= section.size && field_around(section, offset) == nullptr)
             return &place;
     }
     return nullptr;
 }
 
-// Whether a source may define the name. The assembler defines one itself.
-static bool is_free_name(const std::string &name)
+const DisassembledSection *home_of(const DisassembledProgram &program, const ObjectSymbol &symbol)
+{
+    if ((symbol.attrs & ATTR_DEFINED) == 0)
+        return nullptr;
+    if (symbol.section_number != 0)
+        return &program.sections[symbol.section_number - 1U];
+    return symbol.attrs & ATTR_ABSOLUTE ? home_of_absolute(program, symbol) : nullptr;
+}
+
+bool is_bit_equate(const DisassembledProgram &program, const ObjectSymbol &symbol)
+{
+    if ((symbol.attrs & (ATTR_DEFINED | ATTR_BIT)) != (ATTR_DEFINED | ATTR_BIT))
+        return false;
+    const DisassembledSection *home = home_of(program, symbol);
+    return home == nullptr || (home->section->attributes & SECATTR_BIT) == 0;
+}
+
+bool is_name(std::string_view name)
 {
     const auto is_begin = [](char c) { return is_letter(c) || c == '_' || c == '.'; };
     const auto is_part = [&](char c) { return is_begin(c) || is_digit(c) || c == '$'; };
-    return !name.empty() && name != "__NVRN__" && is_begin(name[0]) &&
-           std::all_of(name.begin(), name.end(), is_part) &&
+    return !name.empty() && is_begin(name[0]) && std::all_of(name.begin(), name.end(), is_part);
+}
+
+// Whether a source may define the symbol. The assembler defines one itself.
+static bool is_free_name(const std::string &name)
+{
+    return is_name(name) && name != "__NVRN__" &&
            std::none_of(register_table.begin(), register_table.end(),
                         [&](const RegisterName &row) { return row.name == name; });
 }
@@ -120,14 +152,8 @@ static void place_symbols(DisassembledProgram *program)
 {
     for (size_t i = 0; i < program->object.symbols.size(); ++i) {
         const ObjectSymbol &symbol = program->object.symbols[i];
-        if ((symbol.attrs & ATTR_DEFINED) == 0 || is_bit_equate(*program, symbol))
-            continue;
-        const DisassembledSection *home = nullptr;
-        if (symbol.section_number != 0)
-            home = &program->sections[symbol.section_number - 1U];
-        else if (symbol.attrs & ATTR_ABSOLUTE)
-            home = home_of_absolute(*program, symbol);
-        if (home == nullptr)
+        const DisassembledSection *home = home_of(*program, symbol);
+        if (home == nullptr || is_bit_equate(*program, symbol))
             continue;
         const uint32_t offset = symbol.value - home->section->address;
         program->sections[home->number - 1U].labels.emplace(offset, i);
@@ -210,13 +236,8 @@ static uint32_t line_at(const DisassembledSection &place, uint32_t offset)
         --offset;
     if (place.uses[offset] == ByteUse::INSTRUCTION)
         return offset;
-    constexpr uint32_t FIELD_MAX = 4;
-    const uint32_t begin = offset < FIELD_MAX ? 0 : offset - FIELD_MAX + 1;
-    for (const ObjectRelocation &relocation : relocations_between(section, begin, offset)) {
-        if (relocation.offset + relocation.field_size > offset)
-            return relocation.offset;
-    }
-    return offset;
+    const ObjectRelocation *field = field_around(section, offset);
+    return field != nullptr ? field->offset : offset;
 }
 
 // The low bits of a number as a signed one.
@@ -238,6 +259,9 @@ static std::optional<AddressText> symbol_text(DisassembledProgram *program,
     return AddressText{with_distance(name, sign_extended(value, bits)), symbol.attrs};
 }
 
+// A vector is an address with the opcode of `int` in the byte above it.
+constexpr uint32_t ADDRESS_MASK = 0xFFFFFF;
+
 std::optional<AddressText> address_text(DisassembledProgram *program, uint32_t index,
                                         uint32_t value, int bits, unsigned needs)
 {
@@ -249,10 +273,26 @@ std::optional<AddressText> address_text(DisassembledProgram *program, uint32_t i
     constexpr uint8_t WITHOUT_LABELS = SECATTR_ABS;
     if (is_text_section(*section->section) || (section->section->attributes & WITHOUT_LABELS))
         return std::nullopt;
-    const uint32_t place = line_at(*section, value);
+    const uint32_t offset = value > section->section->size ? value & ADDRESS_MASK : value;
+    const uint32_t place = line_at(*section, offset);
     AddressText address = label_at(program, section, place, needs);
-    address.text = with_distance(address.text, sign_extended(value - place, bits));
+    const uint32_t distance = value - place;
+    if ((distance & ADDRESS_MASK) == 0 && distance != 0)
+        address.text += "+" + hex_number(distance);
+    else
+        address.text = with_distance(address.text, sign_extended(distance, bits));
     return address;
+}
+
+std::optional<std::string> code_text(DisassembledProgram *program, uint32_t number)
+{
+    for (DisassembledSection &place : program->sections) {
+        const uint32_t offset = number - place.section->address;
+        if ((place.section->attributes & SECATTR_ABS) && offset < place.uses.size() &&
+            place.uses[offset] == ByteUse::INSTRUCTION)
+            return label_at(program, &place, offset, 0).text;
+    }
+    return std::nullopt;
 }
 
 std::string branch_text(DisassembledProgram *program, DisassembledSection *section, uint32_t here,

@@ -36,12 +36,14 @@ struct DisassembledProgram {
 // Sorts the symbols into their sections and chooses names.
 DisassembledProgram lay_out_program(const ObjectFile &object);
 
+// Whether it is a name in a source, of a symbol or a section.
+bool is_name(std::string_view name);
+
 // Texts that the assembler puts together from directives, and so hold neither code nor data.
 bool is_text_section(const ObjectSection &section);
 
-// The section that holds the label of an absolute symbol, or null if only an equate makes it.
-const DisassembledSection *home_of_absolute(const DisassembledProgram &program,
-                                            const ObjectSymbol &symbol);
+// The section in which a line defines the symbol; null for one that is undefined or only a number.
+const DisassembledSection *home_of(const DisassembledProgram &program, const ObjectSymbol &symbol);
 
 // A symbol whose value counts in bits.
 bool is_bit_equate(const DisassembledProgram &program, const ObjectSymbol &symbol);
@@ -52,6 +54,9 @@ const ObjectSymbol *symbol_of(const ObjectFile &object, uint32_t index);
 // The relocations of the section with offsets from `begin` to just below `end`.
 std::span<const ObjectRelocation> relocations_between(const ObjectSection &section, uint32_t begin,
                                                       uint32_t end);
+
+// The relocated field that began ahead of the offset and goes on there, or null.
+const ObjectRelocation *field_around(const ObjectSection &section, uint32_t offset);
 
 inline bool is_check(const ObjectRelocation &relocation)
 {
@@ -78,6 +83,9 @@ constexpr unsigned NAME_WITHOUT_DOTS = 0x02; // a dot would end the name
 // Makes a label where there is none. Nothing if the language has no text for it.
 std::optional<AddressText> address_text(DisassembledProgram *program, uint32_t index,
                                         uint32_t value, int bits, unsigned needs = 0);
+
+// The label of an instruction at an absolute address; nothing if none begins there.
+std::optional<std::string> code_text(DisassembledProgram *program, uint32_t number);
 
 // The text of a place in the section itself, for a branch: with a label, or else from "*".
 std::string branch_text(DisassembledProgram *program, DisassembledSection *section, uint32_t here,

@@ -182,15 +182,21 @@ static bool is_free(const DisassembledSection &section, uint32_t offset, uint32_
                        [](ByteUse use) { return use == ByteUse::DATA; });
 }
 
+uint32_t branch_target(const DisassembledSection &section, uint32_t offset,
+                       const DecodedInstruction &instruction)
+{
+    const uint8_t byte = section.section->contents[offset + instruction.branch_at];
+    const auto distance = static_cast<int8_t>(byte);
+    return offset + instruction.size + static_cast<uint32_t>(int32_t{distance});
+}
+
 // Puts the target of a relative branch on the trail; false if it can't be code.
 static bool follow_branch(Trail *trail, uint32_t offset, const DecodedInstruction &instruction)
 {
     if (instruction.branch_at == 0 || instruction.row->opcode == OPCODE_JRF)
         return true;
     const auto &section = *trail->section;
-    const auto distance =
-        static_cast<int8_t>(section.section->contents[offset + instruction.branch_at]);
-    const uint32_t target = offset + instruction.size + static_cast<uint32_t>(int32_t{distance});
+    const uint32_t target = branch_target(section, offset, instruction);
     if (!is_in(section, target))
         return (section.section->attributes & SECATTR_ABS) != 0;
     trail->waiting.push_back(target);

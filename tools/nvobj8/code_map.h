@@ -11,6 +11,10 @@ void find_code(DisassembledProgram *program);
 std::optional<DecodedInstruction> instruction_at(const DisassembledSection &section,
                                                  uint32_t offset);
 
+// Where a relative branch at the offset goes; out of bounds it wraps.
+uint32_t branch_target(const DisassembledSection &section, uint32_t offset,
+                       const DecodedInstruction &instruction);
+
 // Whether its operand is where the program goes on: jp, jpf, call, callf.
 bool goes_elsewhere(const OpcodeEntry &row);
 

@@ -5,7 +5,7 @@
 
 constexpr uint8_t OPCODE_EXGW = 0x51;
 constexpr size_t PREFIX_COUNT = 8;
-constexpr int BIT_COUNT = 8;
+constexpr unsigned BIT_COUNT = 8;
 
 using RowsByCode = std::array<std::array<const OpcodeEntry *, 256>, PREFIX_COUNT>;
 
@@ -14,9 +14,9 @@ static RowsByCode order_by_code()
     RowsByCode rows = {};
     for (const OpcodeEntry &row : std::span(opcode_table).first(OPCODE_ROW_COUNT)) {
         auto &of_prefix = rows[row.first_operand >> PREFIX_SHIFT];
-        const int codes = is_bit_instruction(row) ? BIT_COUNT : 1;
-        for (int bit = 0; bit < codes; ++bit) {
-            const OpcodeEntry *&place = of_prefix[static_cast<size_t>(row.opcode + 2 * bit)];
+        const unsigned codes = is_bit_instruction(row) ? BIT_COUNT : 1;
+        for (unsigned bit = 0; bit < codes; ++bit) {
+            const OpcodeEntry *&place = of_prefix[row.opcode + 2U * bit];
             if (place == nullptr)
                 place = &row;
         }

@@ -358,9 +358,7 @@ static std::optional<std::string> target_text(DisassembledProgram *program,
                                               DisassembledSection *section, uint32_t offset,
                                               const DecodedInstruction &instruction)
 {
-    const uint8_t byte = section->section->contents[offset + instruction.branch_at];
-    const int32_t distance = static_cast<int8_t>(byte);
-    const uint32_t target = offset + instruction.size + static_cast<uint32_t>(distance);
+    const uint32_t target = branch_target(*section, offset, instruction);
     const bool is_number = (section->section->attributes & SECATTR_ABS) != 0;
     if (is_number && !is_bit_instruction(*instruction.row) &&
         target + section->section->address > UINT16_MAX)

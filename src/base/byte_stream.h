@@ -1,6 +1,7 @@
 // Growing byte streams: the contents and relocations of sections, and texts that become files.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
@@ -45,7 +46,13 @@ void stream_fill(ByteStream *stream, uint8_t byte, uint32_t count);
 
 void stream_put_text(ByteStream *stream, std::string_view text);
 
-// The same for a formatted text.
+// Numbers of a listing, which has too many for a format: in decimal, right-aligned in `width`
+// characters or more, as by %*ld, and in hexadecimal with leading zeros, `width` digits or more, as
+// by %0*lx.
+void stream_put_number(ByteStream *stream, int32_t number, size_t width);
+void stream_put_hex(ByteStream *stream, uint32_t number, size_t width);
+
+// The same as stream_put_text for a formatted text.
 [[gnu::format(printf, 2, 3)]] void print_to(ByteStream *stream, const char *format, ...);
 
 // Appends the pieces of the stream to `pieces`, uncopied, and gives their size. They hold until the

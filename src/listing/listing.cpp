@@ -168,19 +168,21 @@ void list_line()
 {
     page_check();
     const uint32_t line_number = settings.opt_xref ? line_ordinal : current_line();
-    print_to(&listing_text, "%4ld  ", static_cast<long>(static_cast<int32_t>(line_number)));
+    stream_put_number(&listing_text, static_cast<int32_t>(line_number), 4);
+    stream_put_text(&listing_text, "  ");
     if (shows_address())
-        print_to(&listing_text, "%0*lx ", ADDRESS_DIGITS,
-                 static_cast<unsigned long>(listed_line.address));
+        stream_put_hex(&listing_text, listed_line.address, ADDRESS_DIGITS);
     else
-        print_to(&listing_text, "%*s", ADDRESS_DIGITS + 1, "");
+        stream_fill(&listing_text, ' ', ADDRESS_DIGITS);
+    stream_put_text(&listing_text, " ");
     for (uint32_t i = 0; i < BYTES_PER_LINE; ++i) {
         if (i < listed_line.byte_count)
-            print_to(&listing_text, "%02x", listed_line.bytes[i]);
+            stream_put_hex(&listing_text, listed_line.bytes[i], 2);
         else
             stream_put_text(&listing_text, "  ");
     }
-    print_to(&listing_text, "  %s", listed_line.start);
+    stream_put_text(&listing_text, "  ");
+    stream_put_text(&listing_text, listed_line.start);
     list_error();
 }
 

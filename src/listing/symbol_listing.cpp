@@ -68,14 +68,15 @@ static void print_state(ByteStream *stream, const Symbol *symbol)
 static void print_attributes(ByteStream *stream, const Symbol *symbol)
 {
     const uint8_t shown = symbol->attrs ^ ATTR_REFERENCED;
-    const char *separator = "";
+    const char *separator = " ";
     for (unsigned bit = 0; bit < std::size(attribute_names); ++bit) {
         if ((shown >> bit & 1) == 0)
             continue;
-        print_to(stream, "%s %s", separator, attribute_names[bit]);
+        stream_put_text(stream, separator);
+        stream_put_text(stream, attribute_names[bit]);
         if (bit == 0 && (symbol->flags & SYM_WEAK))
             stream_put_text(stream, " Weak");
-        separator = ",";
+        separator = ", ";
     }
 }
 
@@ -83,11 +84,13 @@ static void print_attributes(ByteStream *stream, const Symbol *symbol)
 static void print_lines(ByteStream *stream, const Symbol *symbol)
 {
     const int width = symbol_column_width + 6;
-    if (symbol->def_line != 0 && !symbol->multiply_defined)
-        print_to(stream, "\n%*ld", width,
-                 static_cast<long>(static_cast<int32_t>(symbol->def_ordinal)));
-    else
+    if (symbol->def_line != 0 && !symbol->multiply_defined) {
+        stream_put_text(stream, "\n");
+        stream_put_number(stream, static_cast<int32_t>(symbol->def_ordinal),
+                          static_cast<size_t>(width));
+    } else {
         print_to(stream, "\n%*s", width, "***");
+    }
     int in_row = 1;
     for (const XrefChunk *chunk = symbol->xref.head; chunk != nullptr; chunk = chunk->next) {
         for (uint16_t i = 0; i < chunk->count; ++i) {
@@ -95,21 +98,32 @@ static void print_lines(ByteStream *stream, const Symbol *symbol)
                 print_to(stream, "\n%*s", symbol_column_width, "");
                 in_row = 0;
             }
-            print_to(stream, "%6ld", static_cast<long>(static_cast<int32_t>(chunk->lines[i])));
+            stream_put_number(stream, static_cast<int32_t>(chunk->lines[i]), 6);
             ++in_row;
         }
     }
     stream_put_text(stream, "\n");
 }
 
+// As by %-*.*s, which ends at a zero byte.
+static void print_name(ByteStream *stream, const Symbol *symbol)
+{
+    const std::string_view name = symbol_name(*symbol);
+    const size_t length = std::min(name.find('\0'), name.size());
+    const auto width = static_cast<size_t>(symbol_column_width);
+    stream_put_text(stream, name.substr(0, length));
+    stream_fill(stream, ' ', static_cast<uint32_t>(std::max(width, length) - length + 1));
+}
+
 static void print_symbol(ByteStream *stream, const Symbol *symbol)
 {
-    print_to(stream, "%-*.*s ", symbol_column_width, static_cast<int>(symbol->name_length),
-             symbol->name);
-    if (symbol->flags & SYM_LITERAL)
+    print_name(stream, symbol);
+    if (symbol->flags & SYM_LITERAL) {
         print_literal(stream, symbol);
-    else
-        print_to(stream, "%-10.08lx ", static_cast<unsigned long>(symbol->value));
+    } else {
+        stream_put_hex(stream, symbol->value, 8);
+        stream_put_text(stream, "   ");
+    }
     print_state(stream, symbol);
     print_attributes(stream, symbol);
     print_lines(stream, symbol);

@@ -70,11 +70,13 @@ cannot_install()
     fail "can't install what is missing; please install these packages: $*"
 }
 
-# Release build of the given targets ("all" is everything) in build/.
+# Release build of the given targets ("all" is everything) in build/. Warnings stop it where
+# WARNINGS_ARE_ERRORS says ON.
 build_release()
 {
     need_packages g++ cmake make libgtest-dev
     step "Building in $PWD/build"
-    cmake -B build -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=ON
+    cmake -B build -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=ON \
+        -DCMAKE_COMPILE_WARNING_AS_ERROR="${WARNINGS_ARE_ERRORS:-OFF}"
     cmake --build build --parallel "$jobs" --target "$@"
 }

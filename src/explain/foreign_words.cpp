@@ -12,8 +12,8 @@ struct ForeignWord {
 };
 
 static constexpr ForeignWord foreign_words[] = {
-    {" .byte .db db defb .1byte .dc.b ", "bytes are written: dc.b 1,2,3"},
-    {" .word .dw dw defw .2byte .short .hword .half .dc.w ", "words of two bytes: dc.w 1,2"},
+    {" .byte .db db defb .1byte .dc.b byte ", "bytes are written: dc.b 1,2,3"},
+    {" .word .dw dw defw .2byte .short .hword .half .dc.w word ", "words of two bytes: dc.w 1,2"},
     {" .long .int .dd dd .4byte .quad .dl dl .dc.l ", "values of four bytes: dc.l 1"},
     {" .ascii .text8 .str ", "text is written: dc.b \"text\""},
     {" .asciz .asciiz .string .strz ", "text with a zero byte at its end: dc.b \"text\",0"},
@@ -25,6 +25,12 @@ static constexpr ForeignWord foreign_words[] = {
      "org goes without a dot: org 16; in a section that isn't absolute it counts from "
      "its start, and the linker places the section"},
     {" .equ .eq .set .define .equiv define ", "a value gets its name so: NAME: equ 5"},
+    {" .weak weak ", "a name that other files may define themselves: wdef name"},
+    {" .pushsection .popsection .previous ",
+     "the section in force is kept by save and taken up again by restore"},
+    {" .exitm exitm .mexit ", "a macro is left by mexit"},
+    {" .rodata .const .rdata const ",
+     "constants may stand in .text, or in a section of their own: `name: section`"},
     {" .globl .global .public .export global globl public export ",
      "names for other files: xdef name"},
     {" .extern .import .extrn extern import extrn ", "names from other files: xref name"},
@@ -46,7 +52,7 @@ static constexpr ForeignWord foreign_words[] = {
     {" .elif .elseif elif elseif #elif #elseif ",
      "there is no such branch: use else and a second if inside of it, with an endif for each"},
     {" #undef undef .undef ", "a name keeps its value; what changes is defined by: NAME: set 5"},
-    {" .align .balign .p2align alignb ",
+    {" .align .balign .p2align alignb .bndry ",
      "align goes without a dot and takes the number of bytes: align 4"},
     {" .even ", "even goes without a dot"},
     {" .end ", "end goes without a dot"},
@@ -56,10 +62,11 @@ static constexpr ForeignWord foreign_words[] = {
     {" .list .nolist .page ", "directives of the listing go without a dot"},
     {" .local ", "local labels are digits and a dollar sign, 10$:, and reach from label to label"},
     {" .module .optsdcc .cpu .file .func .endfunc .type .size .ident .name .globalsym .arch .proc "
+     "proc endp .endp "
      ".model processor device .device ",
      "there is nothing of the kind here: remove the line"},
-    {" jmp b bra ", "a jump is written: jp label, or jra label"},
-    {" jsr bsr bl rcall ", "a call is written: call label"},
+    {" jmp b bra sjmp ajmp ljmp ", "a jump is written: jp label, or jra label"},
+    {" jsr bsr bl rcall lcall acall ", "a call is written: call label"},
     {" rts rets reti rti bx ", "routines end with ret, interrupt routines with iret"},
     {" beq jz je jreqz ", "branch if equal: jreq label"},
     {" bne jnz jne ", "branch if not equal: jrne label"},
@@ -75,7 +82,8 @@ static constexpr ForeignWord foreign_words[] = {
     {" bls jbe ", "branch if lower or same, unsigned: jrule label"},
     {" lda ldaa movb ldi ", "a register is loaded by: ld a,#5 or ld a,address"},
     {" sta staa st std str ", "a register is stored by: ld address,a or ldw address,x"},
-    {" ldx ldy lds ", "index registers are loaded by: ldw x,#5 or ldw x,address"},
+    {" djnz dbnz ", "a loop is counted by: dec a, or decw x, and jrne label"},
+    {" ldx ldy lds movw ", "index registers are loaded by: ldw x,#5 or ldw x,address"},
     {" stx sty sts ", "index registers are stored by: ldw address,x"},
     {" cmp cmpa cpi ", "a comparison is written: cp a,#5; of index registers: cpw x,#5"},
     {" cpx cpy cmpx ", "a comparison of index registers: cpw x,#5"},
@@ -93,7 +101,7 @@ static constexpr ForeignWord foreign_words[] = {
     {" eor eora ", "an exclusive or is written: xor a,#5"},
     {" anda andi ", "an and is written: and a,#5"},
     {" com not ", "the complement is written: cpl a"},
-    {" lsl asl ", "a shift to the left is written: sll a"},
+    {" lsl asl shl sal ", "a shift to the left is written: sll a"},
     {" lsr shr ", "a shift to the right is written: srl a"},
     {" asr sar ", "an arithmetic shift to the right is written: sra a"},
     {" rol ", "a rotation to the left through carry is written: rlc a"},
@@ -106,7 +114,8 @@ static constexpr ForeignWord foreign_words[] = {
     {" brclr ", "branch if a bit is clear: btjf address,#bit,label"},
     {" sbi setb ", "a bit is set by: bset address,#bit"},
     {" cbi clrb ", "a bit is cleared by: bres address,#bit"},
-    {" swi int brk ", "a software interrupt is written: trap"},
+    {" swi brk ", "a software interrupt is written: trap"},
+    {" int vector irq interrupt ", "a vector is written: dc.l $82000000+name"},
     {" wait wai stop sleep ", "the core waits by: wfi or halt"},
 };
 

@@ -36,6 +36,12 @@ void note_use_place(const Symbol *symbol, size_t name_length)
         place->column -= name_length;
 }
 
+void forget_use_place(const Symbol *symbol)
+{
+    if (keeps_contexts())
+        symbol_places[symbol].use = {};
+}
+
 void note_definition_place(const Symbol *symbol)
 {
     if (keeps_contexts())

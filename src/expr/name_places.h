@@ -20,6 +20,9 @@ struct SymbolPlaces {
 
 // Notes the line at hand, if it is the first and the run keeps contexts.
 void note_use_place(const Symbol *symbol, size_t name_length);
+
+// The use was none: the line only asks whether the symbol is defined.
+void forget_use_place(const Symbol *symbol);
 void note_definition_place(const Symbol *symbol);
 void note_declaration_place(const Symbol *symbol, std::string_view directive);
 void note_macro_place(std::string_view name);

@@ -11,6 +11,7 @@
 #include "base/position.h"
 #include "expr/cross_reference.h"
 #include "expr/name_index.h"
+#include "expr/name_places.h"
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -135,6 +136,8 @@ bool is_defined_above(Symbol *symbol)
     if (symbol->attrs & ATTR_DEFINED)
         return symbol->def_ordinal < line_ordinal;
     symbol->flags |= SYM_TESTED;
+    if ((symbol->attrs & ATTR_REFERENCED) == 0)
+        forget_use_place(symbol);
     return false;
 }
 

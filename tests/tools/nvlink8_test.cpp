@@ -334,7 +334,7 @@ TEST(Errors, NamePlaceValueAndRemedy)
          "--entry e --define e=0x1000000",
          "--entry e: 0x1000000 is no address; the last is 0xffffff"},
         {{" switch .bss\n ds.b 2\n"},
-         "--place .bss=0x8000",
+         "--place .bss=0x8000 --region flash=0x8000-0xffff",
          "section .bss, 2 bytes of variables at 0x8000, lies in region flash, which is ROM"},
         {{"v: section abs,code\n org $ffff\n dc.b 1,2\n"},
          "--region flash=0x8000-0x10fff",

@@ -75,8 +75,10 @@ static ModeText text_of(uint8_t mode)
 static std::string operands_of(const OpcodeEntry &row)
 {
     std::string text;
-    const auto append = [&text](const char *operand) {
-        text += (text.empty() || *operand == '\0' ? "" : ",") + std::string(operand);
+    const auto append = [&text](std::string_view operand) {
+        if (!text.empty() && !operand.empty())
+            text += ',';
+        text += operand;
     };
     append(text_of(row.first_operand & MODE_MASK).operand);
     append(text_of(row.second_operand & MODE_MASK).operand);

@@ -464,19 +464,21 @@ static bool takes_variables(const Region &region)
     return region.ram || region.name == "eeprom" || region.name == "ram" || region.name == "zpage";
 }
 
-// An absolute section only names what is there.
+// An absolute section only names what is there. Where the regions are the default ones, they may
+// not be those of the chip.
 static void check_variables_in_rom(Placer *placer)
 {
+    auto report = placer->options.regions_given ? add_error : add_warning;
     for (const Block &block : placer->program.blocks) {
         const bool variables = (block.attributes & SECATTR_BSS) && block.size != 0;
         if (!variables || !block.placed || block.absolute)
             continue;
         const Region *region = region_at(placer->options, block.address);
         if (region != nullptr && !takes_variables(*region)) {
-            add_error(&placer->messages,
-                      "%s, %llu bytes of variables at 0x%x, lies in region %s, which is ROM",
-                      title(*placer, block).c_str(), static_cast<unsigned long long>(block.size),
-                      block.address, region->name.c_str());
+            report(&placer->messages,
+                   "%s, %llu bytes of variables at 0x%x, lies in region %s, which is ROM",
+                   title(*placer, block).c_str(), static_cast<unsigned long long>(block.size),
+                   block.address, region->name.c_str());
         }
     }
 }

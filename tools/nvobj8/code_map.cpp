@@ -20,7 +20,6 @@ constexpr uint32_t VECTOR_SIZE = 4;
 
 constexpr uint8_t ID_CALL = mnemonic_number("call");
 constexpr uint8_t ID_CALLF = mnemonic_number("callf");
-constexpr uint8_t ID_CALLR = mnemonic_number("callr");
 constexpr uint8_t ID_JP = mnemonic_number("jp");
 constexpr uint8_t ID_JPF = mnemonic_number("jpf");
 

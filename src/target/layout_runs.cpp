@@ -13,7 +13,6 @@
 #include "output/section_table.h"
 #include "target/branch_choice.h"
 #include <algorithm>
-#include <ranges>
 
 LayoutRuns layout_runs;
 
@@ -210,7 +209,8 @@ static bool tells_passes()
     std::vector<bool> changes(layout_record.values.size(), false);
     for (size_t cell = 0; cell < changes.size(); ++cell)
         changes[cell] = layout_runs.setters[cell] != NO_STEP;
-    for (const LayoutItem &item : layout_record.items | std::views::reverse) {
+    for (size_t step = layout_record.items.size(); step-- > 0;) {
+        const LayoutItem &item = layout_record.items[step];
         if (item.step != LayoutStep::ASSIGN)
             continue;
         const uint32_t value = layout_record.values[item.source] + item.addend;

@@ -37,7 +37,6 @@
 #include "target/layout_runs.h"
 #include <algorithm>
 #include <cstdlib>
-#include <ranges>
 
 // More than a branch reaches back, to a label or to a jump.
 constexpr uint32_t REACH_BACK = 128;
@@ -478,8 +477,8 @@ static void begin_replay_from(const std::vector<uint32_t> &start)
 // aliases have read doesn't turn into a number here: that ends the replay, in its pass.
 static void settle_unseen_equates()
 {
-    for (const uint32_t step : layout_runs.unseen | std::views::reverse) {
-        const LayoutItem &item = layout_record.items[step];
+    for (size_t place = layout_runs.unseen.size(); place-- > 0;) {
+        const LayoutItem &item = layout_record.items[layout_runs.unseen[place]];
         values[item.target] = value_of(item);
         if (item.detail != 0 && numbers[item.source] && layout_record.reads[item.target] == 0)
             numbers[item.target] = true;

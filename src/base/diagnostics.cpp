@@ -109,19 +109,27 @@ void force_error(const char *message, std::string_view text)
     --pass_number;
 }
 
+bool takes_notes()
+{
+    return settings.explain && last_is_pending;
+}
+
 void explain_error_lines(std::string_view notes)
 {
-    if (settings.explain && last_is_pending)
+    if (takes_notes())
         pending_error.notes += notes;
 }
 
 void explain_error(std::string_view note)
 {
-    explain_error_lines(note_line(note));
+    if (takes_notes())
+        pending_error.notes += note_line(note);
 }
 
 void explain_range(uint32_t value, int32_t lowest, int32_t highest)
 {
+    if (!takes_notes())
+        return;
     explain_error("the value is " + std::to_string(static_cast<int32_t>(value)) + ", allowed are " +
                   std::to_string(lowest) + " to " + std::to_string(highest));
 }

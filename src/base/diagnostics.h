@@ -62,6 +62,10 @@ void record_error(const char *message, std::string_view text = {});
 // Remembers an error in every pass: for what only the sizing pass can see, or must see too.
 void force_error(const char *message, std::string_view text = {});
 
+// Whether the error that was recorded last takes notes. A pass that will be void may record errors
+// at every other line: a note that is composed asks first.
+bool takes_notes();
+
 // Adds a line of notes to the error that the last call of record_error or force_error has
 // remembered, or nothing if that one came too late or under no --explain.
 void explain_error(std::string_view note);

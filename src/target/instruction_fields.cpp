@@ -124,17 +124,22 @@ static void emit_address_field(const Instruction &ins)
     emit_value(value, ins.byte_field);
 }
 
+[[gnu::noinline]] static void report_distance(int32_t offset)
+{
+    record_error(messages::VALUE_TOO_LARGE);
+    if (takes_notes())
+        explain_error("the branch is too far by this: " + std::to_string(offset) +
+                      " bytes from the next instruction, allowed are -128 to 127");
+}
+
 // An offset carries no relocation: both ends lie in one section.
 static void emit_offset(const Instruction &ins)
 {
     if (ins.second.section_number == 0 && ins.second.reloc != RELOC_ABSOLUTE)
         record_error(messages::BAD_RELOCATABLE);
     const auto offset = static_cast<int32_t>(ins.second.value - current_location() - 1);
-    if (offset < -128 || offset > 127) {
-        record_error(messages::VALUE_TOO_LARGE);
-        explain_error("the branch is too far by this: " + std::to_string(offset) +
-                      " bytes from the next instruction, allowed are -128 to 127");
-    }
+    if (offset < -128 || offset > 127)
+        report_distance(offset);
     emit_byte(static_cast<uint32_t>(offset));
 }
 

@@ -170,7 +170,7 @@ static void explain_operands(const OpcodeEntry *row, const Instruction &ins)
 void record_bad_operands(const OpcodeEntry *row, const Instruction &ins)
 {
     record_error(messages::BAD_ADDRESSING_MODE);
-    if (!settings.explain)
+    if (!takes_notes())
         return;
     explain_operands(row, ins);
     explain_by_other_mnemonic(mnemonic_names[row->mnemonic_id - 1], ins);

@@ -84,7 +84,7 @@ static void reset_state_for_pass()
     forced_pass_flags &= BRANCH_OPTIMISATION;
     reset_listing_for_pass();
     reset_statements_for_pass();
-    scope_number = 0;
+    reset_symbols_for_pass();
     reset_sections_for_pass();
     reset_input();
     reset_debug_records();
@@ -165,16 +165,15 @@ struct State {
 
 static State look_at_symbols()
 {
-    State state = {0, hash_carried_state(), 0};
+    State state = {0, hash_carried_state(), static_cast<uint32_t>(symbols_by_age.size())};
     for (const Section *section = section_list; section != nullptr; section = section->next)
         state.values += state_weight(section) * section->base_address;
-    for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
+    for (const Symbol *symbol : symbols_by_age) {
         state.values += state_weight(symbol) * symbol->value;
         state.kinds = mix(state.kinds, uint32_t{symbol->flags} << 16 |
                                            uint32_t{symbol->attrs} << 8 | symbol->section_number);
         if (symbol->flags & SYM_ALIAS)
             state.kinds = mix(state.kinds, reinterpret_cast<uintptr_t>(symbol->link));
-        ++state.symbols;
     }
     return state;
 }

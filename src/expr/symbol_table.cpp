@@ -16,10 +16,12 @@
 #include <array>
 #include <cstring>
 #include <iterator>
+#include <vector>
 
 constexpr size_t BUCKET_COUNT = 256;
 
 Symbol *symbol_list;
+std::vector<Symbol *> symbols_by_age;
 uint32_t scope_number;
 
 // The last symbol of each bucket's run on symbol_list.
@@ -31,6 +33,14 @@ static NameIndex<Symbol> symbol_index;
 // looked for here first: in the place of its characters stands the symbol found last.
 constexpr uint32_t SHORTEST_BITS = 5; // of each character
 static std::array<Symbol *, 1 << (2 * SHORTEST_BITS)> shortest_symbols;
+
+// The passes look the same names up in the same order, but for what conditions leave out: by the
+// number of the lookup in its pass, what it found last time. Where that has the name it is right.
+static std::vector<Symbol *> found_symbols;
+static size_t lookup_number;
+
+// Lookups beyond these of a pass, as in endless expansions, all go through the index.
+constexpr size_t FOUND_SYMBOLS_MAX = size_t{1} << 20;
 
 std::string_view counted_by_end(std::string_view name)
 {
@@ -70,6 +80,7 @@ static void link_symbol(Symbol *symbol)
     symbol->next = *link;
     *link = symbol;
     *end = symbol;
+    symbols_by_age.push_back(symbol);
 }
 
 // The mark of a second definition takes the place of a local label's scope: nothing finds it again.
@@ -93,20 +104,51 @@ static bool is_out_of_reach(const Symbol *symbol)
     return symbol;
 }
 
-// `last` is the last_word of the name.
-static Symbol *find_by_hash(std::string_view name, uint64_t last)
+// What is looked for.
+struct WantedName {
+    std::string_view text;
+    uint64_t last; // its last_word
+    uint32_t scope;
+};
+
+static bool has_name(const Symbol *symbol, const WantedName &name)
+{
+    return symbol->last_word == name.last && symbol->scope == name.scope &&
+           is_same_name(symbol_name(*symbol), name.text);
+}
+
+static Symbol *find_by_hash(const WantedName &name)
+{
+    const uint32_t hash = hash_name(name.text, name.last, name.scope);
+    auto *slot = find_slot(symbol_index, hash,
+                           [&name](const Symbol *symbol) { return has_name(symbol, name); });
+    if (slot == nullptr || is_out_of_reach(slot->record))
+        return make_symbol(name.text, hash, slot);
+    return slot->record;
+}
+
+[[gnu::noinline]] static Symbol *find_unforeseen(const WantedName &name)
+{
+    Symbol *symbol = find_by_hash(name);
+    if (lookup_number < found_symbols.size())
+        found_symbols[lookup_number] = symbol;
+    else if (lookup_number < FOUND_SYMBOLS_MAX)
+        found_symbols.push_back(symbol);
+    ++lookup_number;
+    return symbol;
+}
+
+static Symbol *find_by_order(std::string_view text, uint64_t last)
 {
     // A local label is itself only in the scope that its record was made in.
-    const uint32_t scope = is_digit(*name.data()) ? scope_number : 0;
-    const uint32_t hash = hash_name(name, last, scope);
-    const auto is_wanted = [name, last, scope](const Symbol *symbol) {
-        return symbol->last_word == last && symbol->scope == scope &&
-               is_same_name(symbol_name(*symbol), name);
-    };
-    auto *slot = find_slot(symbol_index, hash, is_wanted);
-    if (slot == nullptr || is_out_of_reach(slot->record))
-        return make_symbol(name, hash, slot);
-    return slot->record;
+    const WantedName name = {text, last, is_digit(*text.data()) ? scope_number : 0};
+    if (lookup_number >= found_symbols.size())
+        return find_unforeseen(name);
+    Symbol *symbol = found_symbols[lookup_number];
+    if (!has_name(symbol, name) || is_out_of_reach(symbol))
+        return find_unforeseen(name);
+    ++lookup_number;
+    return symbol;
 }
 
 static Symbol *find_shortest(std::string_view name)
@@ -118,7 +160,7 @@ static Symbol *find_shortest(std::string_view name)
     const uint64_t last = last_word(name);
     // One and two characters never make the same word.
     if (place == nullptr || place->last_word != last)
-        place = find_by_hash(name, last);
+        place = find_by_hash({name, last, 0});
     return place;
 }
 
@@ -127,7 +169,13 @@ Symbol *find_symbol(std::string_view full_name)
     const std::string_view name = counted_name(full_name);
     if (name.size() <= 2 && !name.empty() && !is_digit(name.front()))
         return find_shortest(name);
-    return find_by_hash(name, last_word(name));
+    return find_by_order(name, last_word(name));
+}
+
+void reset_symbols_for_pass()
+{
+    scope_number = 0;
+    lookup_number = 0;
 }
 
 bool is_defined_above(Symbol *symbol)
@@ -183,6 +231,9 @@ void reset_symbols()
     std::fill(std::begin(bucket_ends), std::end(bucket_ends), nullptr);
     empty_index(&symbol_index);
     shortest_symbols.fill(nullptr);
+    found_symbols.clear();
+    lookup_number = 0;
+    symbols_by_age.clear();
     Symbol *old = symbol_list;
     symbol_list = nullptr;
     while (old != nullptr) {

@@ -6,6 +6,7 @@
 #include "expr/cross_reference.h"
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 // What kind of thing a symbol is: the bits of Symbol::flags.
 constexpr uint16_t SYM_PREDEFINED = 0x0001; // made by -d or the assembler; outlives a source file
@@ -61,9 +62,16 @@ struct Symbol {
 // the first time comes to the head. list_symbols sorts it.
 extern Symbol *symbol_list;
 
+// The same symbols in the order of their making, in which they lie in memory: for those who look at
+// all of them and don't mind which order they come in.
+extern std::vector<Symbol *> symbols_by_age;
+
 // The scope that local labels belong to. 0 at the head of a pass, advanced by each ordinary label,
 // by `include` and by `local`.
 extern uint32_t scope_number;
+
+// For the head of a pass.
+void reset_symbols_for_pass();
 
 // Finds the symbol of this name, in the present scope if it begins with a digit, and makes it if
 // there is none. Names are known by counted_name.

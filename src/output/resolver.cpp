@@ -85,7 +85,7 @@ static bool is_published(const Symbol &symbol)
 static std::vector<bool> find_needed_sections()
 {
     std::vector<bool> needed(256);
-    for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
+    for (const Symbol *symbol : symbols_by_age) {
         if (settings.keep_locals || (symbol->attrs & (ATTR_REFERENCED | ATTR_PUBLIC)) ||
             is_published(*symbol))
             needed[symbol->section_number] = true;
@@ -216,12 +216,15 @@ static void settle_alias(Symbol *symbol)
 // Chains end at bit symbols, so these are settled first.
 static void settle_aliases()
 {
+    std::vector<Symbol *> aliases;
     for (Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
         detach_from_weak(symbol);
         shorten_chain(symbol);
+        if (symbol->flags & SYM_ALIAS)
+            aliases.push_back(symbol);
     }
     for (const uint16_t bit : {SYM_BIT, uint16_t{0}}) {
-        for (Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
+        for (Symbol *symbol : aliases) {
             if ((symbol->flags & SYM_ALIAS) && (symbol->flags & SYM_BIT) == bit)
                 settle_alias(symbol);
         }
@@ -304,7 +307,7 @@ static bool find_late_sections()
 static bool find_late_symbols()
 {
     bool any_new = false;
-    for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
+    for (const Symbol *symbol : symbols_by_age) {
         if (is_late(*symbol))
             any_new |= late_symbols.emplace(symbol_name(*symbol)).second;
         const bool numbered_alias = symbol->object_index != 0 && (symbol->flags & SYM_ALIAS);
@@ -331,7 +334,7 @@ static bool is_stale(const Symbol &symbol)
 static bool find_stale_symbols()
 {
     bool any_new = false;
-    for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
+    for (const Symbol *symbol : symbols_by_age) {
         if (is_stale(*symbol) && (symbol->flags & SYM_LOCAL) == 0)
             any_new |= stale_symbols.emplace(symbol_name(*symbol)).second;
     }

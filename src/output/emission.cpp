@@ -31,7 +31,7 @@ static void store_byte(uint8_t byte)
 {
     if (is_bss())
         byte = 0;
-    else
+    else if (!pass_must_repeat)
         stream_put_byte(&current_section->code_stream, byte);
     if (lists_line())
         note_line_byte(byte);
@@ -51,7 +51,7 @@ void emit_fill(uint32_t byte, uint32_t count)
     const uint32_t shown = std::min<uint32_t>(count, LINE_BYTES_MAX);
     for (uint32_t i = 0; i < shown; ++i)
         emit_byte(byte);
-    if (pass_number != 0 && !is_bss())
+    if (pass_number != 0 && !pass_must_repeat && !is_bss())
         stream_fill(&current_section->code_stream, static_cast<uint8_t>(byte), count - shown);
     advance_location(count - shown);
 }
@@ -141,7 +141,7 @@ static void put_check_item(const ExprValue &value)
 
 void emit_relocation(uint8_t kind, const ExprValue &value)
 {
-    if (pass_number == 0 || is_bss())
+    if (pass_number == 0 || pass_must_repeat || is_bss())
         return;
     put_gap();
     if (kind == RK_CHECK) {

@@ -16,7 +16,7 @@
 
 LayoutRuns layout_runs;
 
-constexpr uint32_t RUN_STEPS_MAX = 64;
+constexpr uint32_t RUN_STEPS_MAX = 32;
 
 // What is known of a section, by its number.
 struct SectionPlaces {

@@ -18,8 +18,7 @@
 // - it moves towards the head of the section or not at all, and each label ahead is still near or
 //   still far;
 // - as many bytes above it as a branch reaches back all move by the same distance: the branches
-// back
-//   and the places of hops are what they were;
+//   back and the places of hops are what they were;
 // - a jump to a label ahead goes by the value from the pass before. That lies behind all branches
 //   that may hop through the jump, now and when the run was run last, so they don't mistake it for
 //   a label that they have passed; and two labels ahead never have one value. Then what a branch
@@ -450,8 +449,10 @@ static bool run_due_steps()
     for (uint32_t step = due.first; step < layout_record.items.size() && step <= due.last; ++step) {
         const LayoutItem &item = layout_record.items[step];
         if (has_location(item)) {
-            go_back_to_head();
-            begin_replayed_pass();
+            if (step != due.first) {
+                go_back_to_head();
+                begin_replayed_pass();
+            }
             return run_to_the_end(due.first);
         }
         if (!run_step_without_place(item))

@@ -90,9 +90,9 @@ static bool may_change(const char *text)
 void record_error(const char *message, std::string_view text)
 {
     last_is_pending = pass_number != 0 && pending_error.message == nullptr;
+    ++recorded_errors;
     if (!last_is_pending)
         return;
-    ++recorded_errors;
     pending_error.column = settings.explain ? reading_column() : NO_COLUMN;
     pending_error.message = message;
     pending_error.text = text;

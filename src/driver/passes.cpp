@@ -48,6 +48,16 @@
 #include "stmt/section_stacks.h"
 #include "stmt/statement.h"
 #include "target/replay.h"
+#include <algorithm>
+#include <cstdlib>
+#include <iterator>
+#include <vector>
+
+#ifdef NVASM8_CHECK_REPLAY
+constexpr bool checks_replay = true;
+#else
+constexpr bool checks_replay = false;
+#endif
 
 // The word of which a target may set bit 1 to have one pass more; this one doesn't.
 constexpr int32_t BRANCH_OPTIMISATION = 1;
@@ -145,15 +155,21 @@ bool run_pass()
     return pass_must_repeat;
 }
 
-// A fingerprint of what a pass hands on to the next beside the symbols.
-static uint64_t hash_carried_state()
+// A fingerprint of what tells the next pass how to read the text.
+static uint64_t hash_reading_state()
 {
     const RecordingState recording = recording_state();
-    uint64_t hash = mix(default_base, hash_debug_records());
-    hash = mix(hash, static_cast<uint32_t>(recording.form));
-    hash = mix(hash, static_cast<uint32_t>(recording.count));
+    uint64_t hash = mix(default_base, static_cast<uint32_t>(recording.form));
+    if (recording.form == RepeatForm::COUNT)
+        hash = mix(hash, static_cast<uint32_t>(recording.count));
     hash = mix(hash, static_cast<uint32_t>(recording.macro_nesting));
     return mix(hash, static_cast<uint32_t>(recording.repeat_nesting));
+}
+
+// The same of all that a pass hands on to the next beside the symbols.
+static uint64_t hash_carried_state()
+{
+    return mix(hash_reading_state(), hash_debug_records());
 }
 
 // What the passes move. The values are added up, so that replay can tell what its changes come to.
@@ -227,15 +243,11 @@ static Replays run_replays(Course *course, State state)
     begin_replay();
     for (;;) {
         const ReplayResult result = replay_pass(&state.values);
-        if (result != ReplayResult::MOVED) {
-            store_replayed_values();
+        if (result != ReplayResult::MOVED)
             return result == ReplayResult::SETTLED ? Replays::SETTLED : Replays::DIVERGED;
-        }
         ++pass_number;
-        if (!advance(course, state.kinds + state.values)) {
-            store_replayed_values();
+        if (!advance(course, state.kinds + state.values))
             return Replays::ENDLESS;
-        }
     }
 }
 
@@ -247,16 +259,54 @@ static bool can_replay(uint64_t state_at_head)
     if (!recorded || text_has_changed() || error_count != 0 ||
         state_at_head != hash_pass_boundary())
         return false;
-#ifdef NVASM8_CHECK_REPLAY
-    check_replay();
-#endif
+    if (checks_replay)
+        check_replay();
     return true;
 }
 
-void run_passes_until_settled()
+// Whether the passes of this source may be replayed.
+static bool replays_passes()
+{
+    return !settings.opt_no_branch_opt && !settings.replay_off;
+}
+
+// Whether the sizing pass has left a record that the passes after it can be replayed from.
+static bool sizing_recorded;
+
+void run_sizing_pass()
+{
+    const auto state = [] {
+        return mix(mix(hash_reading_state(), hash_saved_sections()), line_directive_position.bias);
+    };
+    const uint64_t state_at_head = state();
+    if (replays_passes())
+        begin_layout_record();
+    run_pass();
+    // Under -u the passes after it record errors that it can't know of.
+    sizing_recorded = replays_passes() && finish_sizing_record() && connect_forward_branches() &&
+                      state() == state_at_head && !settings.undefined_in_listing;
+}
+
+// Replays the passes that follow the sizing pass, up to one that moves nothing. False, with nothing
+// changed, if they don't come to one: then they are run as text, and tell why.
+static bool replay_from_sizing()
+{
+    if (!sizing_recorded || error_count != 0)
+        return false;
+    State state = look_at_symbols();
+    Course course = {0, DRIFTING_PASSES_MAX + state.symbols, 1, 0};
+    if (run_replays(&course, state) != Replays::SETTLED) {
+        pass_number = 1;
+        return false;
+    }
+    store_replayed_values();
+    return true;
+}
+
+// The passes after the sizing pass, as text and over its records.
+static void run_passes(bool records)
 {
     Course course = {0, 0, 1, 0};
-    bool records = !settings.opt_no_branch_opt && !settings.replay_off;
     for (;;) {
         const uint64_t state_at_head = hash_pass_boundary();
         if (records)
@@ -272,6 +322,7 @@ void run_passes_until_settled()
         if (!records || !can_replay(state_at_head))
             continue;
         const Replays replays = run_replays(&course, state);
+        store_replayed_values();
         if (replays == Replays::ENDLESS) {
             report_unsettled_labels();
             break;
@@ -279,6 +330,37 @@ void run_passes_until_settled()
         // Now the text pass to which the last replay came; it moves nothing.
         records = replays != Replays::SETTLED;
     }
+}
+
+static std::vector<uint32_t> symbol_values()
+{
+    std::vector<uint32_t> values;
+    std::ranges::transform(symbols_by_age, std::back_inserter(values), &Symbol::value);
+    return values;
+}
+
+// Goes the long way, too, which must come to the same without an error.
+static void check_replay_from_sizing(const std::vector<uint32_t> &values_before)
+{
+    const std::vector<uint32_t> settled = symbol_values();
+    for (size_t i = 0; i < values_before.size(); ++i)
+        symbols_by_age[i]->value = values_before[i];
+    pass_number = 1;
+    run_passes(true);
+    if (error_count != 0 || symbol_values() != settled)
+        std::abort();
+}
+
+void run_passes_until_settled()
+{
+    std::vector<uint32_t> values_before;
+    if (checks_replay)
+        values_before = symbol_values();
+    const bool settled = replay_from_sizing();
+    if (settled && checks_replay)
+        check_replay_from_sizing(values_before);
+    else
+        run_passes(replays_passes() && !settled);
     drop_layout_record();
 }
 

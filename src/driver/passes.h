@@ -8,6 +8,9 @@ void prepare_passes();
 // needed.
 bool run_pass();
 
+// The sizing pass, recorded where the passes after it may be replayed.
+void run_sizing_pass();
+
 // Passes until nothing moves. At least one runs. Reports "labels do not settle".
 void run_passes_until_settled();
 

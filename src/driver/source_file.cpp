@@ -59,7 +59,7 @@ static void merge_new_sections()
     forget_section_stacks();
     init_sections();
     pass_number = 0;
-    run_pass();
+    run_sizing_pass();
 }
 
 static void handle_section_overflow()
@@ -85,7 +85,7 @@ static void note_carried_state()
 
 static void size_source()
 {
-    run_pass();
+    run_sizing_pass();
     if (section_count > SECTIONS_MAX)
         handle_section_overflow();
 }

@@ -109,8 +109,9 @@ static void subtract_relocatable(ExprValue *left, const ExprValue &right)
         record_error(messages::BAD_RELOCATABLE);
     } else if (is_relocatable(right)) {
         // The distance of two places in one section is a number. Part selections are not looked at.
-        if (left->section_number != right.section_number || is_undefined(left->symbol) ||
-            is_undefined(right.symbol))
+        const bool known = left->section_number == right.section_number &&
+                           !is_undefined(left->symbol) && !is_undefined(right.symbol);
+        if (!known && !record_early_distance(*left, right))
             record_error(messages::BAD_RELOCATABLE);
         set_absolute(left, left->value);
     } else if (selects_part(*left)) {

@@ -215,7 +215,8 @@ static void macro_directive(const Statement &statement)
             return;
         }
         // The macro overrides an instruction or a directive, which stays reachable after a
-        // backslash.
+        // backslash. In the next pass what stands above calls the macro as well.
+        spoil_layout_record();
         shadow_keyword(keyword);
         keyword->flags = KW_MACRO;
         keyword->body = nullptr;

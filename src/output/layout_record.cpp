@@ -30,6 +30,18 @@ struct EarlyRead {
 };
 static std::vector<EarlyRead> early_reads;
 
+// Two places whose distance the sizing pass has taken ahead of one of them. Null is a place in the
+// section without a name.
+struct EarlyPlace {
+    const Symbol *symbol;
+    uint8_t section_number;
+};
+struct EarlyDistance {
+    EarlyPlace from;
+    EarlyPlace to;
+};
+static std::vector<EarlyDistance> early_distances;
+
 // The cells that hold whether a symbol has ATTR_CODE.
 static std::unordered_map<const Symbol *, uint32_t> code_cells;
 
@@ -65,7 +77,9 @@ void drop_layout_record()
     layout_record.numbers.clear();
     layout_record.reads.clear();
     layout_record.sections.clear();
+    layout_record.forward_branches.clear();
     early_reads.clear();
+    early_distances.clear();
     code_cells.clear();
     recording = false;
 }
@@ -128,9 +142,8 @@ static bool list_sections()
     return true;
 }
 
-bool finish_layout_record()
+static void note_values()
 {
-    recording = false;
     for (size_t cell = 0; cell < layout_record.symbols.size(); ++cell) {
         const Symbol *symbol = layout_record.symbols[cell];
         if (symbol == nullptr)
@@ -138,8 +151,58 @@ bool finish_layout_record()
         layout_record.values[cell] = cell_value(symbol, layout_record.holds_code[cell]);
         layout_record.numbers[cell] = (symbol->attrs & ATTR_ABSOLUTE) != 0;
     }
+}
+
+bool finish_layout_record()
+{
+    recording = false;
+    note_values();
     return !spoiled && errors_at_head == recorded_errors && uses_at_head == noted_uses &&
            std::ranges::all_of(early_reads, kept_its_kind) && list_sections();
+}
+
+// Whether a symbol that the sizing pass has read as a place of no section is one: a label in a
+// section whose addresses are neither short nor long nor numbers, or still an external.
+static bool turned_into_place(const EarlyRead &read)
+{
+    constexpr uint8_t UNREAD = ATTR_PUBLIC | ATTR_DEFINED;
+    const EarlyRead now = kind_of(read.symbol);
+    return (read.attrs & ATTR_DEFINED) == 0 && (read.flags & SYM_ALIAS) == 0 &&
+           now.flags == read.flags && (now.attrs & ~UNREAD) == (read.attrs & ~UNREAD);
+}
+
+static bool is_undefined(const Symbol *symbol)
+{
+    return symbol != nullptr && (symbol->attrs & ATTR_DEFINED) == 0;
+}
+
+static uint8_t section_of(const EarlyPlace &place)
+{
+    return place.symbol != nullptr ? place.symbol->section_number : place.section_number;
+}
+
+static bool lies_in_section(const EarlyDistance &distance)
+{
+    return !is_undefined(distance.from.symbol) && !is_undefined(distance.to.symbol) &&
+           section_of(distance.from) == section_of(distance.to);
+}
+
+// Where a section has been moved by an `org` its labels were elsewhere ahead of that.
+static bool sections_stand()
+{
+    return std::ranges::all_of(layout_record.sections, [](const Section *section) {
+        return section == nullptr || section->base_address == 0;
+    });
+}
+
+bool finish_sizing_record()
+{
+    recording = false;
+    note_values();
+    return !spoiled && errors_at_head == recorded_errors &&
+           std::ranges::all_of(early_reads, turned_into_place) &&
+           std::ranges::all_of(early_distances, lies_in_section) && list_sections() &&
+           sections_stand();
 }
 
 void spoil_layout_record()
@@ -147,8 +210,15 @@ void spoil_layout_record()
     spoiled = true;
 }
 
+static bool is_sizing()
+{
+    return pass_number == 0;
+}
+
 static bool is_defined_in_this_pass(const Symbol *symbol)
 {
+    if (is_sizing())
+        return (symbol->attrs & ATTR_DEFINED) != 0;
     return symbol->defined_in == static_cast<uint32_t>(pass_number);
 }
 
@@ -172,7 +242,8 @@ uint32_t record_read(Symbol *symbol)
     Symbol *end = follow_alias(symbol);
     if (end != nullptr && end != symbol)
         note_read(end);
-    const bool has_value = (symbol->attrs & ATTR_DEFINED) && (symbol->flags & SYM_WEAK) == 0;
+    const bool is_known = (symbol->attrs & ATTR_DEFINED) || is_sizing();
+    const bool has_value = is_known && (symbol->flags & SYM_WEAK) == 0;
     return has_value ? symbol->cell : 0;
 }
 
@@ -250,6 +321,15 @@ uint32_t record_computation(int32_t token, const ExprValue &left, const ExprValu
     return add_computation(token, left_cell, exact_cell(right));
 }
 
+bool record_early_distance(const ExprValue &left, const ExprValue &right)
+{
+    if (!recording || !is_sizing())
+        return false;
+    early_distances.push_back(
+        {{left.symbol, left.section_number}, {right.symbol, right.section_number}});
+    return true;
+}
+
 void record_decision(const ExprValue &value, uint32_t lowest, uint32_t highest)
 {
     if (!recording || value.cell == 0)
@@ -324,6 +404,8 @@ void record_equate(Symbol *symbol, const ExprValue &value)
 {
     if (!recording)
         return;
+    // What stands below will have a place in the next pass, and then its equate is no alias.
+    spoiled = spoiled || (is_sizing() && value.section_number == 0);
     record_inherited_code(symbol, value.symbol);
     if (value.cell != 0) {
         add_definition(LayoutStep::EQUATE, symbol, value);
@@ -385,6 +467,17 @@ void record_org(const ExprValue &address, uint32_t size)
     current_section->moves = true;
 }
 
+// What the branch is relative to must be the symbol itself: of a sum of several the next pass may
+// make something else.
+static void note_forward_branch(const ExprValue &target)
+{
+    if (!is_undefined(target.symbol))
+        return;
+    spoiled = spoiled || target.cell == 0 || target.cell != target.symbol->cell;
+    const auto step = static_cast<uint32_t>(layout_record.items.size() - 1);
+    layout_record.forward_branches.push_back({step, target.symbol});
+}
+
 void record_branch(uint8_t branch, const ExprValue &value, uint32_t size, bool serves_others)
 {
     if (!recording)
@@ -396,4 +489,6 @@ void record_branch(uint8_t branch, const ExprValue &value, uint32_t size, bool s
     item->detail = branch;
     set_source(item, value);
     current_section->moves = is_open;
+    if (is_sizing())
+        note_forward_branch(value);
 }

@@ -36,6 +36,12 @@ struct LayoutItem {
     uint32_t addend;  // added to it; of COMPUTE: the cell of the right operand
 };
 
+// A branch of the sizing pass to a symbol that stands below it, or is an external.
+struct ForwardBranch {
+    uint32_t step;
+    Symbol *symbol;
+};
+
 struct LayoutRecord {
     std::vector<LayoutItem> items;
     std::vector<uint32_t> values;  // of the cells, as the recorded pass left them
@@ -45,6 +51,7 @@ struct LayoutRecord {
     std::vector<bool> numbers;     // the symbol is a number, as the recorded pass left it
     std::vector<uint32_t> reads;   // how often the symbol was read, other than by aliases of it
     std::vector<Section *> sections; // by number
+    std::vector<ForwardBranch> forward_branches;
 };
 extern LayoutRecord layout_record;
 
@@ -54,6 +61,11 @@ void begin_layout_record();
 // At the end of the pass. False if something in it can't be run again: an error, or a symbol that
 // turned into another kind after it was read.
 bool finish_layout_record();
+
+// The same at the end of the sizing pass, which takes all that stands below for a place of no
+// section. False also if that isn't what it turned out to be, or if the next pass might record an
+// error. What the forward branches depend on is left to who knows about branches.
+bool finish_sizing_record();
 
 // Forgets the record, before symbols or sections go.
 void drop_layout_record();
@@ -71,6 +83,10 @@ uint32_t record_location();
 
 // Gives the cell of what the operator makes of two values.
 uint32_t record_computation(int32_t token, const ExprValue &left, const ExprValue &right);
+
+// The distance of two places of which one may stand below, in the sizing pass. False in other
+// passes: then both must be known, and in one section.
+bool record_early_distance(const ExprValue &left, const ExprValue &right);
 
 // A decision that holds for the values from `lowest` to `highest`, which may wrap round.
 void record_decision(const ExprValue &value, uint32_t lowest, uint32_t highest);

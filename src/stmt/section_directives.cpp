@@ -14,6 +14,7 @@
 #include "expr/name_places.h"
 #include "listing/listing.h"
 #include "output/debug_info.h"
+#include "output/layout_record.h"
 #include "output/section_table.h"
 #include "stmt/section_request.h"
 #include "stmt/section_stacks.h"
@@ -90,8 +91,11 @@ static Section *find_instance(Section *section, std::string_view name, bool keep
 static Section *select_instance(Section *section, std::string_view name)
 {
     const bool keeps = keeps_new();
-    if (pass_number == 0)
+    if (pass_number == 0) {
+        // The next pass merges the instances.
+        spoil_layout_record();
         return open_instance(section, name, keeps);
+    }
     return section != nullptr ? find_instance(section, name, keeps) : nullptr;
 }
 
@@ -193,6 +197,8 @@ static void select_bsct()
 {
     if (select_section(".bsct") != nullptr)
         note_debug_section();
+    else
+        spoil_layout_record();
 }
 
 static void bsct_directive(const Statement &)

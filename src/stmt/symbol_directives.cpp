@@ -293,9 +293,10 @@ static void declare_external(const Statement &statement, std::string_view name)
     // What stands above in a pass that is the first to tell so has taken the symbol for another
     // kind.
     const bool changed = symbol->attrs != before.attrs || symbol->flags != before.flags;
-    if (changed)
+    const bool was_used = (symbol->attrs & ATTR_REFERENCED) != 0;
+    if (changed && (was_used || pass_number != 0))
         spoil_layout_record();
-    if (changed && (symbol->attrs & ATTR_REFERENCED) && uses_must_settle())
+    if (changed && was_used && uses_must_settle())
         request_another_pass();
 }
 

@@ -39,6 +39,13 @@ struct Branch {
     }
 };
 
+// Whether it is written with an offset: it must stay in its section.
+inline bool is_relative(Branch branch)
+{
+    return branch.kind() == BranchKind::CONDITIONAL || branch.kind() == BranchKind::UNCONDITIONAL ||
+           branch.kind() == BranchKind::RELATIVE_CALL;
+}
+
 enum class BranchForm : uint8_t {
     AS_WRITTEN,
     HOP,      // with an offset, to a jump that goes to the target

@@ -39,12 +39,6 @@ static bool is_call(Branch branch)
     return branch.kind() == BranchKind::CALL || branch.kind() == BranchKind::RELATIVE_CALL;
 }
 
-static bool is_relative(Branch branch)
-{
-    return branch.kind() == BranchKind::CONDITIONAL || branch.kind() == BranchKind::UNCONDITIONAL ||
-           branch.kind() == BranchKind::RELATIVE_CALL;
-}
-
 static uint32_t least_length(const LayoutItem &item)
 {
     return item.step == LayoutStep::BRANCH ? short_length(Branch{item.detail}) : 0;

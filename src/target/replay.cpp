@@ -461,6 +461,22 @@ static bool run_due_steps()
     return true;
 }
 
+bool connect_forward_branches()
+{
+    for (const ForwardBranch &forward : layout_record.forward_branches) {
+        LayoutItem &item = layout_record.items[forward.step];
+        const bool is_external = (forward.symbol->attrs & ATTR_DEFINED) == 0;
+        const bool in_section = !is_external && forward.symbol->section_number == item.section;
+        if (is_external)
+            item.source = 0;
+        else if (in_section)
+            item.detail |= Branch::LOCAL | Branch::IN_SECTION;
+        else if (is_relative(Branch{item.detail}))
+            return false;
+    }
+    return true;
+}
+
 static void begin_replay_from(const std::vector<uint32_t> &start)
 {
     values = start;

@@ -9,6 +9,10 @@ enum class ReplayResult : uint8_t {
     DIVERGED, // the text would have been read in another way: likewise
 };
 
+// At the end of the sizing pass: tells its forward branches which of them stay in their section.
+// False if one doesn't that must, which the next pass reports.
+bool connect_forward_branches();
+
 // Makes the layout record ready. The passes follow on one that came to its values.
 void begin_replay();
 

@@ -4,11 +4,9 @@
 
 #include "base/memory.h"
 #include <algorithm>
-#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 #include <string>
 
 void init_stream(ByteStream *stream)
@@ -62,29 +60,6 @@ void stream_put_text(ByteStream *stream, std::string_view text)
         stream->free_count -= static_cast<uint32_t>(piece);
         text.remove_prefix(piece);
     }
-}
-
-// Puts the digits, `size` of them, with what fills the width ahead of them.
-static void put_aligned(ByteStream *stream, const char *digits, size_t size, size_t width,
-                        char filler)
-{
-    for (; width > size; --width)
-        stream_put_byte(stream, static_cast<uint8_t>(filler));
-    stream_put_text(stream, {digits, size});
-}
-
-void stream_put_number(ByteStream *stream, int32_t number, size_t width)
-{
-    char digits[sizeof "-2147483648"];
-    const auto end = std::to_chars(digits, std::end(digits), number).ptr;
-    put_aligned(stream, digits, static_cast<size_t>(end - digits), width, ' ');
-}
-
-void stream_put_hex(ByteStream *stream, uint32_t number, size_t width)
-{
-    char digits[sizeof "ffffffff"];
-    const auto end = std::to_chars(digits, std::end(digits), number, 16).ptr;
-    put_aligned(stream, digits, static_cast<size_t>(end - digits), width, '0');
 }
 
 void print_to(ByteStream *stream, const char *format, ...)

@@ -46,12 +46,6 @@ void stream_fill(ByteStream *stream, uint8_t byte, uint32_t count);
 
 void stream_put_text(ByteStream *stream, std::string_view text);
 
-// Numbers of a listing, which has too many for a format: in decimal, right-aligned in `width`
-// characters or more, as by %*ld, and in hexadecimal with leading zeros, `width` digits or more, as
-// by %0*lx.
-void stream_put_number(ByteStream *stream, int32_t number, size_t width);
-void stream_put_hex(ByteStream *stream, uint32_t number, size_t width);
-
 // The same as stream_put_text for a formatted text.
 [[gnu::format(printf, 2, 3)]] void print_to(ByteStream *stream, const char *format, ...);
 

@@ -2,6 +2,10 @@
 
 #include "base/number.h"
 
+#include <algorithm>
+#include <charconv>
+#include <iterator>
+
 static bool has_hex_prefix(const char *text)
 {
     return text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
@@ -40,4 +44,24 @@ const char *parse_number(const char *text, uint32_t *value, uint32_t base)
     }
     *value = negative ? 0 - number : number;
     return text;
+}
+
+char *write_number(char *room, int32_t number, size_t width)
+{
+    char digits[sizeof "-2147483648"];
+    const char *end = std::to_chars(digits, std::end(digits), number).ptr;
+    const auto size = static_cast<size_t>(end - digits);
+    if (width > size)
+        room = std::fill_n(room, width - size, ' ');
+    return std::copy_n(digits, size, room);
+}
+
+char *write_hex(char *room, uint32_t number, size_t width)
+{
+    constexpr size_t DIGITS_MAX = 8;
+    while (width < DIGITS_MAX && number >> (4 * width) != 0)
+        ++width;
+    for (size_t digit = width; digit-- > 0;)
+        *room++ = "0123456789abcdef"[number >> (4 * digit) & 0xF];
+    return room;
 }

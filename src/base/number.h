@@ -1,6 +1,7 @@
 // The number reader that the command line and the lexer share, and the character classes of both.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 // Plain ASCII classes, whatever the locale; characters above 127 belong to none.
@@ -34,3 +35,12 @@ constexpr uint32_t BASE_FROM_TEXT = 1;
 // (with no digits: where they should begin) and stores the value, which wraps at 32 bits without a
 // message.
 const char *parse_number(const char *text, uint32_t *value, uint32_t base);
+
+// Numbers of listings, which have too many for a format. They are written to `room`, without an end
+// mark; what follows them is returned.
+
+// In decimal, right-aligned in `width` characters or more, as by %*ld.
+char *write_number(char *room, int32_t number, size_t width);
+
+// In hexadecimal with leading zeros, `width` digits or more, as by %0*lx; `width` is at most 8.
+char *write_hex(char *room, uint32_t number, size_t width);

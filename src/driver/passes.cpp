@@ -308,9 +308,11 @@ static void run_passes(bool records)
 {
     Course course = {0, 0, 1, 0};
     for (;;) {
-        const uint64_t state_at_head = hash_pass_boundary();
-        if (records)
+        uint64_t state_at_head = 0;
+        if (records) {
+            state_at_head = hash_pass_boundary();
             begin_layout_record();
+        }
         if (!run_pass())
             break;
         const State state = look_at_symbols();

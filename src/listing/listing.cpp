@@ -7,6 +7,7 @@
 #include "base/byte_stream.h"
 #include "base/diagnostics.h"
 #include "base/file_names.h"
+#include "base/number.h"
 #include "base/output_files.h"
 #include "base/position.h"
 #include "base/settings.h"
@@ -168,20 +169,19 @@ void list_line()
 {
     page_check();
     const uint32_t line_number = settings.opt_xref ? line_ordinal : current_line();
-    stream_put_number(&listing_text, static_cast<int32_t>(line_number), 4);
-    stream_put_text(&listing_text, "  ");
+    char columns[64];
+    char *end = write_number(columns, static_cast<int32_t>(line_number), 4);
+    end = std::fill_n(end, 2, ' ');
     if (shows_address())
-        stream_put_hex(&listing_text, listed_line.address, ADDRESS_DIGITS);
+        end = write_hex(end, listed_line.address, ADDRESS_DIGITS);
     else
-        stream_fill(&listing_text, ' ', ADDRESS_DIGITS);
-    stream_put_text(&listing_text, " ");
-    for (uint32_t i = 0; i < BYTES_PER_LINE; ++i) {
-        if (i < listed_line.byte_count)
-            stream_put_hex(&listing_text, listed_line.bytes[i], 2);
-        else
-            stream_put_text(&listing_text, "  ");
-    }
-    stream_put_text(&listing_text, "  ");
+        end = std::fill_n(end, ADDRESS_DIGITS, ' ');
+    *end++ = ' ';
+    const uint32_t shown = std::min(listed_line.byte_count, BYTES_PER_LINE);
+    for (uint32_t i = 0; i < shown; ++i)
+        end = write_hex(end, listed_line.bytes[i], 2);
+    end = std::fill_n(end, 2 * (BYTES_PER_LINE - shown) + 2, ' ');
+    stream_put_text(&listing_text, {columns, end});
     stream_put_text(&listing_text, listed_line.start);
     list_error();
 }

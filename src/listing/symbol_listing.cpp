@@ -3,6 +3,7 @@
 #include "listing/symbol_listing.h"
 
 #include "base/byte_stream.h"
+#include "base/number.h"
 #include "expr/cross_reference.h"
 #include "expr/symbol_table.h"
 #include <algorithm>
@@ -80,14 +81,20 @@ static void print_attributes(ByteStream *stream, const Symbol *symbol)
     }
 }
 
+// A line number, right-aligned.
+static void put_number(ByteStream *stream, uint32_t line, size_t width)
+{
+    char room[UINT8_MAX + 32]; // a column as wide as the longest name, and a number
+    stream_put_text(stream, {room, write_number(room, static_cast<int32_t>(line), width)});
+}
+
 // The definition is the first number of the first row, the uses follow.
 static void print_lines(ByteStream *stream, const Symbol *symbol)
 {
     const int width = symbol_column_width + 6;
     if (symbol->def_line != 0 && !symbol->multiply_defined) {
         stream_put_text(stream, "\n");
-        stream_put_number(stream, static_cast<int32_t>(symbol->def_ordinal),
-                          static_cast<size_t>(width));
+        put_number(stream, symbol->def_ordinal, static_cast<size_t>(width));
     } else {
         print_to(stream, "\n%*s", width, "***");
     }
@@ -98,7 +105,7 @@ static void print_lines(ByteStream *stream, const Symbol *symbol)
                 print_to(stream, "\n%*s", symbol_column_width, "");
                 in_row = 0;
             }
-            stream_put_number(stream, static_cast<int32_t>(chunk->lines[i]), 6);
+            put_number(stream, chunk->lines[i], 6);
             ++in_row;
         }
     }
@@ -121,8 +128,9 @@ static void print_symbol(ByteStream *stream, const Symbol *symbol)
     if (symbol->flags & SYM_LITERAL) {
         print_literal(stream, symbol);
     } else {
-        stream_put_hex(stream, symbol->value, 8);
-        stream_put_text(stream, "   ");
+        char value[16];
+        char *end = write_hex(value, symbol->value, 8);
+        stream_put_text(stream, {value, std::fill_n(end, 3, ' ')});
     }
     print_state(stream, symbol);
     print_attributes(stream, symbol);

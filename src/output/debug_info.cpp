@@ -11,8 +11,10 @@
 #include "output/debug_symbols.h"
 #include "output/section_table.h"
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 
 // How this pass treats the records: compares them with those of the pass before, has found that
 // they differ, or builds them anew. Moved at the head of each pass by reset_debug_records.
@@ -135,9 +137,15 @@ static void add_formatted_record(uint8_t kind, const char *format, const char *f
     add_debug_record({text, std::min(static_cast<size_t>(length), sizeof text - 1)}, kind);
 }
 
+// One for each instruction: too many for a format.
 void debug_line_record()
 {
-    add_formatted_record(DEBUG_LINE, "%s:%ld", current_file_name(), current_line(), 0);
+    char text[TEXT_ROOM];
+    const std::string_view file = record_file_name(current_file_name());
+    char *end = text + file.copy(text, TEXT_ROOM - sizeof ":4294967295");
+    *end++ = ':';
+    end = std::to_chars(end, std::end(text), current_line()).ptr;
+    add_debug_record({text, end}, DEBUG_LINE);
 }
 
 // Where texts aren't stored the record at hand lends its text, so that only the kind is compared.

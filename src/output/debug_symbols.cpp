@@ -3,6 +3,7 @@
 
 #include "output/debug_symbols.h"
 
+#include "base/pass_state.h"
 #include "base/settings.h"
 #include "expr/evaluator.h"
 #include "expr/symbol_table.h"
@@ -116,6 +117,9 @@ void emit_debug_symbols()
             strings = emit_row(symbol, strings);
     }
     emit_word(0, 0);
+    // Nothing lies behind the strings whose place could matter.
+    if (pass_must_repeat)
+        return;
     for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
         if (is_shown(symbol))
             emit_strings(symbol);

@@ -21,19 +21,18 @@ static Bytes object_head;
 static std::vector<Piece> section_pieces;
 static Bytes object_records;
 
-// The offset in the file that has been reached.
-static uint32_t object_position;
+// The offset in the file behind what the sections hold so far, where the records will begin.
+static uint32_t sections_end;
+
+static uint32_t records_end()
+{
+    return sections_end + static_cast<uint32_t>(object_records.size());
+}
 
 static void append_word(Bytes *bytes, uint32_t word)
 {
     for (int shift = 24; shift >= 0; shift -= 8)
         bytes->push_back(static_cast<uint8_t>(word >> shift));
-}
-
-static void add_record(const Bytes &record)
-{
-    object_records.insert(object_records.end(), record.begin(), record.end());
-    object_position += static_cast<uint32_t>(record.size());
 }
 
 // Adds the contents of a section and its relocations, and its entry to the table.
@@ -53,10 +52,10 @@ static void add_section(const Section *section, Bytes *table)
         append_word(table, 0);
     } else {
         for (const ByteStream *stream : {&section->code_stream, &section->reloc_stream}) {
-            append_word(table, object_position);
+            append_word(table, sections_end);
             const uint32_t size = section->size != 0 ? append_pieces(stream, &section_pieces) : 0;
             append_word(table, size);
-            object_position += size;
+            sections_end += size;
         }
     }
     append_word(table, section->base_address);
@@ -77,15 +76,13 @@ static void add_symbol(Symbol *symbol, bool weak_definition)
 {
     if (symbol->flags & SYM_BIT)
         symbol->attrs |= ATTR_BIT;
-    Bytes record;
-    append_word(&record, symbol->value);
-    record.push_back(symbol->attrs);
-    record.push_back(symbol->section_number);
-    record.push_back(static_cast<uint8_t>(symbol->name_length + (weak_definition ? 1 : 0)));
+    append_word(&object_records, symbol->value);
+    object_records.push_back(symbol->attrs);
+    object_records.push_back(symbol->section_number);
+    object_records.push_back(static_cast<uint8_t>(symbol->name_length + (weak_definition ? 1 : 0)));
     if (weak_definition)
-        record.push_back(' ');
-    record.insert(record.end(), symbol->name, symbol->name + symbol->name_length);
-    add_record(record);
+        object_records.push_back(' ');
+    object_records.insert(object_records.end(), symbol->name, symbol->name + symbol->name_length);
 }
 
 static bool has_numbered_record(const Symbol *symbol)
@@ -128,13 +125,12 @@ static uint32_t add_debug_records()
     uint32_t count = 0;
     const DebugRecord *record = first_written_record();
     for (; record != nullptr; record = next_written_record(*record)) {
-        Bytes bytes;
-        append_word(&bytes, record->address);
-        bytes.push_back(record->kind);
-        bytes.push_back(static_cast<uint8_t>(record->section->number));
-        bytes.push_back(record->text_length);
-        bytes.insert(bytes.end(), record->text, record->text + record->text_length);
-        add_record(bytes);
+        append_word(&object_records, record->address);
+        object_records.push_back(record->kind);
+        object_records.push_back(static_cast<uint8_t>(record->section->number));
+        object_records.push_back(record->text_length);
+        object_records.insert(object_records.end(), record->text,
+                              record->text + record->text_length);
         ++count;
     }
     return count;
@@ -144,7 +140,7 @@ static void append_area(Bytes *head, uint32_t count, uint32_t offset)
 {
     append_word(head, count);
     append_word(head, offset);
-    append_word(head, object_position - offset);
+    append_word(head, records_end() - offset);
 }
 
 void build_object_file(const Machine &machine)
@@ -154,19 +150,19 @@ void build_object_file(const Machine &machine)
         error_count += settings.warnings_count ? 1 : 0;
         return;
     }
-    object_position = OBJECT_HEAD_SIZE + SECTION_ENTRY_SIZE * static_cast<uint32_t>(section_count);
+    sections_end = OBJECT_HEAD_SIZE + SECTION_ENTRY_SIZE * static_cast<uint32_t>(section_count);
     Bytes table;
     add_sections(&table);
 
     object_head = {OBJECT_MAGIC, machine.number, machine.variant,
                    static_cast<uint8_t>(section_count)};
-    const uint32_t symbol_offset = object_position;
+    const uint32_t symbol_offset = records_end();
     uint32_t symbol_total = add_numbered_symbols();
     if (settings.keep_locals)
         symbol_total += add_local_symbols();
     append_area(&object_head, symbol_total, symbol_offset);
 
-    const uint32_t debug_offset = object_position;
+    const uint32_t debug_offset = records_end();
     const uint32_t debug_total = add_debug_records();
     append_area(&object_head, debug_total, debug_offset);
     object_head.insert(object_head.end(), table.begin(), table.end());

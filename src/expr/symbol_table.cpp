@@ -159,17 +159,22 @@ static Symbol *find_shortest(std::string_view name)
     Symbol *&place = shortest_symbols[(first & MASK) << SHORTEST_BITS | (second & MASK)];
     const uint64_t last = last_word(name);
     // One and two characters never make the same word.
-    if (place == nullptr || place->last_word != last)
+    if (place == nullptr || place->last_word != last) [[unlikely]]
         place = find_by_hash({name, last, 0});
     return place;
 }
 
-Symbol *find_symbol(std::string_view full_name)
+// Not inlined, for the sake of the shortest names.
+[[gnu::noinline]] static Symbol *find_longer(std::string_view full_name)
 {
     const std::string_view name = counted_name(full_name);
-    if (name.size() <= 2 && !name.empty() && !is_digit(name.front()))
-        return find_shortest(name);
     return find_by_order(name, last_word(name));
+}
+
+Symbol *find_symbol(std::string_view name)
+{
+    const bool is_shortest = name.size() == 1 || name.size() == 2;
+    return is_shortest && !is_digit(name.front()) ? find_shortest(name) : find_longer(name);
 }
 
 void reset_symbols_for_pass()

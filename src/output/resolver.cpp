@@ -213,9 +213,16 @@ static void settle_alias(Symbol *symbol)
     note_alias_change();
 }
 
+static bool may_be_alias(const Symbol *symbol)
+{
+    return (symbol->flags & SYM_ALIAS) || symbol->link != nullptr;
+}
+
 // Chains end at bit symbols, so these are settled first.
 static void settle_aliases()
 {
+    if (std::ranges::none_of(symbols_by_age, may_be_alias))
+        return;
     std::vector<Symbol *> aliases;
     for (Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
         detach_from_weak(symbol);
@@ -348,11 +355,24 @@ bool find_late_needs()
     return find_stale_symbols() || any_new_symbol || any_new_section;
 }
 
+static bool is_late_undefined(const Symbol *symbol)
+{
+    const bool undefined = is_undefined(*symbol) && was_used_last(*symbol);
+    return (undefined || is_stale(*symbol)) && (symbol->flags & SYM_REPORTED) == 0;
+}
+
+// What reports find is told in the order of the list; mostly there is nothing.
+static bool none_is(bool (*is_reported)(const Symbol *))
+{
+    return std::ranges::none_of(symbols_by_age, is_reported);
+}
+
 void report_late_undefined()
 {
+    if (none_is(is_late_undefined))
+        return;
     for (Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
-        const bool undefined = is_undefined(*symbol) && was_used_last(*symbol);
-        if ((undefined || is_stale(*symbol)) && (symbol->flags & SYM_REPORTED) == 0)
+        if (is_late_undefined(symbol))
             report_undefined(symbol);
     }
 }
@@ -372,9 +392,14 @@ static void report_late_sections()
 // stand for an external.
 static void report_unnumbered_symbols()
 {
-    for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
+    const auto is_unnumbered = [](const Symbol *symbol) {
         const bool is_public = symbol->object_index != 0 || (symbol->attrs & ATTR_PUBLIC);
-        if (((symbol->flags & SYM_ALIAS) && is_public) || is_late(*symbol))
+        return ((symbol->flags & SYM_ALIAS) && is_public) || is_late(*symbol);
+    };
+    if (none_is(is_unnumbered))
+        return;
+    for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
+        if (is_unnumbered(symbol))
             report_public_alias(symbol);
     }
 }
@@ -383,9 +408,14 @@ static void report_unnumbered_symbols()
 // still hold.
 static void report_long_weak_names()
 {
+    const auto is_too_long = [](const Symbol *symbol) {
+        return symbol->object_index != 0 && is_weak_definition(*symbol) &&
+               symbol->name_length == UINT8_MAX;
+    };
+    if (none_is(is_too_long))
+        return;
     for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
-        if (symbol->object_index != 0 && (symbol->flags & SYM_WEAK) &&
-            (symbol->attrs & ATTR_DEFINED) && symbol->name_length == UINT8_MAX)
+        if (is_too_long(symbol))
             report_symbol(symbol, definition_line(symbol), messages::BAD_SYMBOL_NAME,
                           symbol_name(*symbol));
     }

@@ -116,21 +116,19 @@ static uint8_t direct_mode(const ExprValue &value)
 
 uint8_t parse_operand(ExprValue *value)
 {
-    switch (peek_token()) {
+    const int32_t token = next_token();
+    switch (token) {
     case TOK_HASH:
-        next_token();
         parse_expression(value);
         return fits_signed_byte(*value) ? AM_IMM8 : AM_IMM16;
     case TOK_REGISTER:
-        next_token();
         return static_cast<uint8_t>(token_register);
     case TOK_LBRACKET:
-        next_token();
         return parse_pointer(value) ? AM_PTR_SHORT : AM_PTR_LONG;
     case TOK_LPAREN:
-        next_token();
         return parse_indexed(value);
     default:
+        unget_token(token);
         parse_expression(value);
         return direct_mode(*value);
     }

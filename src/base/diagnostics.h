@@ -86,7 +86,8 @@ struct NoteMaker {
 };
 void set_note_maker(const NoteMaker &maker);
 
-// How many errors record_error has taken in this run, counted or not.
+// How many errors record_error has been handed in this run, whatever becomes of them: those of the
+// sizing pass are forgotten at once.
 extern uint32_t recorded_errors;
 
 // Whether the current line has an error that isn't printed yet.

@@ -21,10 +21,11 @@
 // 1 is void. Pass 2 chooses the same forms for 326, meets `far` at 326, and stands.
 //
 // A label that settles in pass n lets those above it settle in pass n + 1, so long programs take
-// many passes. Once two of them read the same text, the next ones run over a record of what the
-// last one decided (target/replay.cpp), and the text is assembled once more at the end. Labels that
-// decide conditions may walk in a circle instead, which the fingerprint of the state shows. When a
-// listing is wanted and branches are optimised, one pass more does the same again and lists.
+// many passes. Those that would read the same text as the one before, the sizing pass among them,
+// run over a record of what it decided (target/replay.cpp), and the text is assembled once more at
+// the end. Labels that decide conditions may walk in a circle instead, which the fingerprint of the
+// state shows. When a listing is wanted and branches are optimised, one pass more does the same
+// again and lists.
 
 #include "driver/passes.h"
 

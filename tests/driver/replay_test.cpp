@@ -270,6 +270,55 @@ TEST(Replay, PassesOverWhatOnlyMoves)
         expect_same_outcome(long_program(seed));
 }
 
+// What the sizing pass takes for a place below, or can't see, may be something else in the next
+// one.
+TEST(Replay, KnowsWhatTheSizingPassCannotTell)
+{
+    const std::string unknowns[] = {
+        " ld a,below\n ld a,(below,x)\nbelow: equ 9",
+        " ld a,short\n switch .bsct\nshort: ds.b 1\n switch .text",
+        "e: equ below\n jreq e\n dc.w e\nbelow: nop",
+        "e: equ below-head\n ldw x,#e\nbelow: nop",
+        " jp below\n call below\n dc.w below,outside\n jra outside\n xref outside\nbelow: nop",
+        " jreq elsewhere\n switch .data\nelsewhere: dc.b 1\n switch .text",
+        " jp elsewhere\n switch .data\nelsewhere: dc.b 1\n switch .text",
+        " ldw x,#below-head\n dc.w below-head,tail-below\n ds.b 9\nbelow: nop",
+        " dc.w below-head\n switch .data\nbelow: nop\n switch .text",
+        " dc.w outside-head\n xref outside",
+        " jreq below+tail-head-tail+head\nbelow: nop",
+        " jrf below\n nop\nbelow: nop",
+        " jrne later\nlater: nop\n wdef later",
+        "known: nop\n dc.w known\n wdef known",
+        " ldw x,declared\n xref.b declared",
+        " ld a,#1\nld: macro\n nop\n endm",
+        " nop\n switch lower\n nop\nlower: section\n switch .text",
+        " nop\n bsct\n nop\n switch .text",
+        "n: section new\n jreq n1\nn1: nop\nn: section new\n nop\n switch .text",
+        "abs: section abs\n switch abs\nahead: org $8000\n jreq inside\ninside:\n switch .text\n"
+        " dc.w ahead,inside",
+        " ifeq below-below+below\n nop\n endif\nbelow: nop",
+        " repeat (below-head)&3\n nop\n endr\nbelow: nop",
+        "v: set v+1\n ds.b v",
+        "b: equ below:1\n bset b\nbelow: equ 3",
+        " bset below,#1\n btjt below,#1,tail\nbelow: nop",
+        " dc.b high(below),low(below)\n ldw x,#high(below)\nbelow: nop",
+        " dc.b below\nbelow: nop",
+        " ld a,missing",
+        " jreq missing",
+        " dc.b 300",
+        " foo",
+        "head: nop",
+        " lit",
+    };
+    for (const std::string &unknown : unknowns) {
+        for (const Options &options :
+             {Options{}, Options{"-l", "-c"}, Options{"-x"}, Options{"-u"}}) {
+            expect_same_outcome(unknown + "\n" + staircase(8), options);
+            expect_same_outcome(staircase(8) + unknown + "\n", options);
+        }
+    }
+}
+
 TEST(Replay, FollowsEveryValue)
 {
     const std::string cases[] = {

@@ -288,11 +288,18 @@ void run_sizing_pass()
                       state() == state_at_head && !settings.undefined_in_listing;
 }
 
+// Relocations with higher numbers are errors, which only the passes that store them record.
+static bool numbers_fit_relocations()
+{
+    return std::ranges::all_of(
+        symbols_by_age, [](const Symbol *symbol) { return symbol->object_index <= UINT16_MAX; });
+}
+
 // Replays the passes that follow the sizing pass, up to one that moves nothing. False, with nothing
 // changed, if they don't come to one: then they are run as text, and tell why.
 static bool replay_from_sizing()
 {
-    if (!sizing_recorded || error_count != 0)
+    if (!sizing_recorded || error_count != 0 || !numbers_fit_relocations())
         return false;
     State state = look_at_symbols();
     Course course = {0, DRIFTING_PASSES_MAX + state.symbols, 1, 0};

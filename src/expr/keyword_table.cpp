@@ -8,12 +8,17 @@
 #include "expr/name_index.h"
 #include "expr/symbol_table.h"
 #include <algorithm>
+#include <array>
 
 constexpr size_t FOLDED_ROOM = 256;
 
 bool bypass_macro;
 
 static NameIndex<Keyword> keyword_index;
+
+// A source uses some dozen words over and over: those found last, by a hash of their last_word.
+constexpr uint32_t RECENT_BITS = 8;
+static std::array<Keyword *, 1 << RECENT_BITS> recent_keywords;
 
 // Puts the name in lower case into `room`.
 static std::string_view fold_name(std::string_view name, char (&room)[FOLDED_ROOM])
@@ -56,12 +61,14 @@ static bool overrides_keyword(const Keyword *keyword)
     return keyword->shadow != nullptr;
 }
 
+static Keyword *as_called(Keyword *keyword)
+{
+    return bypass_macro && overrides_keyword(keyword) ? keyword->shadow : keyword;
+}
+
 static Keyword *keyword_in(const NameIndex<Keyword>::Slot *slot)
 {
-    if (slot == nullptr)
-        return nullptr;
-    Keyword *keyword = slot->record;
-    return bypass_macro && overrides_keyword(keyword) ? keyword->shadow : keyword;
+    return slot != nullptr ? as_called(slot->record) : nullptr;
 }
 
 // Not inlined: the room would cost the lookups of short names time.
@@ -76,6 +83,22 @@ static Keyword *keyword_in(const NameIndex<Keyword>::Slot *slot)
     return keyword_in(find_slot(keyword_index, hash_name(name, last), is_wanted));
 }
 
+static bool is_short_keyword(const Keyword *keyword, size_t size, uint64_t last)
+{
+    return keyword->last_word == last && keyword->name_length == size;
+}
+
+[[gnu::noinline]] static Keyword *find_short_keyword(size_t size, uint64_t last, Keyword **recent)
+{
+    const auto is_wanted = [size, last](const Keyword *keyword) {
+        return is_short_keyword(keyword, size, last);
+    };
+    const auto *slot = find_slot(keyword_index, hash_short_name(size, last), is_wanted);
+    if (slot != nullptr)
+        *recent = slot->record;
+    return keyword_in(slot);
+}
+
 Keyword *find_keyword(std::string_view full_name)
 {
     const std::string_view name = counted_name(full_name);
@@ -83,10 +106,10 @@ Keyword *find_keyword(std::string_view full_name)
     if (size > SHORT_NAME_MAX)
         return find_long_keyword(name);
     const uint64_t last = folded_last_word(name);
-    const auto is_wanted = [size, last](const Keyword *keyword) {
-        return keyword->last_word == last && keyword->name_length == size;
-    };
-    return keyword_in(find_slot(keyword_index, hash_short_name(size, last), is_wanted));
+    Keyword *&recent = recent_keywords[last * 0x9E3779B97F4A7C15 >> (64 - RECENT_BITS)];
+    if (recent != nullptr && is_short_keyword(recent, size, last))
+        return as_called(recent);
+    return find_short_keyword(size, last, &recent);
 }
 
 void shadow_keyword(Keyword *keyword)
@@ -134,6 +157,7 @@ void visit_macros(void (*visit)(Keyword *))
 
 void drop_macros()
 {
+    recent_keywords.fill(nullptr);
     rebuild_index(&keyword_index, keyword_index.size, [](Keyword *keyword) {
         if (!is_macro(keyword))
             return true;

@@ -406,7 +406,7 @@ constexpr int32_t OTHER_TEXT = -1;
     return c == '.' ? TOK_DOT : operator_token(c);
 }
 
-static int32_t read_token_or_literal()
+[[gnu::always_inline]] static inline int32_t read_token_or_literal()
 {
     CharacterKind kind = kind_of(*line_cursor);
     if (kind.parts & BLANK) {

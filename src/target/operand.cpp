@@ -45,17 +45,20 @@ static uint8_t parse_register_index()
 
 // Reads what stands ahead of the index register, comma included. The result is AM_NONE, or the
 // pointer's mode for the index x.
-static uint8_t parse_offset(ExprValue *value)
+// `token` is the first of it.
+static uint8_t parse_offset(ExprValue *value, int32_t token)
 {
-    if (accept_token(TOK_COMMA)) {
+    if (token == TOK_COMMA) {
         *value = {0, nullptr, 0, RELOC_ABSOLUTE};
         return AM_NONE;
     }
     uint8_t pointer = AM_NONE;
-    if (accept_token(TOK_LBRACKET))
+    if (token == TOK_LBRACKET) {
         pointer = parse_pointer(value) ? AM_PTR_SHORT_X : AM_PTR_LONG_X;
-    else
+    } else {
+        unget_token(token);
         parse_expression(value);
+    }
     expect_token(TOK_COMMA);
     return pointer;
 }
@@ -90,9 +93,10 @@ static uint8_t indexed_mode(const ExprValue &value, uint8_t pointer, bool index_
 // Reads an indexed operand after its opening parenthesis.
 static uint8_t parse_indexed(ExprValue *value)
 {
-    if (accept_token(TOK_REGISTER))
+    const int32_t token = next_token();
+    if (token == TOK_REGISTER)
         return parse_register_index();
-    const uint8_t pointer = parse_offset(value);
+    const uint8_t pointer = parse_offset(value, token);
     expect_token(TOK_REGISTER);
     const auto index = static_cast<uint8_t>(token_register);
     if (index != AM_X && index != AM_Y && index != AM_SP)

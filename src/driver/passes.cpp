@@ -311,7 +311,7 @@ static bool replay_from_sizing()
     return true;
 }
 
-// The passes after the sizing pass, as text and over its records.
+// The text passes after the sizing pass, and replays of those that are recorded if `records`.
 static void run_passes(bool records)
 {
     Course course = {0, 0, 1, 0};

@@ -97,11 +97,6 @@ static void add_relocatable(ExprValue *left, const ExprValue &right)
     }
 }
 
-static bool is_undefined(const Symbol *symbol)
-{
-    return symbol != nullptr && (symbol->attrs & ATTR_DEFINED) == 0;
-}
-
 static void subtract_relocatable(ExprValue *left, const ExprValue &right)
 {
     left->value -= right.value;
@@ -110,7 +105,7 @@ static void subtract_relocatable(ExprValue *left, const ExprValue &right)
     } else if (is_relocatable(right)) {
         // The distance of two places in one section is a number. Part selections are not looked at.
         const bool known = left->section_number == right.section_number &&
-                           !is_undefined(left->symbol) && !is_undefined(right.symbol);
+                           !lacks_definition(left->symbol) && !lacks_definition(right.symbol);
         if (!known && !record_early_distance(*left, right))
             record_error(messages::BAD_RELOCATABLE);
         set_absolute(left, left->value);

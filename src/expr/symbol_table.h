@@ -102,6 +102,12 @@ inline std::string_view counted_name(std::string_view name)
     return length != 0 ? std::string_view(name.data(), length) : counted_by_end(name);
 }
 
+// Whether nothing has defined the symbol yet. Null, as of a value without a symbol, lacks nothing.
+inline bool lacks_definition(const Symbol *symbol)
+{
+    return symbol != nullptr && (symbol->attrs & ATTR_DEFINED) == 0;
+}
+
 inline std::string_view symbol_name(const Symbol &symbol)
 {
     return {symbol.name, symbol.name_length};

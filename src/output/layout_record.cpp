@@ -171,11 +171,6 @@ static bool turned_into_place(const EarlyRead &read)
            now.flags == read.flags && (now.attrs & ~UNREAD) == (read.attrs & ~UNREAD);
 }
 
-static bool is_undefined(const Symbol *symbol)
-{
-    return symbol != nullptr && (symbol->attrs & ATTR_DEFINED) == 0;
-}
-
 static uint8_t section_of(const EarlyPlace &place)
 {
     return place.symbol != nullptr ? place.symbol->section_number : place.section_number;
@@ -183,7 +178,7 @@ static uint8_t section_of(const EarlyPlace &place)
 
 static bool lies_in_section(const EarlyDistance &distance)
 {
-    return !is_undefined(distance.from.symbol) && !is_undefined(distance.to.symbol) &&
+    return !lacks_definition(distance.from.symbol) && !lacks_definition(distance.to.symbol) &&
            section_of(distance.from) == section_of(distance.to);
 }
 
@@ -471,7 +466,7 @@ void record_org(const ExprValue &address, uint32_t size)
 // make something else.
 static void note_forward_branch(const ExprValue &target)
 {
-    if (!is_undefined(target.symbol))
+    if (!lacks_definition(target.symbol))
         return;
     spoiled = spoiled || target.cell == 0 || target.cell != target.symbol->cell;
     const auto step = static_cast<uint32_t>(layout_record.items.size() - 1);

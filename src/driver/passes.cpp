@@ -226,11 +226,16 @@ static bool advance(Course *course, uint64_t state)
     return true;
 }
 
-// What a pass that is to be replayed must leave as it found it.
+// What the sizing pass must leave as it found it if the one after it is to be replayed.
+static uint64_t hash_sizing_boundary()
+{
+    return mix(mix(hash_reading_state(), hash_saved_sections()), line_directive_position.bias);
+}
+
+// The same for any other pass.
 static uint64_t hash_pass_boundary()
 {
-    uint64_t hash = mix(hash_carried_state(), hash_saved_sections());
-    hash = mix(hash, line_directive_position.bias);
+    uint64_t hash = mix(hash_sizing_boundary(), hash_debug_records());
     for (const Section *section = section_list; section != nullptr; section = section->next)
         hash = mix(hash, section->base_address);
     return hash;
@@ -238,7 +243,7 @@ static uint64_t hash_pass_boundary()
 
 enum class Replays { SETTLED, DIVERGED, ENDLESS };
 
-// Passes over the record of the text pass before, which was void.
+// Passes over the record of the pass before, which was void or the sizing pass.
 static Replays run_replays(Course *course, State state)
 {
     begin_replay();
@@ -276,16 +281,13 @@ static bool sizing_recorded;
 
 void run_sizing_pass()
 {
-    const auto state = [] {
-        return mix(mix(hash_reading_state(), hash_saved_sections()), line_directive_position.bias);
-    };
-    const uint64_t state_at_head = state();
+    const uint64_t state_at_head = hash_sizing_boundary();
     if (replays_passes())
         begin_layout_record();
     run_pass();
     // Under -u the passes after it record errors that it can't know of.
     sizing_recorded = replays_passes() && finish_sizing_record() && connect_forward_branches() &&
-                      state() == state_at_head && !settings.undefined_in_listing;
+                      hash_sizing_boundary() == state_at_head && !settings.undefined_in_listing;
 }
 
 // Relocations with higher numbers are errors, which only the passes that store them record.

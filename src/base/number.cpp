@@ -1,4 +1,4 @@
-// Number text to 32-bit word.
+// Number text to 32-bit word, and back.
 
 #include "base/number.h"
 

@@ -1,4 +1,5 @@
-// The number reader that the command line and the lexer share, and the character classes of both.
+// The number reader that the command line and the lexer share, the character classes of both, and
+// the numbers of listings.
 #pragma once
 
 #include <cstddef>

@@ -1,5 +1,5 @@
-// The sizing pass only counts, so that every label gets its first value from sizes alone. A bss
-// section only counts in every pass.
+// The sizing pass only counts, so that every label gets its first value from sizes alone. So does
+// what is left of a pass that has turned out void, and a bss section in every pass.
 
 #include "output/emission.h"
 

@@ -6,8 +6,8 @@
 #include "expr/evaluator.h"
 #include <cstdint>
 
-// One byte of section contents, of which the low 8 bits count. The sizing pass and bss sections
-// only count it. Records "value too large" where the section outgrows 4 GiB.
+// One byte of section contents, of which the low 8 bits count. The sizing pass, void passes and bss
+// sections only count it. Records "value too large" where the section outgrows 4 GiB.
 void emit_byte(uint32_t byte);
 
 // `count` times the same byte.
@@ -19,7 +19,7 @@ void emit_value(const ExprValue &value, bool one_byte);
 void emit_long(const ExprValue &value);
 
 // A relocation item of kind RK_ at the current location. Whoever writes the field sets the
-// section's reloc_position after it. Nothing in the sizing pass and in bss sections.
+// section's reloc_position after it. Nothing where bytes are only counted.
 void emit_relocation(uint8_t kind, const ExprValue &value);
 
 // In a run that keeps contexts, ahead of code and data: warns if the current section is one of room

@@ -43,9 +43,8 @@ static uint8_t parse_register_index()
     return index == AM_Y ? AM_IND_Y : AM_IND_X;
 }
 
-// Reads what stands ahead of the index register, comma included. The result is AM_NONE, or the
-// pointer's mode for the index x.
-// `token` is the first of it.
+// Reads what stands ahead of the index register, from its first token, comma included. The result
+// is AM_NONE, or the pointer's mode for the index x.
 static uint8_t parse_offset(ExprValue *value, int32_t token)
 {
     if (token == TOK_COMMA) {

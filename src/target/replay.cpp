@@ -291,8 +291,19 @@ static bool serves_when_near(Branch branch)
            (branch.kind() == BranchKind::UNCONDITIONAL && branch.has(Branch::IN_SECTION));
 }
 
-// False if the branch is a jump by a value that others may take for that of another label. Notes
-// what must hold for the run to be passed over.
+// Where the branch has come after a label that is still where it was, and looks near. No pass runs
+// the branch for the sake of that label, so the next one must.
+static bool has_come_near(uint32_t step, int32_t distance)
+{
+    if (distance > REACH_AHEAD)
+        return false;
+    add_due_next({step, step});
+    return true;
+}
+
+// False if the branch may do something else in the next pass, though nothing changes around it: if
+// it is a jump by a value that others may take for that of another label, or if it has come near.
+// Notes what must hold for the run to be passed over.
 static bool look_ahead(uint32_t step, const LayoutItem &item, const Run &run, Ahead **ahead)
 {
     const Tie tie = layout_runs.ties[step];
@@ -301,16 +312,16 @@ static bool look_ahead(uint32_t step, const LayoutItem &item, const Run &run, Ah
     const Branch branch = {item.detail};
     const uint32_t length = short_length(branch);
     const auto distance = static_cast<int32_t>(value_of(item) - current_location() - length);
+    if (tie == Tie::FAR_AHEAD)
+        return !has_come_near(step, distance);
     const int32_t apart = serves_when_near(branch) ? HOP_REACH - int32_t{short_length(branch)}
                                                    : -static_cast<int32_t>(REACH_BACK);
-    if (tie == Tie::AHEAD) {
-        const bool is_near = distance <= REACH_AHEAD;
-        const int32_t lowest = is_near ? apart : REACH_AHEAD + 1;
-        const int32_t highest = is_near ? REACH_AHEAD : INT32_MAX;
-        const uint32_t offset = current_section->size - run.start;
-        *(*ahead)++ = {item.source, item.addend - offset - length - static_cast<uint32_t>(lowest),
-                       static_cast<uint32_t>(highest - lowest)};
-    }
+    const bool is_near = distance <= REACH_AHEAD;
+    const int32_t lowest = is_near ? apart : REACH_AHEAD + 1;
+    const int32_t highest = is_near ? REACH_AHEAD : INT32_MAX;
+    const uint32_t offset = current_section->size - run.start;
+    *(*ahead)++ = {item.source, item.addend - offset - length - static_cast<uint32_t>(lowest),
+                   static_cast<uint32_t>(highest - lowest)};
     return distance >= apart;
 }
 

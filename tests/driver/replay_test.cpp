@@ -270,6 +270,23 @@ TEST(Replay, PassesOverWhatOnlyMoves)
         expect_same_outcome(long_program(seed));
 }
 
+static std::string repeated(int count, const std::string &lines)
+{
+    std::string text;
+    for (int i = 0; i < count; ++i)
+        text += lines;
+    return text;
+}
+
+// In the sizing pass the branches to `head`, at 0, hop through jumps to labels that are still
+// unknown. The next pass takes them their hops: what lies below moves down past the place that
+// `far` had, and to one pass looks near.
+TEST(Replay, RunsAgainWhatWasNearInOnePass)
+{
+    const std::string hops = repeated(20, " jreq tail\n jrne head\n ds.b 126\n");
+    expect_same_outcome("head:\n" + hops + " jreq far\n ds.b 128\nfar:\n ds.b 200\ntail:\n");
+}
+
 // What the sizing pass takes for a place below, or can't see, may be something else in the next
 // one.
 TEST(Replay, KnowsWhatTheSizingPassCannotTell)

@@ -9,6 +9,7 @@
 #include "target/layout_runs.h"
 
 #include "base/pass_state.h"
+#include "expr/lexer.h"
 #include "expr/symbol_table.h"
 #include "output/section_table.h"
 #include "target/branch_choice.h"
@@ -16,7 +17,7 @@
 
 LayoutRuns layout_runs;
 
-constexpr uint32_t RUN_STEPS_MAX = 32;
+constexpr uint32_t RUN_STEPS_MAX = 16;
 
 // What is known of a section, by its number.
 struct SectionPlaces {
@@ -28,6 +29,17 @@ struct SectionPlaces {
 };
 static std::vector<SectionPlaces> places;
 static std::vector<uint32_t> least_places; // of the steps
+
+// The distance of two places that both stand above, or what is computed of it. Steps without a
+// location that do nothing but this need not be run when all of these places have moved alike.
+struct Distance {
+    uint16_t section; // 0 if it is something else
+    uint32_t from;    // the step of the upper place
+};
+static std::vector<Distance> distances; // by step
+
+// Further up places seldom all move alike, and each run between them must tell that it was run.
+constexpr uint32_t DISTANCE_STEPS_MAX = 8 * RUN_STEPS_MAX;
 
 constexpr uint32_t NOWHERE = UINT32_MAX;
 
@@ -50,17 +62,64 @@ static bool is_room(const LayoutItem &item)
            item.step == LayoutStep::ORG;
 }
 
+static bool is_place(uint32_t step)
+{
+    const LayoutStep kind = layout_record.items[step].step;
+    return kind == LayoutStep::LABEL || kind == LayoutStep::PLACE;
+}
+
+static Distance distance_of_places(uint32_t step, const LayoutItem &item)
+{
+    const uint32_t left = layout_runs.setters[item.source];
+    const uint32_t right = layout_runs.setters[item.addend];
+    if (left >= step || right >= step || !is_place(left) || !is_place(right))
+        return {};
+    const uint16_t section = layout_record.items[left].section;
+    if (section != layout_record.items[right].section)
+        return {};
+    return {section, std::min(left, right)};
+}
+
+static Distance find_distance(uint32_t step)
+{
+    const LayoutItem &item = layout_record.items[step];
+    if (item.step == LayoutStep::COMPUTE && item.detail == TOK_MINUS)
+        return distance_of_places(step, item);
+    const uint32_t setter = layout_runs.setters[item.source];
+    const bool takes_one = item.step == LayoutStep::ASSIGN || item.step == LayoutStep::GUARD;
+    return takes_one && setter < step ? distances[setter] : Distance{};
+}
+
+static void find_distances()
+{
+    distances.clear();
+    for (uint32_t step = 0; step < layout_record.items.size(); ++step) {
+        const Distance distance = find_distance(step);
+        const bool keeps =
+            !layout_runs.sets_cells_again && step - distance.from <= DISTANCE_STEPS_MAX;
+        distances.push_back(keeps ? distance : Distance{});
+    }
+}
+
+static uint16_t home_of(uint32_t step)
+{
+    const LayoutItem &item = layout_record.items[step];
+    return has_location(item) ? item.section : distances[step].section;
+}
+
 static void find_places()
 {
     places.assign(layout_record.sections.size(), {0, NOWHERE, {}, false, NO_RUN});
     least_places.clear();
-    for (const LayoutItem &item : layout_record.items) {
-        SectionPlaces &section = places[item.section];
+    for (uint32_t step = 0; step < layout_record.items.size(); ++step) {
+        const LayoutItem &item = layout_record.items[step];
+        SectionPlaces &section = places[home_of(step)];
         section.least_size += item.gap;
         least_places.push_back(section.least_size);
         if (is_room(item))
             section.unsure.push_back(section.least_size);
-        const bool moves = item.step != LayoutStep::BRANCH || item.source != 0;
+        const bool moves =
+            has_location(item) && (item.step != LayoutStep::BRANCH || item.source != 0);
         if (moves && section.first_moving == NOWHERE)
             section.first_moving = section.least_size;
         section.least_size += least_length(item);
@@ -105,8 +164,7 @@ static Tie tie_to_label(uint32_t step, const LayoutItem &item, uint32_t setter)
 {
     const LayoutItem &label = layout_record.items[setter];
     const Branch branch = {item.detail};
-    const bool is_place = label.step == LayoutStep::LABEL || label.step == LayoutStep::PLACE;
-    if (!is_place || label.section != item.section)
+    if (!is_place(setter) || label.section != item.section)
         return Tie::ODD;
     if (stays_near(step, item, setter))
         return Tie::NONE;
@@ -251,8 +309,8 @@ static bool is_odd(uint32_t step)
 
 static bool continues(const Run &run, uint32_t step)
 {
-    return layout_record.items[step].section == run.section && is_odd(step) == run.odd &&
-           step - run.first < RUN_STEPS_MAX;
+    return layout_record.items[step].section == run.section && home_of(step) == run.home &&
+           is_odd(step) == run.odd && step - run.first < RUN_STEPS_MAX;
 }
 
 static void begin_run(uint32_t step)
@@ -261,11 +319,13 @@ static void begin_run(uint32_t step)
     Run run = {};
     run.first = step;
     run.section = item.section;
+    run.home = home_of(step);
     run.odd = is_odd(step);
     run.least_place = least_places[step] - item.gap;
     run.first_cell = static_cast<uint32_t>(layout_runs.cells.size());
     run.first_ahead = static_cast<uint32_t>(layout_runs.aheads.size());
     run.above = run.below = NO_RUN;
+    run.seen_from = run.seen_to = static_cast<uint32_t>(layout_runs.runs.size());
     run.readers = NO_READERS;
     layout_runs.runs.push_back(run);
 }
@@ -273,6 +333,7 @@ static void begin_run(uint32_t step)
 static void add_moving_cell(Run *run, uint32_t cell)
 {
     layout_runs.cells.push_back(cell);
+    layout_runs.runs_of_cells[cell] = static_cast<uint32_t>(layout_runs.runs.size() - 1);
     run->weight += layout_runs.weights[cell];
     const Readers readers = layout_runs.readers[cell];
     const uint32_t setter = layout_runs.setters[cell];
@@ -302,7 +363,7 @@ static void add_step(uint32_t step)
     Run *run = &layout_runs.runs.back();
     run->end = step + 1;
     run->least_end = least_places[step] + least_length(item);
-    if (item.step == LayoutStep::LABEL || item.step == LayoutStep::PLACE)
+    if (is_place(step))
         add_moving_cell(run, item.target);
     if (item.step == LayoutStep::BRANCH)
         chain_run(run);
@@ -317,6 +378,7 @@ static void find_runs()
     layout_runs.runs.clear();
     layout_runs.cells.clear();
     layout_runs.aheads.clear();
+    layout_runs.runs_of_cells.assign(layout_record.values.size(), NO_RUN);
     for (uint32_t step = 0; step < layout_record.items.size(); ++step) {
         if (layout_runs.runs.empty() || !continues(layout_runs.runs.back(), step))
             begin_run(step);
@@ -324,13 +386,48 @@ static void find_runs()
     }
 }
 
+static Run &run_of_place(uint32_t cell)
+{
+    return layout_runs.runs[layout_runs.runs_of_cells[cell]];
+}
+
+// A run that computes a distance from another one depends on all between, too.
+static void find_who_looks_back()
+{
+    std::vector<Run> &runs = layout_runs.runs;
+    for (uint32_t number = 0; number < runs.size(); ++number) {
+        const bool looks_back = runs[number].section == 0 && runs[number].home != 0;
+        for (uint32_t step = runs[number].first; looks_back && step < runs[number].end; ++step)
+            run_of_place(layout_record.items[distances[step].from].target).seen_to = number;
+    }
+    for (size_t number = 1; number < runs.size(); ++number)
+        runs[number].seen_to = std::max(runs[number].seen_to, runs[number - 1].seen_to);
+}
+
+// A run that looks ahead to another one looks at all between, too.
+static void find_who_looks_ahead()
+{
+    std::vector<Run> &runs = layout_runs.runs;
+    for (uint32_t number = 0; number < runs.size(); ++number) {
+        for (uint32_t place = runs[number].first_ahead; place < runs[number].end_ahead; ++place) {
+            Run &seen = run_of_place(layout_runs.aheads[place].cell);
+            seen.seen_from = std::min(seen.seen_from, number);
+        }
+    }
+    for (size_t number = runs.size(); number-- > 1;)
+        runs[number - 1].seen_from = std::min(runs[number - 1].seen_from, runs[number].seen_from);
+}
+
 void index_layout_record()
 {
     weigh_cells();
-    find_places();
     find_setters();
+    find_distances();
+    find_places();
     find_ties();
     find_readers();
     find_unseen_equates();
     find_runs();
+    find_who_looks_ahead();
+    find_who_looks_back();
 }

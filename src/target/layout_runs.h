@@ -42,6 +42,7 @@ struct Run {
     uint32_t first; // of its steps, and the one below the last
     uint32_t end;
     uint16_t section; // its number; 0 for steps without a location
+    uint16_t home;    // the same, or the section whose distances these steps compute, or 0
     bool has_branches;
     bool odd;             // has steps that depend on more than distances
     bool regular;         // was run last where the jumps above went by no value that it meets
@@ -55,20 +56,23 @@ struct Run {
     uint32_t end_ahead;
     uint32_t above; // the next runs with branches, up and down the section, or NO_RUN
     uint32_t below;
-    uint64_t weight; // what its labels add to the state for each byte that they move
-    Readers readers; // of its labels, as far as they stand above them
+    uint32_t seen_from; // the first run with a branch that looks ahead to this one or past it
+    uint32_t seen_to;   // the last one that computes a distance from here or from above
+    uint64_t weight;    // what its labels add to the state for each byte that they move
+    Readers readers;    // of its labels, as far as they stand above them
 };
 
 struct LayoutRuns {
     std::vector<Run> runs;
     std::vector<uint32_t> cells;
     std::vector<Ahead> aheads;
-    std::vector<Tie> ties;         // of the steps
-    std::vector<uint32_t> setters; // of the cells: the step that sets it, or NO_STEP
-    std::vector<Readers> readers;  // of the cells
-    std::vector<uint64_t> weights; // what a cell adds to the state, times its value
-    bool sets_cells_again;         // a cell is set more than once in a pass
-    std::vector<uint32_t> unseen;  // equates on which nothing but other such equates above depends
+    std::vector<Tie> ties;               // of the steps
+    std::vector<uint32_t> setters;       // of the cells: the step that sets it, or NO_STEP
+    std::vector<Readers> readers;        // of the cells
+    std::vector<uint32_t> runs_of_cells; // the run whose label or place it is, or NO_RUN
+    std::vector<uint64_t> weights;       // what a cell adds to the state, times its value
+    bool sets_cells_again;               // a cell is set more than once in a pass
+    std::vector<uint32_t> unseen; // equates on which nothing but other such equates above depends
 };
 extern LayoutRuns layout_runs;
 

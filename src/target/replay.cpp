@@ -10,10 +10,11 @@
 // them. When one with a location turns up after all, the pass begins again at its run, with the
 // values at its head: a step that runs twice would otherwise read what steps below it have set.
 //
-// And most of what comes below only moves. Once some hundred bytes have gone above, the labels
-// ahead look too far from all but the shortest branches, as they did in the pass before, and the
-// branches back keep their distances. A run of steps is passed over, its labels moved as they are,
-// if nothing can tell this pass in it from the one before:
+// And most of what comes below only moves, for a run or for thousands of them (target/stretches.h).
+// Once some hundred bytes have gone above, the labels ahead look too far from all but the shortest
+// branches, as they did in the pass before, and the branches back keep their distances. A run of
+// steps is passed over, its labels moved as they are, if nothing can tell this pass in it from the
+// one before:
 //
 // - it moves towards the head of the section or not at all, and each label ahead is still near or
 //   still far;
@@ -34,6 +35,7 @@
 #include "target/branch_choice.h"
 #include "target/branch_record.h"
 #include "target/layout_runs.h"
+#include "target/stretches.h"
 #include <algorithm>
 #include <cstdlib>
 
@@ -54,16 +56,12 @@ struct Track {
     uint32_t even_from;  // and all has moved by the same distance
 };
 static std::vector<Track> tracks; // by the section's number
-static uint32_t replayed_passes;
+static uint32_t pass;
 
 // How many bytes each step took when it was run last, and where in them stands a jump that others
 // may hop through, counted from 1; 0 if none does.
 static std::vector<uint32_t> lengths;
 static std::vector<uint8_t> jumps;
-
-// The values of the cells at the head of the pass and now.
-static std::vector<uint32_t> values_at_head;
-static std::vector<uint32_t> values;
 
 // Whether the symbols of the cells are numbers by now, and the cells of those that the pass has
 // turned into one.
@@ -80,7 +78,7 @@ static uint64_t state_change;
 
 static uint32_t value_of(const LayoutItem &item)
 {
-    return values[item.source] + item.addend;
+    return cell_value(item.source) + item.addend;
 }
 
 static void add_due_next(Readers steps)
@@ -98,26 +96,27 @@ static void note_change(uint32_t cell)
         add_due_next({readers.first, std::min(readers.last, setter)});
 }
 
-static void change_cell(uint32_t cell, uint32_t value)
+static void change_cell(uint32_t cell, uint32_t before, uint32_t value)
 {
     note_change(cell);
-    state_change += layout_runs.weights[cell] * (uint64_t{value} - values[cell]);
-    values[cell] = value;
+    state_change += layout_runs.weights[cell] * (uint64_t{value} - before);
+    set_cell_value(cell, value);
 }
 
 // Sets the cell of a step without a location. Those of its readers that come below read it in this
 // pass.
 static void set_cell(uint32_t cell, uint32_t value)
 {
-    if (values[cell] == value)
+    const uint32_t before = cell_value(cell);
+    if (before == value)
         return;
     due.last = std::max(due.last, layout_runs.readers[cell].last);
-    change_cell(cell, value);
+    change_cell(cell, before, value);
 }
 
 static void move_cell(uint32_t cell, uint32_t value)
 {
-    moved = moved || values[cell] != value;
+    moved = moved || cell_value(cell) != value;
     set_cell(cell, value);
 }
 
@@ -143,10 +142,9 @@ static bool move_to(uint32_t address)
     return room && take_room(*room);
 }
 
-static void take_branch(uint32_t step, const LayoutItem &item)
+static void take_branch(uint32_t step, const LayoutItem &item, uint32_t target)
 {
     const uint32_t here = current_location();
-    const uint32_t target = value_of(item);
     const BranchChoice choice = choose_branch_form(Branch{item.detail}, target, here);
     jumps[step] = 0;
     if (choice.serves_others) {
@@ -159,30 +157,31 @@ static void take_branch(uint32_t step, const LayoutItem &item)
 static void place_label(uint32_t cell)
 {
     const uint32_t location = current_location();
-    if (values[cell] == location)
+    const uint32_t before = cell_value(cell);
+    if (before == location)
         return;
     moved = true;
-    change_cell(cell, location);
+    change_cell(cell, before, location);
 }
 
 // False if the pass can't go on, here and below.
-static bool run_step_in_place(uint32_t step, const LayoutItem &item)
+static bool run_step_in_place(uint32_t step, const LayoutItem &item, uint32_t value)
 {
     switch (item.step) {
     case LayoutStep::PLACE:
-        values[item.target] = current_location();
+        set_cell_value(item.target, current_location());
         return true;
     case LayoutStep::LABEL:
         place_label(item.target);
         return true;
     case LayoutStep::RESERVE:
-        return take_room(value_of(item) * item.detail);
+        return take_room(value * item.detail);
     case LayoutStep::ALIGN:
-        return take_room(padding_to(value_of(item)));
+        return take_room(padding_to(value));
     case LayoutStep::ORG:
-        return move_to(value_of(item));
+        return move_to(value);
     default: // BRANCH
-        take_branch(step, item);
+        take_branch(step, item, value);
         return true;
     }
 }
@@ -218,7 +217,8 @@ static bool run_step_without_place(const LayoutItem &item)
         move_cell(item.target, value_of(item));
         return true;
     case LayoutStep::COMPUTE:
-        set_cell(item.target, compute(item.detail, values[item.source], values[item.addend]));
+        set_cell(item.target,
+                 compute(item.detail, cell_value(item.source), cell_value(item.addend)));
         return true;
     default: // GUARD
         return value_of(item) <= item.target;
@@ -230,7 +230,7 @@ static uint32_t key_of_jump(uint32_t step, const LayoutItem &item)
 {
     const uint32_t setter = layout_runs.setters[item.source];
     const bool is_below = setter != NO_STEP && setter > step;
-    return (is_below ? values_at_head : values)[item.source] + item.addend;
+    return (is_below ? cell_value_at_head(item.source) : cell_value(item.source)) + item.addend;
 }
 
 static void record_jumps(const Run &run)
@@ -252,7 +252,7 @@ static void record_jumps_above(const Run &run)
     uint32_t number = run.above;
     uint32_t first = NO_RUN;
     for (; number != NO_RUN; number = layout_runs.runs[number].above) {
-        const Run &above = layout_runs.runs[number];
+        const Run &above = *find_run(number);
         if (current_section->size - (above.start + above.size) > REACH_BACK)
             break;
         first = number;
@@ -267,10 +267,10 @@ static void record_jumps_above(const Run &run)
 // Selects the section of the run. Where the pass hasn't been in it yet, all is as it was.
 static Track *enter_section(const Run &run)
 {
-    current_section = layout_record.sections[run.section];
-    Track *track = &tracks[run.section];
-    if (track->pass != replayed_passes) {
-        *track = {replayed_passes, false, run.least_place, run.least_place};
+    current_section = layout_record.sections[run.home];
+    Track *track = &tracks[run.home];
+    if (track->pass != pass) {
+        *track = {pass, false, run.least_place, run.least_place};
         current_section->size = run.start;
     }
     return track;
@@ -304,14 +304,15 @@ static bool has_come_near(uint32_t step, int32_t distance)
 // False if the branch may do something else in the next pass, though nothing changes around it: if
 // it is a jump by a value that others may take for that of another label, or if it has come near.
 // Notes what must hold for the run to be passed over.
-static bool look_ahead(uint32_t step, const LayoutItem &item, const Run &run, Ahead **ahead)
+static bool look_ahead(uint32_t step, uint32_t target, const Run &run, Ahead **ahead)
 {
     const Tie tie = layout_runs.ties[step];
     if (tie != Tie::AHEAD && tie != Tie::FAR_AHEAD)
         return true;
+    const LayoutItem &item = layout_record.items[step];
     const Branch branch = {item.detail};
     const uint32_t length = short_length(branch);
-    const auto distance = static_cast<int32_t>(value_of(item) - current_location() - length);
+    const auto distance = static_cast<int32_t>(target - current_location() - length);
     if (tie == Tie::FAR_AHEAD)
         return !has_come_near(step, distance);
     const int32_t apart = serves_when_near(branch) ? HOP_REACH - int32_t{short_length(branch)}
@@ -339,81 +340,15 @@ static bool run_steps(Run *run, Track *track)
         const LayoutItem &item = layout_record.items[step];
         current_section->size += item.gap;
         const uint32_t place = current_section->size;
-        apart = look_ahead(step, item, *run, &ahead) && apart;
-        if (!run_step_in_place(step, item))
+        const uint32_t value = value_of(item);
+        apart = look_ahead(step, value, *run, &ahead) && apart;
+        if (!run_step_in_place(step, item, value))
             return false;
         even = even && lengths[step] == current_section->size - place;
         lengths[step] = current_section->size - place;
     }
     run->size = current_section->size - run->start;
     note_course(run, track, even, apart);
-    return true;
-}
-
-static bool keeps_forms(const Run &run)
-{
-    const uint32_t here = current_location();
-    const Ahead *const end = layout_runs.aheads.data() + run.end_ahead;
-    for (const Ahead *ahead = layout_runs.aheads.data() + run.first_ahead; ahead != end; ++ahead) {
-        if (values[ahead->cell] + ahead->addend - here > ahead->span)
-            return false;
-    }
-    return true;
-}
-
-static bool can_pass_over(const Run &run, const Track &track)
-{
-    return run.regular && static_cast<int32_t>(current_section->size - run.start) <= 0 &&
-           current_section->size < PASSED_OVER_SIZE_MAX &&
-           run.least_place - track.even_from > REACH_BACK && keeps_forms(run);
-}
-
-static void pass_over(Run *run, Track *track)
-{
-    const uint32_t distance = current_section->size - run->start;
-    track->notes_jumps = false;
-    run->start += distance;
-    current_section->size += run->size;
-    if (distance == 0 || run->first_cell == run->end_cell)
-        return;
-    for (uint32_t cell = run->first_cell; cell < run->end_cell; ++cell)
-        values[layout_runs.cells[cell]] += distance;
-    moved = true;
-    add_due_next(run->readers);
-    state_change += run->weight * static_cast<uint64_t>(static_cast<int32_t>(distance));
-}
-
-#ifdef NVASM8_CHECK_REPLAY
-// What may be passed over must come to the same when it is run.
-static void check_run(Run run, Track track)
-{
-    const uint32_t place = current_section->size;
-    const uint32_t distance = place - run.start;
-    const uint32_t size = run.size;
-    const uint32_t even_from = track.even_from;
-    const Readers due_next_before = due_next;
-    const uint64_t state_change_before = state_change;
-    const bool moved_before = moved;
-    if (!run_steps(&run, &track) || run.size != size || track.even_from != even_from)
-        std::abort();
-    for (uint32_t cell = run.first_cell; cell < run.end_cell; ++cell)
-        values[layout_runs.cells[cell]] -= distance;
-    current_section->size = place;
-    due_next = due_next_before;
-    state_change = state_change_before;
-    moved = moved_before;
-}
-#endif
-
-static bool run_in_section(Run *run)
-{
-    Track *track = enter_section(*run);
-    if (!can_pass_over(*run, *track))
-        return run_steps(run, track);
-#ifdef NVASM8_CHECK_REPLAY
-    check_run(*run, *track);
-#endif
-    pass_over(run, track);
     return true;
 }
 
@@ -426,33 +361,156 @@ static bool run_without_section(const Run &run)
     return true;
 }
 
+static bool can_pass_over(uint32_t number, const Run &run, const Track &track)
+{
+    const uint32_t distance = run.start - current_section->size;
+    return run.regular && static_cast<int32_t>(distance) >= 0 &&
+           current_section->size < PASSED_OVER_SIZE_MAX &&
+           run.least_place - track.even_from > REACH_BACK && only_moves(number, distance);
+}
+
+static void pass_over(const Stretch &stretch, uint32_t distance, Track *track)
+{
+    track->notes_jumps = track->notes_jumps && stretch.size == 0;
+    current_section->size += stretch.size;
+    move_stretch(stretch, distance);
+    if (distance == 0 || !stretch.has_labels)
+        return;
+    moved = true;
+    add_due_next(stretch.readers);
+    state_change -= stretch.weight * distance;
+}
+
+#ifdef NVASM8_CHECK_REPLAY
+static void check_distances(const Run &run)
+{
+    for (uint32_t step = run.first; step < run.end; ++step) {
+        const LayoutItem &item = layout_record.items[step];
+        const uint32_t cell = item.step != LayoutStep::GUARD ? item.target : 0;
+        const uint32_t value = cell_value(cell);
+        if (!run_step_without_place(item) || cell_value(cell) != value)
+            std::abort();
+    }
+}
+
+static void check_run(Run run, Track track)
+{
+    if (run.section == 0) {
+        check_distances(run);
+        return;
+    }
+    const uint32_t size = run.size;
+    const uint32_t even_from = track.even_from;
+    if (!run_steps(&run, &track) || run.size != size || track.even_from != even_from)
+        std::abort();
+}
+
+// What is passed over records no jumps. Of sections other than that of the track they are noted
+// again when the pass comes back to them.
+static void forget_recorded_jumps(const Track &track)
+{
+    forget_jumps();
+    for (Track &other : tracks)
+        other.notes_jumps = other.notes_jumps && &other == &track;
+}
+
+// What may be passed over must come to the same when it is run.
+static void check_stretch(uint32_t first, uint32_t end, uint32_t distance, const Track &track)
+{
+    const uint32_t place = current_section->size;
+    const Readers due_next_before = due_next;
+    const uint64_t state_change_before = state_change;
+    const bool moved_before = moved;
+    for (uint32_t number = first; number < end; ++number) {
+        Run *run = find_run(number);
+        check_run(*run, track);
+        run->start -= distance;
+    }
+    for (uint32_t number = first; number < end; ++number) {
+        Run *run = find_run(number);
+        run->start += distance;
+        for (uint32_t cell = run->first_cell; cell < run->end_cell; ++cell) {
+            const uint32_t moving = layout_runs.cells[cell];
+            set_cell_value(moving, cell_value(moving) + distance);
+        }
+    }
+    current_section->size = place;
+    due_next = due_next_before;
+    state_change = state_change_before;
+    moved = moved_before;
+    forget_recorded_jumps(track);
+}
+#endif
+
+static bool run_at_home(Run *run, Track *track)
+{
+    if (run->section != 0)
+        return run_steps(run, track);
+    run->start = current_section->size;
+    run->regular = true;
+    return run_without_section(*run);
+}
+
+// Runs the run, or passes over it and over those below for which the same holds. Gives the number
+// of the next run, or NO_RUN if the pass can't go on.
+static uint32_t take_up(uint32_t number)
+{
+    Run *run = find_run(number);
+    if (run->home == 0)
+        return run_without_section(*run) ? number + 1 : NO_RUN;
+    Track *track = enter_section(*run);
+    if (!can_pass_over(number, *run, *track)) {
+        if (!run_at_home(run, track))
+            return NO_RUN;
+        note_run(number);
+        return number + 1;
+    }
+    uint32_t end;
+    const uint32_t place = current_section->size;
+    const uint32_t distance = run->start - place;
+    const Stretch &stretch = widest_stretch(number, distance, PASSED_OVER_SIZE_MAX - place, &end);
+#ifdef NVASM8_CHECK_REPLAY
+    if (stretch.size != 0)
+        check_stretch(number, end, distance, *track);
+#endif
+    pass_over(stretch, distance, track);
+    return end;
+}
+
 // Takes up the pass at the run that holds the step.
 static bool run_to_the_end(uint32_t step)
 {
     forget_jumps();
-    auto run = std::ranges::upper_bound(layout_runs.runs, step, {}, &Run::end);
-    for (; run != layout_runs.runs.end(); ++run) {
-        if (!(run->section != 0 ? run_in_section(&*run) : run_without_section(*run)))
-            return false;
-    }
-    return true;
+    const auto first = std::ranges::upper_bound(layout_runs.runs, step, {}, &Run::end);
+    auto number = static_cast<uint32_t>(first - layout_runs.runs.begin());
+    while (number < layout_runs.runs.size())
+        number = take_up(number);
+    return number != NO_RUN;
 }
 
 static void begin_replayed_pass()
 {
-    ++replayed_passes;
+    pass = begin_stretches_pass();
     moved = false;
     state_change = 0;
     due_next = layout_runs.sets_cells_again ? ALL_STEPS : NO_READERS;
 }
 
-// Takes back what the pass has done.
-static void go_back_to_head()
+static void take_back_numbers()
 {
-    values = values_at_head;
     for (const uint32_t cell : turned)
         numbers[cell] = false;
     turned.clear();
+}
+
+// Takes back what steps without a location have done.
+static void take_back_steps(uint32_t first, uint32_t end)
+{
+    for (uint32_t step = first; step < end; ++step) {
+        if (layout_record.items[step].step != LayoutStep::GUARD)
+            take_back_cell_value(layout_record.items[step].target);
+    }
+    take_back_numbers();
 }
 
 static bool run_due_steps()
@@ -461,7 +519,7 @@ static bool run_due_steps()
         const LayoutItem &item = layout_record.items[step];
         if (has_location(item)) {
             if (step != due.first) {
-                go_back_to_head();
+                take_back_steps(due.first, step);
                 begin_replayed_pass();
             }
             return run_to_the_end(due.first);
@@ -490,13 +548,12 @@ bool connect_forward_branches()
 
 static void begin_replay_from(const std::vector<uint32_t> &start)
 {
-    values = start;
-    numbers.assign(values.size(), false);
     index_layout_record();
+    begin_stretches(start);
+    numbers.assign(start.size(), false);
     lengths.assign(layout_record.items.size(), 0);
     jumps.assign(layout_record.items.size(), 0);
     tracks.assign(layout_record.sections.size(), {});
-    replayed_passes = 0;
     due_next = ALL_STEPS;
 }
 
@@ -507,7 +564,7 @@ static void settle_unseen_equates()
 {
     for (size_t place = layout_runs.unseen.size(); place-- > 0;) {
         const LayoutItem &item = layout_record.items[layout_runs.unseen[place]];
-        values[item.target] = value_of(item);
+        set_cell_value(item.target, value_of(item));
         if (item.detail != 0 && numbers[item.source] && layout_record.reads[item.target] == 0)
             numbers[item.target] = true;
     }
@@ -522,7 +579,6 @@ void begin_replay()
 
 static bool run_pass_from_head()
 {
-    values_at_head = values;
     turned.clear();
     due = due_next;
     begin_replayed_pass();
@@ -533,7 +589,8 @@ ReplayResult replay_pass(uint64_t *state)
 {
     const bool complete = run_pass_from_head();
     if (!complete || !moved) {
-        go_back_to_head();
+        take_back_cell_values();
+        take_back_numbers();
         return complete ? ReplayResult::SETTLED : ReplayResult::DIVERGED;
     }
     *state += state_change;
@@ -550,13 +607,13 @@ static void make_number(Symbol *symbol)
 
 void store_replayed_values()
 {
-    for (size_t cell = 0; cell < values.size(); ++cell) {
+    for (uint32_t cell = 0; cell < layout_record.symbols.size(); ++cell) {
         Symbol *symbol = layout_record.symbols[cell];
         if (symbol == nullptr)
             continue;
         if (!layout_record.holds_code[cell])
-            symbol->value = values[cell];
-        else if (values[cell] != 0)
+            symbol->value = cell_value(cell);
+        else if (cell_value(cell) != 0)
             symbol->attrs |= ATTR_CODE;
         if (numbers[cell] && !layout_record.numbers[cell])
             make_number(symbol);
@@ -567,13 +624,13 @@ void check_replay()
 {
     begin_replay_from(layout_record.starts);
     bool same = run_pass_from_head();
-    for (size_t cell = 0; cell < values.size(); ++cell) {
+    for (uint32_t cell = 0; cell < layout_record.symbols.size(); ++cell) {
         // What no step sets came to its value in the recorded pass and stays. ATTR_CODE also comes
         // from bases that had it at once, which no step tells.
         const bool is_set =
             layout_runs.setters[cell] != NO_STEP && layout_record.symbols[cell] != nullptr;
         if (is_set && !layout_record.holds_code[cell])
-            same = same && values[cell] == layout_record.values[cell];
+            same = same && cell_value(cell) == layout_record.values[cell];
     }
     if (!same)
         std::abort();

@@ -270,6 +270,39 @@ TEST(Replay, PassesOverWhatOnlyMoves)
         expect_same_outcome(long_program(seed));
 }
 
+// Labels with branches among them that are near in any pass.
+static std::string words(const std::string &name, int count)
+{
+    std::string text;
+    for (int word = 0; word < count; ++word) {
+        const std::string below = name + std::to_string(std::min(word + 3, count - 1));
+        text += name + std::to_string(word) + ": jreq " + below + "\n ldw x,#1\n jrne " + name +
+                std::to_string(std::max(word - 2, 0)) + "\n";
+    }
+    return text;
+}
+
+// Each pass takes the staircase four bytes and the room one; all else only moves, and is read.
+TEST(Replay, KnowsWhereStretchesHaveMoved)
+{
+    std::string edges;
+    for (int room = 118; room < 128; ++room) {
+        const std::string edge = "e" + std::to_string(room);
+        edges += " jreq " + edge + "\n ds.b " + std::to_string(room) + "\n" + edge + ":\n";
+    }
+    const std::string source = words("a", 180) + staircase(40) + words("b", 30) +
+                               "span: equ tail-t36\n dc.w span\n" + words("c", 90) + edges +
+                               words("d", 60) + "size: equ *-d50\n dc.w size\n";
+    const std::string readers[] = {
+        "",
+        " ds.b (c40-a40)/4\n",
+        " ds.b (c40-a40)/4\nlow: ds.b d50-c40-1500\n",
+        " ds.b (c40-a40)/4\n jra c3\n jrne c3\n jp a170\n jreq a170\n",
+    };
+    for (const std::string &reader : readers)
+        expect_same_outcome(reader + source);
+}
+
 static std::string repeated(int count, const std::string &lines)
 {
     std::string text;

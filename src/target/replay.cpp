@@ -24,6 +24,9 @@
 //   that may hop through the jump, now and when the run was run last, so they don't mistake it for
 //   a label that they have passed; and two labels ahead never have one value. Then what a branch
 //   hops through doesn't depend on values at all.
+//
+// Steps without a location are passed over, too, if all that they compute is distances of places
+// above them, and nothing between these places has been run since.
 
 #include "target/replay.h"
 

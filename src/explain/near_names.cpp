@@ -10,6 +10,12 @@
 
 constexpr size_t NAMES_MAX = 3;
 
+// What is spent on large tables, in names; one whose distance is computed counts as many. It takes
+// some tenths of a second.
+constexpr uint64_t EFFORT_MAX = 10'000'000;
+constexpr uint64_t DISTANCE_EFFORT = 16;
+static uint64_t effort;
+
 // Longer names are compared by their heads.
 constexpr size_t COMPARED_MAX = 64;
 
@@ -25,6 +31,7 @@ bool differs_in_case(std::string_view name, std::string_view other)
 
 size_t name_distance(std::string_view name, std::string_view other)
 {
+    effort += DISTANCE_EFFORT;
     name = name.substr(0, COMPARED_MAX);
     other = other.substr(0, COMPARED_MAX);
     using Row = std::array<size_t, COMPARED_MAX + 1>;
@@ -87,11 +94,10 @@ static size_t badness(std::string_view name, std::string_view candidate)
     return 2 * name_distance(name, candidate) + (same_start ? 0 : 1);
 }
 
-std::vector<std::string> near_names(std::string_view name,
-                                    const std::vector<std::string> &candidates)
+std::vector<std::string> near_names(std::string_view name, const Candidates &candidates)
 {
     std::vector<std::pair<size_t, std::string>> near;
-    for (const std::string &candidate : candidates) {
+    for (const std::string_view candidate : candidates) {
         if (!name.empty() && !candidate.empty() && is_near(name, candidate))
             near.emplace_back(badness(name, candidate), candidate);
     }
@@ -106,6 +112,15 @@ std::vector<std::string> near_names(std::string_view name,
             names.push_back(candidate);
     }
     return names;
+}
+
+std::vector<std::string> near_names_of_many(std::string_view name, size_t count,
+                                            const std::function<Candidates()> &choose)
+{
+    if (effort > EFFORT_MAX)
+        return {};
+    effort += count;
+    return near_names(name, choose());
 }
 
 std::string did_you_mean(const std::vector<std::string> &names)

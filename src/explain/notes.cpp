@@ -95,9 +95,9 @@ static std::string advice_by_rest(const std::string &word, std::string_view rest
     return {};
 }
 
-static std::vector<std::string> keyword_names()
+static Candidates keyword_names()
 {
-    static std::vector<std::string> names;
+    static Candidates names;
     names.clear();
     visit_keywords([](const Keyword &keyword) { names.emplace_back(keyword_name(keyword)); });
     return names;
@@ -259,7 +259,8 @@ static std::string notes_on_file(std::string_view name)
         if (more)
             files.insert(files.end(), more->begin(), more->end());
     }
-    const std::string guess = did_you_mean(near_names(path.substr(directory.size()), files));
+    const std::string guess = did_you_mean(
+        near_names(path.substr(directory.size()), Candidates(files.begin(), files.end())));
     if (!guess.empty())
         notes += note_line(guess);
     return notes + note_line("correct the name, or name the directory of the file with -i");
@@ -302,7 +303,8 @@ static std::string notes_on_parameter(std::string_view name)
         }
     }
     std::string notes;
-    const std::string guess = did_you_mean(near_names(name, names));
+    const std::string guess =
+        did_you_mean(near_names(name, Candidates(names.begin(), names.end())));
     if (!guess.empty())
         notes += note_line(guess);
     std::string list;

@@ -25,12 +25,16 @@ static bool is_used(const Symbol &symbol)
 // Names that are wanted for `symbol`: defined ones for a definition, undefined ones for a use.
 static std::string guess(const Symbol &symbol, bool (*is_wanted)(const Symbol &))
 {
-    std::vector<std::string> names;
-    for (const Symbol *other = symbol_list; other != nullptr; other = other->next) {
-        if (is_wanted(*other) && other != &symbol)
-            names.emplace_back(symbol_name(*other));
-    }
-    const std::string text = did_you_mean(near_names(symbol_name(symbol), names));
+    const auto choose = [&] {
+        Candidates names;
+        for (const Symbol *other = symbol_list; other != nullptr; other = other->next) {
+            if (is_wanted(*other) && other != &symbol)
+                names.emplace_back(symbol_name(*other));
+        }
+        return names;
+    };
+    const std::string text =
+        did_you_mean(near_names_of_many(symbol_name(symbol), symbols_by_age.size(), choose));
     return text.empty() ? text : text + " ";
 }
 

@@ -30,9 +30,9 @@ static bool is_known(const Symbol &symbol)
            places_of(&symbol).declaration.line != 0;
 }
 
-static std::vector<std::string> known_names(std::string_view but_for)
+static Candidates known_names(std::string_view but_for)
 {
-    std::vector<std::string> names;
+    Candidates names;
     for (const Symbol *symbol = symbol_list; symbol != nullptr; symbol = symbol->next) {
         if (is_known(*symbol) && (symbol->flags & SYM_LOCAL) == 0 &&
             symbol_name(*symbol) != but_for)
@@ -69,7 +69,8 @@ static const Symbol *find_known(std::string_view name)
 
 static std::string suggestion(std::string_view name)
 {
-    const std::vector<std::string> near = near_names(name, known_names(name));
+    const std::vector<std::string> near =
+        near_names_of_many(name, symbols_by_age.size(), [name] { return known_names(name); });
     if (near.empty())
         return {};
     std::string text = did_you_mean(near);
@@ -203,7 +204,8 @@ std::string notes_on_unknown_section(std::string_view name)
 {
     const std::vector<std::string> names = section_names();
     std::string notes;
-    const std::string guess = did_you_mean(near_names(name, names));
+    const std::string guess =
+        did_you_mean(near_names(name, Candidates(names.begin(), names.end())));
     if (!guess.empty())
         notes += note_line(guess);
     return notes + note_line("the sections are " + joined(names)) +

@@ -90,12 +90,13 @@ static void add_due_next(Readers steps)
     due_next.last = std::max(due_next.last, steps.last);
 }
 
-// What is read by steps above the one that sets it, they read in the next pass.
+// What is read by steps above the one that sets it, or by that one itself, they read in the next
+// pass.
 static void note_change(uint32_t cell)
 {
     const Readers readers = layout_runs.readers[cell];
     const uint32_t setter = layout_runs.setters[cell];
-    if (readers.first < setter)
+    if (readers.first <= setter)
         add_due_next({readers.first, std::min(readers.last, setter)});
 }
 

@@ -389,6 +389,13 @@ TEST(Replay, FollowsEveryValue)
     }
 }
 
+TEST(Replay, RunsWhatReadsItselfInEachPass)
+{
+    const std::string count = " ifeq w\nv: set 1\n endif\nw: set 1\nv: set v+1\n";
+    expect_same_outcome(count + staircase(20) + " dc.l v\n");
+    expect_same_outcome(staircase(20) + count + " ds.b v\n");
+}
+
 // What a value decides beside the layout holds in a pass only as long as the answer is the same.
 TEST(Replay, EndsWhereTheTextReadsOtherwise)
 {

@@ -243,10 +243,8 @@ static uint64_t hash_pass_boundary()
 
 enum class Replays { SETTLED, DIVERGED, ENDLESS };
 
-// Passes over the record of the pass before, which was void or the sizing pass.
-static Replays run_replays(Course *course, State state)
+static Replays follow_replays(Course *course, State state)
 {
-    begin_replay();
     for (;;) {
         const ReplayResult result = replay_pass(&state.values);
         if (result != ReplayResult::MOVED)
@@ -255,6 +253,22 @@ static Replays run_replays(Course *course, State state)
         if (!advance(course, state.kinds + state.values))
             return Replays::ENDLESS;
     }
+}
+
+// Passes over the record of the pass before, which was void or the sizing pass. Chains of equates
+// settle at once if that leads to the end, and otherwise link by link, as they do in text passes.
+static Replays run_replays(Course *course, State state)
+{
+    const Course course_before = *course;
+    const int32_t pass_before = pass_number;
+    const bool has_chains = begin_replay(true);
+    const Replays replays = follow_replays(course, state);
+    if (!has_chains || replays == Replays::SETTLED)
+        return replays;
+    *course = course_before;
+    pass_number = pass_before;
+    begin_replay(false);
+    return follow_replays(course, state);
 }
 
 // Whether replay can take the place of the text passes to come. It can't where a pass hands on

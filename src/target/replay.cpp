@@ -574,11 +574,13 @@ static void settle_unseen_equates()
     }
 }
 
-void begin_replay()
+bool begin_replay(bool chains_at_once)
 {
     begin_replay_from(layout_record.values);
     numbers = layout_record.numbers;
-    settle_unseen_equates();
+    if (chains_at_once)
+        settle_unseen_equates();
+    return !layout_runs.unseen.empty();
 }
 
 static bool run_pass_from_head()

@@ -13,8 +13,11 @@ enum class ReplayResult : uint8_t {
 // False if one doesn't that must, which the next pass reports.
 bool connect_forward_branches();
 
-// Makes the layout record ready. The passes follow on one that came to its values.
-void begin_replay();
+// Makes the layout record ready. The passes follow on one that came to its values. Chains of
+// equates in reverse order settle at once if `chains_at_once`, and then only a course that comes to
+// SETTLED is that of the text: a text that reads otherwise may read the chains, and find them
+// half-way. Gives whether there are such chains.
+bool begin_replay(bool chains_at_once);
 
 // Runs the recorded pass once more, from the values of the cells. `state` is the sum of all values,
 // each times its state_weight, and follows what is changed.

@@ -396,6 +396,22 @@ TEST(Replay, RunsWhatReadsItselfInEachPass)
     expect_same_outcome(staircase(20) + count + " ds.b v\n");
 }
 
+// A text that comes in late reads chains of equates as text passes would have left them by then.
+TEST(Replay, LetsChangedTextFindChainsHalfWay)
+{
+    const std::string count = " ifeq w\nv: set 1\n endif\nw: set 1\n";
+    std::string chain;
+    for (int link = 0; link < 14; ++link)
+        chain += "q" + std::to_string(link) + ": equ q" + std::to_string(link + 1) + "+1\n";
+    const std::string ends[][2] = {{"5", "q0"}, {"tail", "q0-head"}, {"tail", "q13-head"}};
+    for (const auto &[end, value] : ends) {
+        for (const std::string passed : {"1310", "1290", "1250"})
+            expect_same_outcome(count + chain + "q14: equ " + end + "\n" + staircase(20) +
+                                " ifgt " + passed + "-(tail-head)\nv: set v*2+" + value +
+                                "\n endif\n dc.l v\n");
+    }
+}
+
 // What a value decides beside the layout holds in a pass only as long as the answer is the same.
 TEST(Replay, EndsWhereTheTextReadsOtherwise)
 {

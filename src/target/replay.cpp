@@ -583,11 +583,32 @@ bool begin_replay(bool chains_at_once)
     return !layout_runs.unseen.empty();
 }
 
+#ifdef NVASM8_CHECK_REPLAY
+// Steps above those that are due must have nothing to do. Of those with a location the others tell.
+static void check_skipped_steps()
+{
+    for (uint32_t step = 0; step < layout_record.items.size() && step < due.first; ++step) {
+        const LayoutItem &item = layout_record.items[step];
+        if (has_location(item) || item.step == LayoutStep::GUARD)
+            continue;
+        const uint32_t source = cell_value_at_head(item.source);
+        const uint32_t value = item.step == LayoutStep::COMPUTE
+                                   ? compute(item.detail, source, cell_value_at_head(item.addend))
+                                   : source + item.addend;
+        if (value != cell_value_at_head(item.target))
+            std::abort();
+    }
+}
+#endif
+
 static bool run_pass_from_head()
 {
     turned.clear();
     due = due_next;
     begin_replayed_pass();
+#ifdef NVASM8_CHECK_REPLAY
+    check_skipped_steps();
+#endif
     return run_due_steps();
 }
 

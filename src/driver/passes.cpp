@@ -261,9 +261,9 @@ static Replays run_replays(Course *course, State state)
 {
     const Course course_before = *course;
     const int32_t pass_before = pass_number;
-    const bool has_chains = begin_replay(true);
+    const bool must_settle = begin_replay(true);
     const Replays replays = follow_replays(course, state);
-    if (!has_chains || replays == Replays::SETTLED)
+    if (!must_settle || replays == Replays::SETTLED)
         return replays;
     *course = course_before;
     pass_number = pass_before;

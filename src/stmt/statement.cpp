@@ -87,10 +87,12 @@ void note_late_definition(Symbol *symbol)
     symbol->defined_in = static_cast<uint32_t>(pass_number);
 }
 
-// What earlier passes took over from another place goes with it; what is declared stays.
+// What earlier passes took over from another place goes with it; what is declared stays. In a chain
+// of equates the loss goes on from link to link, a pass for each, which is no matter of values.
 static void leave_place(Symbol *symbol, uint8_t lost_attributes)
 {
     note_unlike_passes();
+    spoil_layout_record();
     if (!uses_must_settle())
         return;
     symbol->attrs &= static_cast<uint8_t>(~lost_attributes);

@@ -580,7 +580,9 @@ bool begin_replay(bool chains_at_once)
     numbers = layout_record.numbers;
     if (chains_at_once)
         settle_unseen_equates();
-    return !layout_runs.unseen.empty();
+    return !layout_runs.unseen.empty() &&
+           std::ranges::find(layout_record.items, LayoutStep::GUARD, &LayoutItem::step) !=
+               layout_record.items.end();
 }
 
 #ifdef NVASM8_CHECK_REPLAY

@@ -14,9 +14,9 @@ enum class ReplayResult : uint8_t {
 bool connect_forward_branches();
 
 // Makes the layout record ready. The passes follow on one that came to its values. Chains of
-// equates in reverse order settle at once if `chains_at_once`, and then only a course that comes to
-// SETTLED is that of the text: a text that reads otherwise may read the chains, and find them
-// half-way. Gives whether there are such chains.
+// equates in reverse order settle at once if `chains_at_once`. Gives whether that is the course of
+// the text only if it comes to SETTLED: behind a guard there may be text that reads the chains, and
+// it would find them half-way.
 bool begin_replay(bool chains_at_once);
 
 // Runs the recorded pass once more, from the values of the cells. `state` is the sum of all values,

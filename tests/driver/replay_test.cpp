@@ -412,6 +412,15 @@ TEST(Replay, LetsChangedTextFindChainsHalfWay)
     }
 }
 
+// Two chains, one at the end of the other, where the code attribute comes and goes in waves.
+TEST(Replay, SeesAttributesGetLost)
+{
+    const std::string count = " ifeq w\nv: set 1\n endif\nw: set 1\nv: set v+1\n";
+    for (const std::string links : {"q2: equ p0\n", "q2: equ q3\nq3: equ p0\n"})
+        expect_same_outcome(count + "p0: equ p1\np1: equ t1\n" + staircase(4) +
+                            "q0: equ q1\nq1: equ q2\n" + links + " dc.l v\n");
+}
+
 // What a value decides beside the layout holds in a pass only as long as the answer is the same.
 TEST(Replay, EndsWhereTheTextReadsOtherwise)
 {

@@ -561,7 +561,7 @@ static void begin_replay_from(const std::vector<uint32_t> &start)
     due_next = ALL_STEPS;
 }
 
-// A chain of equates in reverse order would settle by a link a pass. Where nothing depends on it
+// A chain of equates in reverse order would settle by a link a pass. Where no step depends on it
 // nor on the number of passes, it settles from its end up before the first one. What others than
 // aliases have read doesn't turn into a number here: that ends the replay, in its pass.
 static void settle_unseen_equates()

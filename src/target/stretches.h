@@ -1,8 +1,9 @@
 // The values of the cells while passes are replayed, and where the runs stand.
 //
-// Most runs only move, and mostly all of them from some place on by the same distance. So a binary
-// tree stands over the runs, and a stretch of them, which is a node of it, moves by a note in that
-// node. The note goes down to the runs when somebody asks for a value or a place there.
+// Most runs only move, and mostly all of them from some place on by the same distance. So a tree
+// stands over the runs, and a stretch of them, which is a node of it, moves by a note in that node.
+// The note goes down when a pass comes to a run below it; who reads a value adds up the notes
+// above.
 //
 // A run is calm if the labels that it sees have not moved since it was last looked at, other than
 // along with it. Then two numbers tell how far the run may move before those ahead of it do, and

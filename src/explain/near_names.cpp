@@ -114,6 +114,12 @@ std::vector<std::string> near_names(std::string_view name, const Candidates &can
     return names;
 }
 
+std::vector<std::string> near_names(std::string_view name,
+                                    const std::vector<std::string> &candidates)
+{
+    return near_names(name, Candidates(candidates.begin(), candidates.end()));
+}
+
 std::vector<std::string> near_names_of_many(std::string_view name, size_t count,
                                             const std::function<Candidates()> &choose)
 {

@@ -21,6 +21,8 @@ using Candidates = std::vector<std::string_view>;
 
 // The nearest of the candidates, at most three, the nearest first.
 std::vector<std::string> near_names(std::string_view name, const Candidates &candidates);
+std::vector<std::string> near_names(std::string_view name,
+                                    const std::vector<std::string> &candidates);
 
 // The same for candidates chosen from so many names, while that takes no long time: in a source
 // with thousands of unknown names, as where an include is missing, the first of them get their

@@ -259,8 +259,7 @@ static std::string notes_on_file(std::string_view name)
         if (more)
             files.insert(files.end(), more->begin(), more->end());
     }
-    const std::string guess = did_you_mean(
-        near_names(path.substr(directory.size()), Candidates(files.begin(), files.end())));
+    const std::string guess = did_you_mean(near_names(path.substr(directory.size()), files));
     if (!guess.empty())
         notes += note_line(guess);
     return notes + note_line("correct the name, or name the directory of the file with -i");
@@ -303,8 +302,7 @@ static std::string notes_on_parameter(std::string_view name)
         }
     }
     std::string notes;
-    const std::string guess =
-        did_you_mean(near_names(name, Candidates(names.begin(), names.end())));
+    const std::string guess = did_you_mean(near_names(name, names));
     if (!guess.empty())
         notes += note_line(guess);
     std::string list;

@@ -204,8 +204,7 @@ std::string notes_on_unknown_section(std::string_view name)
 {
     const std::vector<std::string> names = section_names();
     std::string notes;
-    const std::string guess =
-        did_you_mean(near_names(name, Candidates(names.begin(), names.end())));
+    const std::string guess = did_you_mean(near_names(name, names));
     if (!guess.empty())
         notes += note_line(guess);
     return notes + note_line("the sections are " + joined(names)) +
